@@ -1,0 +1,122 @@
+/*
+ * Decodex: turns the bytes of a HEIF/HEIC photo into the bytes of a JPEG.
+ *
+ * A plain C interface so that programs can load the library at run time
+ * (dlopen/LoadLibrary + the export name) without sharing any C++ types.
+ *
+ * What a conversion does
+ *   - Decodes the primary image of the file in memory (tile grids, overlays,
+ *     alpha composited onto white, 8/10/12-bit HEVC scaled to 8 bits with
+ *     rounding, any chroma format) with the file's rotation, mirror and
+ *     clean-aperture transforms applied, so the pixels come out upright.
+ *   - Writes a baseline JPEG at the given quality. Chroma subsampling follows
+ *     the photo: 4:2:0 stays 4:2:0, 4:2:2 stays 4:2:2, 4:4:4 and monochrome
+ *     stay full resolution.
+ *   - Carries the photo's metadata: its EXIF block with the Orientation tag
+ *     rewritten to 1 (the pixels are already turned; the old value would make
+ *     viewers turn the picture a second time), its XMP packet, and its colour
+ *     profile. An embedded ICC profile ('prof' or 'rICC') is copied as it is.
+ *     An nclx colour box with wide-gamut primaries (Display P3, BT.2020, ...)
+ *     gets a matching ICC profile generated for those primaries with an sRGB
+ *     tone curve. HDR transfer functions (PQ, HLG) are mapped to SDR with a
+ *     simple tone map in the linear domain and then treated like BT.2020 SDR.
+ *
+ * Threads
+ *   Every function here may be called from any number of threads at once.
+ *   Calls share no state beyond a counter of calls under way, which is used
+ *   to split the machine's cores between them: a lone call decodes with all
+ *   cores, several concurrent calls take a share each. The same input gives
+ *   the same output bytes whether calls run one at a time or concurrently.
+ *
+ * Files
+ *   Nothing is read from or written to disk. The scratch file name parameter
+ *   exists for callers written against older decoders that needed a temporary
+ *   file; it is accepted (it may be NULL) and ignored.
+ *
+ * Limits
+ *   Images of more than DECODEX_MAX_PIXELS pixels (after the clean aperture)
+ *   or wider or higher than DECODEX_MAX_DIMENSION are refused with
+ *   DECODEX_ERR_IMAGE_TOO_LARGE before any pixel memory is allocated.
+ */
+#ifndef DECODEX_HEIF2JPG_H
+#define DECODEX_HEIF2JPG_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#  if defined(DECODEX_BUILDING)
+#    define DECODEX_API __declspec(dllexport)
+#  else
+#    define DECODEX_API __declspec(dllimport)
+#  endif
+#else
+#  define DECODEX_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* 200 megapixels: twice the largest camera photo we know of, and still well
+ * inside what a 32-bit signed output capacity can describe. */
+#define DECODEX_MAX_PIXELS 200000000
+#define DECODEX_MAX_DIMENSION 65535
+
+/* Every result below zero is one of these. */
+enum decodex_error {
+  /* input NULL, input_size <= 0, output NULL or output_capacity <= 0 */
+  DECODEX_ERR_BAD_ARGUMENT = -1,
+  /* the bytes are not a HEIF file libheif can read (garbage, truncated
+   * before the image data, no primary image) */
+  DECODEX_ERR_NOT_HEIF = -2,
+  /* the container was read but the image could not be decoded (truncated
+   * image data, unsupported codec, corrupt bitstream) */
+  DECODEX_ERR_DECODE_FAILED = -3,
+  /* the image is beyond DECODEX_MAX_PIXELS or DECODEX_MAX_DIMENSION */
+  DECODEX_ERR_IMAGE_TOO_LARGE = -4,
+  /* the JPEG did not fit output_capacity; nothing past the capacity was
+   * written. heif2jpg_capacity() tells a capacity that is always enough. */
+  DECODEX_ERR_OUTPUT_TOO_SMALL = -5,
+  /* the JPEG encoder failed or memory ran out */
+  DECODEX_ERR_ENCODE_FAILED = -6
+};
+
+/*
+ * Converts one HEIF/HEIC file held in memory into a JPEG file in memory.
+ *
+ *   input            the whole file; read only, owned by the caller
+ *   input_size       number of bytes at input
+ *   quality          JPEG quality 0..100; values outside are clamped
+ *   output           buffer owned by the caller that receives the JPEG file
+ *   output_capacity  bytes available at output; never written past
+ *   scratch_name     ignored, may be NULL (see "Files" above)
+ *
+ * Returns the number of JPEG bytes written at output (> 0), or a negative
+ * enum decodex_error. On error the contents of output are unspecified but
+ * nothing beyond output_capacity has been touched.
+ */
+DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t quality,
+                             uint8_t* output, int32_t output_capacity,
+                             const char* scratch_name);
+
+/*
+ * Tells a capacity that is always enough for heif2jpg() on this input at
+ * this quality, without decoding any pixels (it reads the container only).
+ * The bound covers the worst case of the JPEG entropy coder plus all the
+ * metadata that will be embedded.
+ *
+ * Returns the capacity in bytes (> 0), or a negative enum decodex_error
+ * (BAD_ARGUMENT, NOT_HEIF, IMAGE_TOO_LARGE when the bound would not fit
+ * into int32_t).
+ */
+DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, int32_t quality);
+
+/* Short English text for a result code, for logs and command-line tools.
+ * Never NULL; the string is static. */
+DECODEX_API const char* heif2jpg_error_text(int32_t code);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* DECODEX_HEIF2JPG_H */
