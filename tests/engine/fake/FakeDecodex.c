@@ -30,12 +30,15 @@ static void pause_ms(int ms)
 }
 #endif
 
+#if defined(_MSC_VER)
+static volatile long g_calls;
+static void count_call(void) { InterlockedIncrement(&g_calls); }
+DECODEX_API int fake_decodex_calls(void) { return (int)InterlockedCompareExchange(&g_calls, 0, 0); }
+#else
 static int g_calls;
-
-DECODEX_API int fake_decodex_calls(void)
-{
-    return __atomic_load_n(&g_calls, __ATOMIC_SEQ_CST);
-}
+static void count_call(void) { __atomic_add_fetch(&g_calls, 1, __ATOMIC_SEQ_CST); }
+DECODEX_API int fake_decodex_calls(void) { return __atomic_load_n(&g_calls, __ATOMIC_SEQ_CST); }
+#endif
 
 static int has_tag(const uint8_t* input, int32_t size, const char* tag)
 {
@@ -56,7 +59,7 @@ DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t q
 {
     (void)quality;
     (void)scratch_name;
-    __atomic_add_fetch(&g_calls, 1, __ATOMIC_SEQ_CST);
+    count_call();
     if (!input || input_size <= 0 || !output || output_capacity <= 0)
         return DECODEX_ERR_BAD_ARGUMENT;
     if (has_tag(input, input_size, "FAKEJPEG"))
