@@ -3,6 +3,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
 #include <QLoggingCategory>
 #include <QTextStream>
 
@@ -76,6 +77,15 @@ int main(int argc, char* argv[])
     options.outputFolder = parser.value(folderOption);
     if (parser.isSet(folderOption) && options.outputFolder.isEmpty())
         return usageError(parser, err, QStringLiteral("the output folder is empty"));
+    if (parser.isSet(folderOption)) {
+        // On the command line -o names where the photos go, so it is made with
+        // its parents; the workers then add only the Vantora level themselves.
+        if (!QDir().mkpath(options.outputFolder)) {
+            err << "pictova-convert: cannot create the output folder " << options.outputFolder << Qt::endl;
+            return kExitFailed;
+        }
+        options.outputFolder = QDir(options.outputFolder).absolutePath();
+    }
     options.files = parser.positionalArguments();
     if (options.files.isEmpty())
         return usageError(parser, err, QStringLiteral("no files given"));

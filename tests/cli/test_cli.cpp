@@ -25,6 +25,7 @@ private slots:
     void everyFileConvertedExitsWithZero();
     void oneLinePerFileAndOneWhenAnyFailed();
     void defaultFolderIsTheDesktop();
+    void outputFolderIsMadeWithItsParents();
     void missingLibraryFailsEveryFile();
 
 private:
@@ -139,6 +140,24 @@ void CliTest::defaultFolderIsTheDesktop()
     QCOMPARE(run.out, QStringList(desktop + "/Vantora/IMG_0001.jpg"));
     QVERIFY(QFileInfo::exists(desktop + "/Vantora/IMG_0001.jpg"));
     QVERIFY(QDir(desktop + "/Vantora").removeRecursively());
+}
+
+void CliTest::outputFolderIsMadeWithItsParents()
+{
+    // A relative -o that does not exist yet, two levels deep.
+    const CliRun run = convert(QStringList{"-o", "new/out", photo("p.heic")});
+    QCOMPARE(run.exitCode, 0);
+    const QString expected = m_dir->filePath("new/out/Vantora/p.jpg");
+    QCOMPARE(run.out, QStringList(expected));
+    QVERIFY(QFileInfo::exists(expected));
+
+    // A folder that cannot be made is reported before any file is touched.
+    QVERIFY(EngineTest::writeFile(m_dir->filePath("blocker"), "a file, not a folder"));
+    const CliRun blocked = convert(QStringList{"-o", "blocker/out", photo("q.heic")});
+    QCOMPARE(blocked.exitCode, 1);
+    QVERIFY(blocked.out.isEmpty());
+    QCOMPARE(blocked.err.size(), 1);
+    QVERIFY2(blocked.err.first().contains("cannot create the output folder"), qPrintable(blocked.err.first()));
 }
 
 void CliTest::missingLibraryFailsEveryFile()
