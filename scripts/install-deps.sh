@@ -8,7 +8,7 @@ packages=(
   qtbase5-dev qtbase5-dev-tools libqt5svg5-dev
   libheif-dev libheif-examples libde265-dev libx265-dev
   libjpeg62-turbo-dev libturbojpeg0-dev liblcms2-dev
-  xvfb xauth libimage-exiftool-perl libvips-tools
+  xvfb xauth libimage-exiftool-perl libvips-tools time
 )
 if [ "${PICTOVA_FUZZ:-0}" = 1 ]; then
   packages+=(clang libclang-rt-14-dev)

@@ -116,6 +116,18 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
     }
 
     std::unique_ptr<heif_encoding_options, OptionsDeleter> encOptions(heif_encoding_options_alloc());
+    // libheif writes an nclx box only when told which one, and by default
+    // leaves it out for macOS' sake.
+    std::unique_ptr<heif_color_profile_nclx, NclxDeleter> outputNclx;
+    if (options.nclxPrimaries != 0) {
+        outputNclx.reset(heif_nclx_color_profile_alloc());
+        outputNclx->color_primaries = heif_color_primaries(options.nclxPrimaries);
+        outputNclx->transfer_characteristics = heif_transfer_characteristics(options.nclxTransfer);
+        outputNclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_601_6;
+        outputNclx->full_range_flag = 1;
+        encOptions->output_nclx_profile = outputNclx.get();
+        encOptions->macOS_compatibility_workaround_no_nclx_profile = 0;
+    }
     encOptions->save_alpha_channel = options.alpha ? 1 : 0;
     encOptions->image_orientation = heif_orientation(options.orientation);
     if (options.nclxPrimaries != 0 && !options.icc.isEmpty())
