@@ -2,7 +2,7 @@
 
 #include "PrivateProfile.h"
 #include "ProductInfo.h"
-#include "ProductPlatform.h"
+#include "Platform.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -195,7 +195,7 @@ bool API_VersionControl::GetVersionFilePath(wchar_t* path)
 
 void API_VersionControl::GetStartMenuPath(wchar_t* path)
 {
-    toWide(QDir::toNativeSeparators(ProductPlatform::startMenuProgramsDir()), path, kPathChars);
+    toWide(QDir::toNativeSeparators(Platform::startMenuProgramsDir()), path, kPathChars);
 }
 
 bool API_VersionControl::GetVersionInfo(int number, int* state, wchar_t* url)
@@ -222,13 +222,13 @@ bool API_VersionControl::GetVersionInfo(int number, int* state, wchar_t* url)
 QString API_VersionControl::productLinkPath() const
 {
     const QString product = fromField(m_installTrailer.productName);
-    return ProductPlatform::startMenuProgramsDir() + QStringLiteral("/Vantora/") + product
+    return Platform::startMenuProgramsDir() + QStringLiteral("/Vantora/") + product
            + QLatin1Char('/') + product + QStringLiteral(".lnk");
 }
 
 QString API_VersionControl::linkFolder() const
 {
-    const QString target = ProductPlatform::shortcutTarget(productLinkPath());
+    const QString target = Platform::shortcutTarget(productLinkPath());
     if (target.isEmpty())
         return QString();
     const QString normal = QDir::fromNativeSeparators(target);
@@ -370,7 +370,7 @@ void API_VersionControl::VersionTranslated()
 bool API_VersionControl::GetLinkDirectroy(const wchar_t* linkPath, wchar_t* folder)
 {
     toWide(QString(), folder, kTextChars);
-    const QString target = ProductPlatform::shortcutTarget(fromWide(linkPath));
+    const QString target = Platform::shortcutTarget(fromWide(linkPath));
     if (target.isEmpty())
         return false;
     const QString normal = QDir::fromNativeSeparators(target);
@@ -382,7 +382,7 @@ bool API_VersionControl::GetLinkDirectroy(const wchar_t* linkPath, wchar_t* fold
 void API_VersionControl::GetVersionStartMenuPath(wchar_t* first, wchar_t* homepage, wchar_t* howTo)
 {
     // The blank after the separator is part of the shortcut names.
-    const QString base = ProductPlatform::startMenuProgramsDir() + QStringLiteral("/Vantora/")
+    const QString base = Platform::startMenuProgramsDir() + QStringLiteral("/Vantora/")
                          + fromField(m_installTrailer.productName);
     toWide(QDir::toNativeSeparators(base + QStringLiteral("/ Purchase on the Web.url")), first,
            kPathChars);
@@ -394,7 +394,7 @@ void API_VersionControl::GetVersionStartMenuPath(wchar_t* first, wchar_t* homepa
 
 int API_VersionControl::UnicodeToAscii(const wchar_t* text, char* out, int size)
 {
-    const QByteArray bytes = ProductPlatform::toAnsiCodePage(fromWide(text));
+    const QByteArray bytes = Platform::toAnsiCodePage(fromWide(text));
     const int needed = bytes.size() + 1;
     if (needed > size)
         return needed;
@@ -533,7 +533,7 @@ bool API_VersionControl::ReadInstallFile(const wchar_t* file)
 
 void API_VersionControl::SingInstallFile(const wchar_t* file)
 {
-    if (!ProductPlatform::startSigningScript(fromWide(file)))
+    if (!Platform::startSigningScript(fromWide(file)))
         qWarning("The signing script could not be started for %s", qPrintable(fromWide(file)));
 }
 
