@@ -25,11 +25,13 @@ namespace {
 
 bool save(QWidget* widget, const QString& path)
 {
-    // A screen grab shows what the window system composes (the translucent
-    // shadow margins included); offscreen there is only the widget itself.
+    // Translucent dialogs are rendered by themselves, so their shadow margin
+    // stays transparent in the PNG; a screen grab without a compositor would
+    // show it black. Opaque windows are grabbed from the screen as shown.
     QPixmap shot;
-    if (QScreen* screen = widget->screen(); screen && QGuiApplication::platformName() == "xcb")
-        shot = screen->grabWindow(widget->winId());
+    if (!widget->testAttribute(Qt::WA_TranslucentBackground) && widget->screen()
+        && QGuiApplication::platformName() == "xcb")
+        shot = widget->screen()->grabWindow(widget->winId());
     if (shot.isNull())
         shot = widget->grab();
     const bool ok = shot.save(path);

@@ -105,6 +105,7 @@ private slots:
     void previewAndConvertAtBothQualities();
     void defaultFolderIsVantoraOnTheDesktop();
     void photoInfoCarriesResolutionOnceDecoded();
+    void unwritableTargetLeavesNothing();
     void realPhotoFromDropToJpeg();
     void destroyedWhileDecoding();
 
@@ -388,6 +389,33 @@ void TestPreviewHEIC::photoInfoCarriesResolutionOnceDecoded()
     QVERIFY(info.at(0).at(3).toString().isEmpty());
     QCOMPARE(info.at(1).at(3).toString(), QString("96*64"));
     QCOMPARE(info.at(1).at(2).toString(), PreviewHEIC::sizeText(QFileInfo(heic).size()));
+}
+
+void TestPreviewHEIC::unwritableTargetLeavesNothing()
+{
+    REQUIRE_DECODER();
+    const QString heic = writeHeic("blocked.HEIC", HeicFixture::quadrants(64, 48));
+    if (heic.isEmpty())
+        QSKIP("libheif has no HEVC encoder here");
+
+    // A folder where the JPEG should go: the final rename cannot replace it.
+    const QString out = m_work.filePath("blocked");
+    QVERIFY(QDir().mkpath(out + "/Vantora/blocked.jpg"));
+    ScriptedPreview page(heic);
+    page.setDecoderEntry(m_decoder);
+    page.folderAnswer = out;
+    page.slot_SelectSaveFolder();
+    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot write .*blocked.jpg"));
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
+    QTest::qWait(50);
+    QCOMPARE(saved.count(), 0);
+    QCOMPARE(page.dialogsRun, 0);
+    QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
 }
 
 void TestPreviewHEIC::realPhotoFromDropToJpeg()
