@@ -240,7 +240,8 @@ void PreviewHEIC::runConvertingDialog(SingleConverting* dialog)
 
 void PreviewHEIC::slot_OpenFolder()
 {
-    Platform::openFolder(m_savePath);
+    if (!Platform::openFolder(m_savePath))
+        qWarning("Open Folder: no file manager could show %s", qUtf8Printable(m_savePath));
 }
 
 bool PreviewHEIC::eventFilter(QObject* watched, QEvent* event)

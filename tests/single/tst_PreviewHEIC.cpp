@@ -1,3 +1,4 @@
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QImageReader>
@@ -21,6 +22,18 @@
         if (!m_decoder)                                                                            \
             QSKIP("the decoding library was not built");                                          \
     } while (false)
+
+// Stands in for the desktop's file manager.
+class FolderOpener : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<QUrl> opened;
+
+public slots:
+    void open(const QUrl& url) { opened << url; }
+};
 
 namespace {
 
@@ -324,6 +337,15 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     QCOMPARE(page.dialogsRun, 1);
     QVERIFY(page.convertingDialog());
     const QByteArray atZero = readAll(jpg);
+
+    // "Open Folder" in the success dialog shows the folder the JPEG went to.
+    FolderOpener opener;
+    QDesktopServices::setUrlHandler("file", &opener, "open");
+    auto* openFolder = page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder");
+    QVERIFY(openFolder);
+    QTest::mouseClick(openFolder, Qt::LeftButton);
+    QDesktopServices::unsetUrlHandler("file");
+    QCOMPARE(opener.opened, QList<QUrl>{QUrl::fromLocalFile(out + "/Vantora")});
 
     slider->setValue(100);
     QTest::mouseClick(convert, Qt::LeftButton);
