@@ -3,6 +3,7 @@
 
 #include "BatchRules.h"
 #include "TipDialog.h"
+#include "StyleHelpers.h"
 
 #include <QEvent>
 #include <QKeyEvent>
@@ -122,13 +123,8 @@ void BatchConvertProgress::slot_Close()
 
 bool BatchConvertProgress::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == ui->pushButton_Cancel || watched == ui->pushButton_OpenFolder) {
-        auto* button = static_cast<QWidget*>(watched);
-        if (event->type() == QEvent::HoverEnter)
-            button->setStyleSheet(QStringLiteral("color:#ffffff"));
-        else if (event->type() == QEvent::HoverLeave)
-            button->setStyleSheet(QStringLiteral("color:#3598fe"));
-    }
+    if (watched == ui->pushButton_Cancel || watched == ui->pushButton_OpenFolder)
+        StyleHelpers::applyTextButtonHover(static_cast<QWidget*>(watched), event);
     return QDialog::eventFilter(watched, event);
 }
 

@@ -1,5 +1,6 @@
 #include "ConvertsionSet.h"
 #include "ui_ConvertsionSet.h"
+#include "StyleHelpers.h"
 
 #include <QEvent>
 #include <QFileDialog>
@@ -91,11 +92,7 @@ void ConvertsionSet::slot_setQualityValue(int nValue)
 
 bool ConvertsionSet::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == ui->pushButton_OpenFolder) {
-        if (event->type() == QEvent::HoverEnter)
-            ui->pushButton_OpenFolder->setStyleSheet(QStringLiteral("color:#ffffff"));
-        else if (event->type() == QEvent::HoverLeave)
-            ui->pushButton_OpenFolder->setStyleSheet(QStringLiteral("color:#3598fe"));
-    }
+    if (watched == ui->pushButton_OpenFolder)
+        StyleHelpers::applyTextButtonHover(static_cast<QWidget*>(watched), event);
     return QDialog::eventFilter(watched, event);
 }

@@ -4,6 +4,7 @@
 #include "OutputNaming.h"
 #include "Platform.h"
 #include "SingleConverting.h"
+#include "StyleHelpers.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -246,11 +247,7 @@ void PreviewHEIC::slot_OpenFolder()
 
 bool PreviewHEIC::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == ui->pushButton_SelectFolder) {
-        if (event->type() == QEvent::HoverEnter)
-            ui->pushButton_SelectFolder->setStyleSheet(QStringLiteral("color:#ffffff"));
-        else if (event->type() == QEvent::HoverLeave)
-            ui->pushButton_SelectFolder->setStyleSheet(QStringLiteral("color:#3598fe"));
-    }
+    if (watched == ui->pushButton_SelectFolder)
+        StyleHelpers::applyTextButtonHover(static_cast<QWidget*>(watched), event);
     return QWidget::eventFilter(watched, event);
 }

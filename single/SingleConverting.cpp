@@ -1,5 +1,6 @@
 #include "SingleConverting.h"
 #include "ui_SingleConverting.h"
+#include "StyleHelpers.h"
 
 #include <QEvent>
 #include <QPoint>
@@ -77,12 +78,7 @@ void SingleConverting::paintEvent(QPaintEvent* event)
 
 bool SingleConverting::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == ui->pushButton_OpenFolder || watched == ui->pushButton_Ok) {
-        auto* button = static_cast<QWidget*>(watched);
-        if (event->type() == QEvent::HoverEnter)
-            button->setStyleSheet(QStringLiteral("color:#ffffff"));
-        else if (event->type() == QEvent::HoverLeave)
-            button->setStyleSheet(QStringLiteral("color:#3598fe"));
-    }
+    if (watched == ui->pushButton_OpenFolder || watched == ui->pushButton_Ok)
+        StyleHelpers::applyTextButtonHover(static_cast<QWidget*>(watched), event);
     return QDialog::eventFilter(watched, event);
 }

@@ -1,5 +1,7 @@
 #include "StyleHelpers.h"
 
+#include <QEvent>
+
 #include <QAbstractItemView>
 #include <QFont>
 #include <QFontMetrics>
@@ -111,6 +113,14 @@ void setElidedText(QLabel* label, const QString& text, int width)
     const QFontMetrics metrics{QFont()};
     label->setText(metrics.elidedText(text, Qt::ElideRight, width));
     label->setToolTip(text);
+}
+
+void applyTextButtonHover(QWidget* button, const QEvent* event)
+{
+    if (event->type() == QEvent::HoverEnter)
+        button->setStyleSheet(QStringLiteral("color:#ffffff"));
+    else if (event->type() == QEvent::HoverLeave)
+        button->setStyleSheet(QStringLiteral("color:#3598fe"));
 }
 
 } // namespace StyleHelpers

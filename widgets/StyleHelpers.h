@@ -2,6 +2,7 @@
 
 #include <QString>
 
+class QEvent;
 class QLabel;
 class QLineEdit;
 class QProgressBar;
@@ -30,6 +31,10 @@ void setPlainTable(QTableView* table);
 void setListTable(QTableView* table);
 // A solid border; colour in hex digits without '#', e.g. "3598fe".
 void setBorder(QWidget* widget, const QString& colourHex, int width);
+// The text buttons' hover rule: white text while the pointer is over the
+// button (its picture turns blue), the accent colour when it leaves. Call it
+// from an event filter; other events leave the button as it is.
+void applyTextButtonHover(QWidget* button, const QEvent* event);
 // Shows text cut with "..." to fit width, the full text as tool tip.
 void setElidedText(QLabel* label, const QString& text, int width);
 

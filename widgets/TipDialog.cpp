@@ -1,6 +1,7 @@
 #include "TipDialog.h"
 
 #include "ui_TipDialog.h"
+#include "StyleHelpers.h"
 
 #include <QEvent>
 #include <QPixmap>
@@ -118,13 +119,8 @@ void TipDialog::slot_Exit()
 
 bool TipDialog::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == ui->pushButton_OK || watched == ui->pushButton_Yes) {
-        auto* button = static_cast<QWidget*>(watched);
-        if (event->type() == QEvent::HoverEnter)
-            button->setStyleSheet(QStringLiteral("color:#ffffff"));
-        else if (event->type() == QEvent::HoverLeave)
-            button->setStyleSheet(QStringLiteral("color:#3598fe"));
-    }
+    if (watched == ui->pushButton_OK || watched == ui->pushButton_Yes)
+        StyleHelpers::applyTextButtonHover(static_cast<QWidget*>(watched), event);
     return QDialog::eventFilter(watched, event);
 }
 
