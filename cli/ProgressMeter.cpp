@@ -40,12 +40,12 @@ QString ProgressMeter::line(int done, int total, double elapsedSeconds, int widt
         : QStringLiteral("%1 left").arg(duration(secondsLeft(done, total, elapsedSeconds)));
     const QString figures = counts + QStringLiteral("  ") + speed + QStringLiteral("  ") + left;
 
-    // Room for "[" + bar + "]  " in front of the figures; a bar narrower than
+    // Room for "[" + bar + "] " in front of the figures; a bar narrower than
     // ten cells says too little to be worth the space.
-    const int barCells = qMin(40, width - figures.size() - 4);
+    const int barCells = qMin(40, width - figures.size() - 3);
     if (barCells < 10)
         return figures.left(qMax(0, width));
     const int filled = total > 0 ? int(qint64(barCells) * qBound(0, done, total) / total) : 0;
     return QLatin1Char('[') + QString(filled, QLatin1Char('#'))
-        + QString(barCells - filled, QLatin1Char('-')) + QStringLiteral("]  ") + figures;
+        + QString(barCells - filled, QLatin1Char('-')) + QStringLiteral("] ") + figures;
 }

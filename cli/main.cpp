@@ -79,6 +79,10 @@ int main(int argc, char* argv[])
     }
     const CommandLine::Options& options = commandLine.options();
 
+    // From here on Ctrl-C is ours: a long folder scan can be stopped too, and
+    // the photos in hand always finish.
+    InterruptWatcher interrupts;
+
     const InputScanner::Result inputs = InputScanner::scan(options.inputs, options.recursive);
 
     const QString savePath = options.outputFolder.isEmpty()
@@ -156,15 +160,19 @@ int main(int argc, char* argv[])
                      &ConsoleReporter::fileConverted);
     QObject::connect(&converter, &BatchConverter::fileFailed, &reporter,
                      &ConsoleReporter::fileFailed);
-    InterruptWatcher interrupts;
     QObject::connect(&interrupts, &InterruptWatcher::interrupted, &converter, [&] {
         reporter.stopping();
         converter.stop();
     });
 
     reporter.start(sources.size());
-    const BatchConverter::Result result =
-        converter.convert(sources, savePath, options.quality, options.jobs);
+    BatchConverter::Result result;
+    if (interrupts.isInterrupted()) {
+        result.stopped = true;
+        result.notStarted = sources;
+    } else {
+        result = converter.convert(sources, savePath, options.quality, options.jobs);
+    }
     reporter.summary(result, failedBefore, inputs.repeated);
 
     if (result.stopped)
