@@ -3,70 +3,104 @@
 #include "ConvertThread.h"
 #include "WorkQueue.h"
 
-#include <QDir>
 #include <QEventLoop>
-#include <QFileInfo>
 
-namespace {
-
-// One per worker, so concurrent calls never share a name.
-constexpr const char* kScratchNames[BatchConverter::kWorkerCount] = {
-    "temp1.hevc", "temp2.hevc", "temp3.hevc", "temp4.hevc"};
-
-} // namespace
-
-BatchConverter::BatchConverter(Heif2JpgFn decoder, QTextStream& out, QTextStream& err,
-                               QObject* parent)
-    : QObject(parent), m_decoder(decoder), m_out(out), m_err(err)
+BatchConverter::BatchConverter(Heif2JpgFn decoder, QObject* parent)
+    : QObject(parent), m_decoder(decoder)
 {
-    for (auto& worker : m_workers) {
-        worker = std::make_unique<ConvertThread>();
-        connect(worker.get(), &ConvertThread::signal_FileConverted, this,
-                &BatchConverter::fileConverted);
-        connect(worker.get(), &ConvertThread::signal_FileFailed, this,
-                &BatchConverter::fileFailed);
-    }
 }
 
-BatchConverter::~BatchConverter() = default;
-
-int BatchConverter::convert(const Options& options)
+BatchConverter::~BatchConverter()
 {
-    m_failures = 0;
-    for (const QString& file : options.files)
-        WorkQueue::global().put(QFileInfo(file).absoluteFilePath());
+    for (auto& worker : m_workers)
+        worker->setStopFlag(true);
+    // Each worker's destructor waits for its photo in hand.
+    m_workers.clear();
+}
+
+BatchConverter::Result BatchConverter::convert(const QStringList& sources, const QString& savePath,
+                                               int quality, int jobs)
+{
+    Q_ASSERT(!isRunning());
+    m_result = Result();
+    m_reported.clear();
+    jobs = qMax(1, jobs);
+
+    while (int(m_workers.size()) < jobs) {
+        const int number = int(m_workers.size()) + 1;
+        m_scratchNames.push_back(QByteArray("temp") + QByteArray::number(number) + ".hevc");
+        auto worker = std::make_unique<ConvertThread>();
+        // Queued: the reports arrive on this thread, in the order sent.
+        connect(worker.get(), &ConvertThread::signal_FileConverted, this,
+                &BatchConverter::workerConverted);
+        connect(worker.get(), &ConvertThread::signal_FileFailed, this,
+                &BatchConverter::workerFailed);
+        connect(worker.get(), &QThread::finished, this, &BatchConverter::workerFinished);
+        m_workers.push_back(std::move(worker));
+    }
+
+    // Every put happens before any worker starts, so no worker sees an empty
+    // queue (and ends) while the list is still going in.
+    for (const QString& source : sources)
+        WorkQueue::global().put(source);
 
     QEventLoop loop;
-    int running = 0;
-    for (std::size_t i = 0; i < m_workers.size(); ++i) {
-        ConvertThread* worker = m_workers[i].get();
+    m_loop = &loop;
+    m_running = jobs;
+    for (int i = 0; i < jobs; ++i) {
+        ConvertThread* worker = m_workers[size_t(i)].get();
         worker->setDecoder(m_decoder);
-        worker->setQuality(options.quality);
-        worker->setSavePath(options.outputFolder);
-        worker->setScratchFileName(kScratchNames[i]);
+        worker->setQuality(quality);
+        worker->setSavePath(savePath);
+        worker->setScratchFileName(m_scratchNames[size_t(i)].constData());
         worker->setStopFlag(false);
-        // Queued behind the worker's own reports, so every line is printed
-        // before the loop ends.
-        connect(worker, &QThread::finished, &loop, [&running, &loop] {
-            if (--running == 0)
-                loop.quit();
-        });
-        ++running;
         worker->start();
     }
+    // `finished` is queued behind each worker's last report, so every report
+    // has arrived by the time the last one is counted.
     loop.exec();
-    m_out.flush();
-    m_err.flush();
-    return m_failures;
+    m_loop = nullptr;
+    // A worker says `finished` just before its thread ends; a worker still
+    // ending would ignore the next start().
+    for (int i = 0; i < jobs; ++i)
+        m_workers[size_t(i)]->wait();
+
+    if (m_result.stopped) {
+        for (QString path = WorkQueue::global().take(); path != WorkQueue::endMarker();
+             path = WorkQueue::global().take()) {
+        }
+    }
+    for (const QString& source : sources)
+        if (!m_reported.contains(source))
+            m_result.notStarted << source;
+    return m_result;
 }
 
-void BatchConverter::fileConverted(const QString& /*source*/, const QString& target)
+void BatchConverter::stop()
 {
-    m_out << QDir::toNativeSeparators(QDir::cleanPath(target)) << Qt::endl;
+    if (!isRunning() || m_result.stopped)
+        return;
+    m_result.stopped = true;
+    for (auto& worker : m_workers)
+        worker->setStopFlag(true);
 }
 
-void BatchConverter::fileFailed(const QString& source, const QString& reason)
+void BatchConverter::workerConverted(const QString& source, const QString& target)
 {
-    ++m_failures;
-    m_err << QDir::toNativeSeparators(source) << ": " << reason << Qt::endl;
+    m_reported.insert(source);
+    m_result.converted << target;
+    emit fileConverted(source, target);
+}
+
+void BatchConverter::workerFailed(const QString& source, const QString& reason)
+{
+    m_reported.insert(source);
+    m_result.failed.append({source, reason});
+    emit fileFailed(source, reason);
+}
+
+void BatchConverter::workerFinished()
+{
+    if (--m_running == 0 && m_loop)
+        m_loop->quit();
 }

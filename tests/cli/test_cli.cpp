@@ -2,6 +2,10 @@
 
 #include <QProcess>
 
+#ifdef Q_OS_UNIX
+#include <signal.h>
+#endif
+
 #include <memory>
 
 // What one run of pictova-convert said.
@@ -27,6 +31,11 @@ private slots:
     void defaultFolderIsTheDesktop();
     void outputFolderIsMadeWithItsParents();
     void missingLibraryFailsEveryFile();
+    void foldersAndRecursion();
+    void clashesStopTheRunBeforeWriting();
+    void photoThatWouldReplaceItselfIsReportedAndKept();
+    void anyJobCountConvertsEverything();
+    void interruptFinishesFilesInHand();
 
 private:
     CliRun convert(const QStringList& arguments, bool withFake = true);
@@ -78,7 +87,8 @@ void CliTest::usageErrorsExitWithTwo_data()
     QTest::newRow("quality not a number") << QStringList{"-q", "high", "a.heic"};
     QTest::newRow("quality above 100") << QStringList{"-q", "101", "a.heic"};
     QTest::newRow("quality below 0") << QStringList{"--quality", "-1", "a.heic"};
-    QTest::newRow("unknown option") << QStringList{"--recursive", "a.heic"};
+    QTest::newRow("unknown option") << QStringList{"--fast", "a.heic"};
+    QTest::newRow("no jobs") << QStringList{"-j", "0", "a.heic"};
     QTest::newRow("empty output folder") << QStringList{"-o", "", "a.heic"};
 }
 
@@ -100,7 +110,7 @@ void CliTest::everyFileConvertedExitsWithZero()
     QVERIFY(QDir().mkpath(out));
     const CliRun run = convert(QStringList{"-q", "75", "-o", out} + files);
     QCOMPARE(run.exitCode, 0);
-    QVERIFY2(run.err.isEmpty(), qPrintable(run.err.join('\n')));
+    QCOMPARE(run.err, QStringList("pictova-convert: 2 converted, 0 failed, 0 skipped"));
     QStringList written = run.out;
     written.sort();
     QCOMPARE(written, QStringList({out + "/Vantora/one.jpg", out + "/Vantora/two.jpg"}));
@@ -124,10 +134,22 @@ void CliTest::oneLinePerFileAndOneWhenAnyFailed()
     QCOMPARE(run.out.size(), 3);
     for (const QString& line : run.out)
         QVERIFY2(line.startsWith(out + "/Vantora/"), qPrintable(line));
-    QStringList errors = run.err;
-    errors.sort();
-    QCOMPARE(errors, QStringList({bad + ": not a HEIF file", empty + ": file is empty",
-                                  missing + ": no such file"}));
+    // Not on a terminal: no bar, nothing redrawn.
+    QVERIFY(!run.err.join('\n').contains('\r'));
+    // Each failure once as it happens, then again in the summary.
+    const QString missingLine = missing + ": no such file";
+    QCOMPARE(run.err.first(), missingLine);
+    QStringList asTheyHappened = run.err.mid(1, 2);
+    asTheyHappened.sort();
+    QCOMPARE(asTheyHappened, QStringList({bad + ": not a HEIF file", empty + ": file is empty"}));
+    QStringList summary = run.err.mid(3);
+    QCOMPARE(summary.size(), 5);
+    QCOMPARE(summary.takeFirst(), QStringLiteral("pictova-convert: 3 converted, 3 failed, 0 skipped"));
+    QCOMPARE(summary.takeFirst(), QStringLiteral("failed:"));
+    QCOMPARE(summary.takeFirst(), "  " + missingLine);
+    summary.sort();
+    QCOMPARE(summary, QStringList({"  " + bad + ": not a HEIF file", "  " + empty + ": file is empty"}));
+    QCOMPARE(EngineTest::entries(out + "/Vantora"), QStringList({"a.jpg", "b.jpg", "c.jpg"}));
 }
 
 void CliTest::defaultFolderIsTheDesktop()
@@ -170,10 +192,124 @@ void CliTest::missingLibraryFailsEveryFile()
                                false);
     QCOMPARE(run.exitCode, 1);
     QVERIFY(run.out.isEmpty());
-    QStringList errors = run.err;
-    errors.sort();
-    QCOMPARE(errors, QStringList({files[0] + ": decoding library not found",
-                                  files[1] + ": decoding library not found"}));
+    QVERIFY2(run.err.first().startsWith("pictova-convert: "), qPrintable(run.err.first()));
+    QVERIFY(run.err.contains("pictova-convert: 0 converted, 2 failed, 0 skipped"));
+    QVERIFY(run.err.contains("  " + files[0] + ": decoding library not found"));
+    QVERIFY(run.err.contains("  " + files[1] + ": decoding library not found"));
+}
+
+void CliTest::foldersAndRecursion()
+{
+    QVERIFY(QDir().mkpath(m_dir->filePath("card/DCIM/100APPLE")));
+    photo("card/top.HEIC");
+    photo("card/DCIM/100APPLE/IMG_0001.heic");
+    photo("card/DCIM/100APPLE/IMG_0002.Heif");
+    QVERIFY(EngineTest::writeFile(m_dir->filePath("card/DCIM/100APPLE/clip.mov"), "not a photo"));
+    QVERIFY(EngineTest::writeFile(m_dir->filePath("card/DCIM/100APPLE/._IMG_0001.heic"), "mac"));
+
+    const CliRun flat = convert({"-o", "flat", "card"});
+    QCOMPARE(flat.exitCode, 0);
+    QCOMPARE(flat.out, QStringList(m_dir->filePath("flat/Vantora/top.jpg")));
+
+    const CliRun deep = convert({"-r", "-o", "deep", "card"});
+    QCOMPARE(deep.exitCode, 0);
+    QCOMPARE(deep.out.size(), 3);
+    QCOMPARE(EngineTest::entries(m_dir->filePath("deep/Vantora")),
+             QStringList({"IMG_0001.jpg", "IMG_0002.Heif", "top.jpg"}));
+    // The one kept ending is pointed out before the run.
+    QVERIFY2(deep.err.first().contains("IMG_0002.Heif"), qPrintable(deep.err.join('\n')));
+
+    const CliRun empty = convert({"-o", "none", "card/DCIM"});
+    QCOMPARE(empty.exitCode, 0);
+    QVERIFY(empty.err.first().contains("add -r"));
+    QVERIFY(empty.out.isEmpty());
+}
+
+void CliTest::clashesStopTheRunBeforeWriting()
+{
+    photo("a.HEIC");
+    photo("a.heic");
+    photo("b.heic");
+    QVERIFY(QDir().mkpath(m_dir->filePath("other")));
+    photo("other/b.heic");
+
+    const CliRun run = convert({"-r", "-o", "out", m_dir->path()});
+    QCOMPARE(run.exitCode, 2);
+    QVERIFY(run.out.isEmpty());
+    const QString said = run.err.join('\n');
+    QVERIFY2(said.contains("would all be written to " + m_dir->filePath("out/Vantora/a.jpg")), qPrintable(said));
+    QVERIFY(said.contains(m_dir->filePath("a.HEIC")) && said.contains(m_dir->filePath("a.heic")));
+    QVERIFY(said.contains(m_dir->filePath("other/b.heic")));
+    QVERIFY(said.contains("nothing was converted"));
+    QVERIFY(!QFileInfo::exists(m_dir->filePath("out")));
+}
+
+void CliTest::photoThatWouldReplaceItselfIsReportedAndKept()
+{
+    QVERIFY(QDir().mkpath(m_dir->filePath("Vantora")));
+    const QString source = photo("Vantora/IMG_7.Heic");
+    const QByteArray before = EngineTest::readFile(source);
+    const CliRun run = convert({"-o", m_dir->filePath("Vantora"), source, photo("Vantora/ok.heic")});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.out, QStringList(m_dir->filePath("Vantora/ok.jpg")));
+    QVERIFY2(run.err.first().startsWith(source + ": its JPEG would replace the photo itself"),
+             qPrintable(run.err.first()));
+    QCOMPARE(EngineTest::readFile(source), before);
+}
+
+void CliTest::anyJobCountConvertsEverything()
+{
+    QStringList files;
+    for (int i = 0; i < 9; ++i)
+        files << photo(QStringLiteral("p%1.heic").arg(i), EngineTest::jpeg(20, 10 + i));
+    for (const char* jobs : {"1", "3", "16"}) {
+        const QString out = m_dir->filePath(QStringLiteral("out%1").arg(jobs));
+        const CliRun run = convert(QStringList{"-j", jobs, "-o", out} + files);
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out.size(), 9);
+        for (int i = 0; i < 9; ++i)
+            QCOMPARE(EngineTest::readFile(QStringLiteral("%1/Vantora/p%2.jpg").arg(out).arg(i)),
+                     EngineTest::jpeg(20, 10 + i));
+    }
+}
+
+void CliTest::interruptFinishesFilesInHand()
+{
+#ifndef Q_OS_UNIX
+    QSKIP("sends SIGINT");
+#else
+    QStringList files;
+    for (int i = 0; i < 12; ++i) {
+        const QString path = m_dir->filePath(QStringLiteral("s%1.heic").arg(i, 2, 10, QChar('0')));
+        QVERIFY(EngineTest::writeFile(path, EngineTest::fakeHeic(EngineTest::jpeg(), "FAKESLOW")));
+        files << path;
+    }
+    QProcess process;
+    process.setWorkingDirectory(m_dir->path());
+    process.start(PICTOVA_CONVERT, QStringList{"--decoder", EngineTest::fakeLibrary(), "-j", "2",
+                                               "-o", m_dir->filePath("out")} + files);
+    QVERIFY(process.waitForStarted());
+    // Each photo takes 400 ms: stop in the middle of the second pair.
+    QVERIFY(process.waitForReadyRead(10000));
+    QTest::qWait(200);
+    ::kill(pid_t(process.processId()), SIGINT);
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 130);
+
+    const QStringList written = EngineTest::entries(m_dir->filePath("out/Vantora"));
+    QVERIFY2(written.size() >= 2 && written.size() <= 6, qPrintable(written.join(' ')));
+    for (const QString& name : written) {
+        QVERIFY2(name.endsWith(".jpg"), qPrintable(name));
+        QCOMPARE(EngineTest::readFile(m_dir->filePath("out/Vantora/" + name)), EngineTest::jpeg());
+    }
+    const QString said = QString::fromLocal8Bit(process.readAllStandardError());
+    QVERIFY2(said.contains("stopping after the photos being converted"), qPrintable(said));
+    QVERIFY(said.contains(QStringLiteral("pictova-convert: %1 converted, 0 failed, %2 skipped")
+                              .arg(written.size())
+                              .arg(12 - written.size())));
+    QCOMPARE(said.count("not started, the run was interrupted"), 12 - written.size());
+#endif
 }
 
 PICTOVA_TEST_MAIN_WITH_TEMP_HOME(CliTest)

@@ -1,0 +1,97 @@
+#include "CommandLine.h"
+
+namespace {
+
+QString text(const char* s)
+{
+    return QString::fromLatin1(s);
+}
+
+} // namespace
+
+CommandLine::CommandLine()
+    : m_quality({text("q"), text("quality")}, text("JPEG quality, 0 to 100 (default 100)."),
+                text("QUALITY"), text("100")),
+      m_output({text("o"), text("output")},
+               text("Folder below which the Vantora folder is made (created with its parents; "
+                    "default: the desktop). A folder whose path already contains /Vantora "
+                    "is used as it is."),
+               text("FOLDER")),
+      m_jobs({text("j"), text("jobs")},
+             text("Photos converted at once, 1 to %1 (default %2).")
+                 .arg(kMaxJobs)
+                 .arg(kDefaultJobs),
+             text("N"), QString::number(kDefaultJobs)),
+      m_recursive({text("r"), text("recursive")},
+                  text("Also look for photos in the sub-folders of every FOLDER.")),
+      m_decoder(text("decoder"), text("Decoding library to load instead of Decodex."),
+                text("LIBRARY"))
+{
+    m_parser.setApplicationDescription(text(
+        "Converts HEIC photos to JPEG files in FOLDER/Vantora, each named after its source\n"
+        "with .HEIC or .heic replaced by .jpg (other endings, such as .Heic or .heif, are kept).\n"
+        "\n"
+        "A FOLDER argument takes the files inside it whose names end in .heic or .heif,\n"
+        "in any case (hidden files are left out); add -r to search its sub-folders too.\n"
+        "Files named on the command line are converted whatever their ending.\n"
+        "Two photos that would be written to the same file stop the run before anything\n"
+        "is written. An existing JPEG of the same name is replaced.\n"
+        "\n"
+        "Progress is drawn on stderr when it is a terminal; otherwise every converted\n"
+        "file is one line on stdout and every failure one line on stderr. A summary\n"
+        "ends every run. Ctrl-C lets the photos in hand finish, then stops (a second\n"
+        "Ctrl-C quits at once).\n"
+        "\n"
+        "Exit status: 0 every photo converted, 1 any failed, 2 usage error or clashing\n"
+        "output names, 130 interrupted."));
+    m_parser.addHelpOption();
+    m_parser.addVersionOption();
+    m_decoder.setFlags(QCommandLineOption::HiddenFromHelp);
+    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_decoder});
+    m_parser.addPositionalArgument(text("FILE|FOLDER"), text("HEIC photos, or folders of them."),
+                                   text("FILE|FOLDER..."));
+}
+
+CommandLine::Action CommandLine::parse(const QStringList& arguments)
+{
+    m_options = Options();
+    m_error.clear();
+    auto usage = [this](const QString& message) {
+        m_error = message;
+        return Action::UsageError;
+    };
+
+    if (!m_parser.parse(arguments))
+        return usage(m_parser.errorText());
+    if (m_parser.isSet(QStringLiteral("help")))
+        return Action::ShowHelp;
+    if (m_parser.isSet(QStringLiteral("version")))
+        return Action::ShowVersion;
+
+    bool ok = false;
+    m_options.quality = m_parser.value(m_quality).toInt(&ok);
+    if (!ok || m_options.quality < 0 || m_options.quality > 100)
+        return usage(text("quality must be a whole number from 0 to 100, not \"%1\"")
+                         .arg(m_parser.value(m_quality)));
+
+    m_options.jobs = m_parser.value(m_jobs).toInt(&ok);
+    if (!ok || m_options.jobs < 1 || m_options.jobs > kMaxJobs)
+        return usage(text("jobs must be a whole number from 1 to %1, not \"%2\"")
+                         .arg(kMaxJobs)
+                         .arg(m_parser.value(m_jobs)));
+
+    if (m_parser.isSet(m_output)) {
+        m_options.outputFolder = m_parser.value(m_output);
+        if (m_options.outputFolder.isEmpty())
+            return usage(text("the output folder is empty"));
+    }
+    m_options.recursive = m_parser.isSet(m_recursive);
+    m_options.decoderPath = m_parser.value(m_decoder);
+    m_options.inputs = m_parser.positionalArguments();
+    if (m_options.inputs.isEmpty())
+        return usage(text("no files or folders given"));
+    for (const QString& input : m_options.inputs)
+        if (input.isEmpty())
+            return usage(text("an empty file name was given"));
+    return Action::Run;
+}

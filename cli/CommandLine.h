@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+
+// The options of pictova-convert, read from its arguments without touching
+// the file system, so every rule of the command line is tested in-process.
+class CommandLine
+{
+public:
+    // The program's own worker count.
+    static constexpr int kDefaultJobs = 4;
+    // Each worker holds a whole decoded photo (a 48 MP picture is about
+    // 150 MB), so more than this only trades speed for swapping.
+    static constexpr int kMaxJobs = 64;
+
+    struct Options
+    {
+        int quality = 100;
+        int jobs = kDefaultJobs;
+        bool recursive = false;
+        QString outputFolder; // as given; empty: the desktop, as in the program
+        QString decoderPath;  // empty: the Decodex beside the program
+        QStringList inputs;   // files and folders, as given
+    };
+
+    enum class Action { Run, ShowHelp, ShowVersion, UsageError };
+
+    CommandLine();
+
+    // `arguments` includes the program name first, as QCoreApplication gives it.
+    Action parse(const QStringList& arguments);
+
+    const Options& options() const { return m_options; }
+    QString errorText() const { return m_error; }
+    QString helpText() const { return m_parser.helpText(); }
+
+private:
+    QCommandLineParser m_parser;
+    QCommandLineOption m_quality;
+    QCommandLineOption m_output;
+    QCommandLineOption m_jobs;
+    QCommandLineOption m_recursive;
+    QCommandLineOption m_decoder;
+    Options m_options;
+    QString m_error;
+};
