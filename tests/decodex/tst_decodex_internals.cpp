@@ -1,11 +1,7 @@
 // The library's internal rules that the public interface cannot reach
-// cheaply: the EXIF walk on malformed blocks, the thread share and the
-// rounding to 8 bits.
-#include "ColorProfile.h"
+// cheaply: the EXIF walk on malformed blocks and the rounding to 8 bits.
 #include "ExifEditor.h"
-#include "HeifLayout.h"
 #include "RgbConverter.h"
-#include "ThreadBudget.h"
 
 #include <QtEndian>
 #include <QtTest>
@@ -48,10 +44,7 @@ private slots:
     void heifItemPrefixIsHandled();
     void malformedExifIsNeverFollowedOutside();
     void oversizedExifLosesItsThumbnail();
-    void threadShareSplitsCores();
     void highBitDepthsRoundNotTruncate();
-    void profilesForWideGamutOnly();
-    void layoutOfGarbageIsNotDirect();
 };
 
 void TestDecodexInternals::orientationIsResetInBothByteOrders()
@@ -122,17 +115,6 @@ void TestDecodexInternals::oversizedExifLosesItsThumbnail()
     QCOMPARE(out.size(), size_t(6 + 8 + 2 + 12 + 4));
 }
 
-void TestDecodexInternals::threadShareSplitsCores()
-{
-    QCOMPARE(decodex::ThreadBudget::share(8, 1), 8);
-    QCOMPARE(decodex::ThreadBudget::share(8, 4), 2);
-    QCOMPARE(decodex::ThreadBudget::share(2, 5), 1);
-    QCOMPARE(decodex::ThreadBudget::share(0, 1), 1);
-    decodex::ThreadBudget outer;
-    decodex::ThreadBudget inner;
-    QVERIFY(inner.threads() <= outer.threads());
-}
-
 void TestDecodexInternals::highBitDepthsRoundNotTruncate()
 {
     for (int bits : {10, 12}) {
@@ -150,27 +132,6 @@ void TestDecodexInternals::highBitDepthsRoundNotTruncate()
     QCOMPARE(int(pq[1023]), 255);
     QVERIFY(pq[580] > 150 && pq[580] < 250);
     QVERIFY(std::is_sorted(pq.begin(), pq.end()));
-}
-
-void TestDecodexInternals::profilesForWideGamutOnly()
-{
-    QVERIFY(decodex::ColorProfile::forPrimaries(1).empty());
-    QVERIFY(decodex::ColorProfile::forPrimaries(2).empty());
-    for (int p : {9, 12}) {
-        const std::vector<uint8_t> icc = decodex::ColorProfile::forPrimaries(p);
-        QVERIFY(icc.size() > 128);
-        QCOMPARE(QByteArray(reinterpret_cast<const char*>(icc.data()) + 36, 4), QByteArray("acsp"));
-    }
-}
-
-void TestDecodexInternals::layoutOfGarbageIsNotDirect()
-{
-    QByteArray box("\0\0\0\x10" "ftypheic\0\0\0\0", 16);
-    box += QByteArray("\0\0\0\x08meta", 8);
-    box += QByteArray("\xFF\xFF\xFF\xFFmeta", 8);
-    const auto layout = decodex::HeifLayout::read(reinterpret_cast<const uint8_t*>(box.constData()), size_t(box.size()));
-    QVERIFY(!layout.direct);
-    QVERIFY(!decodex::HeifLayout::read(nullptr, 0).direct);
 }
 
 QTEST_GUILESS_MAIN(TestDecodexInternals)

@@ -60,7 +60,6 @@ private slots:
 
     void missingLibraryIsNullAndWarnsOnce();
     void libraryWithoutExportIsNull();
-    void fakeLibraryBindsAllThreeExports();
 
     void decodeReturnsTheLibrarysBytes();
     void emptyInputOrMissingDecoderNeverCallsTheLibrary();
@@ -190,16 +189,6 @@ void HeicDecoderTest::libraryWithoutExportIsNull()
     const auto functions = DecoderLibrary::bindFrom(EngineTest::noExportLibrary());
     QVERIFY(!functions.isBound());
     QVERIFY2(functions.error.contains("heif2jpg"), qPrintable(functions.error));
-}
-
-void HeicDecoderTest::fakeLibraryBindsAllThreeExports()
-{
-    QVERIFY(m_fake.capacity);
-    QVERIFY(m_fake.errorText);
-    QVERIFY(DecoderLibrary::capacityFor(m_fake.convert) == m_fake.capacity);
-    QVERIFY(!DecoderLibrary::capacityFor(nullptr));
-    // Binding the same library again gives the same functions.
-    QVERIFY(DecoderLibrary::bindFrom(EngineTest::fakeLibrary()).convert == m_fake.convert);
 }
 
 void HeicDecoderTest::decodeReturnsTheLibrarysBytes()

@@ -16,7 +16,6 @@ class tst_AboutDialog : public QObject
 private slots:
     void showsTheProgramsFacts();
     void fileVersionOnlyForTheRunningProgram();
-    void titleBarClosesTheDialog();
 
 private:
     static QString text(const QWidget& w, const char* name)
@@ -59,17 +58,6 @@ void tst_AboutDialog::fileVersionOnlyForTheRunningProgram()
     QCOMPARE(Platform::fileVersion(other.fileName()), QString());
     QCOMPARE(Platform::fileVersion(other.fileName() + ".absent"), QString());
     QCOMPARE(Platform::fileVersion(QString()), QString());
-}
-
-void tst_AboutDialog::titleBarClosesTheDialog()
-{
-    VNAbout about;
-    about.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&about));
-    auto* title = about.findChild<VNStyleWidgetTitle*>(QStringLiteral("widget"));
-    QVERIFY(title);
-    title->slot_Close();
-    QVERIFY(!about.isVisible());
 }
 
 QTEST_MAIN(tst_AboutDialog)

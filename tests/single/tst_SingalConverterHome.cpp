@@ -1,4 +1,3 @@
-#include <QLabel>
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QtTest>
@@ -68,17 +67,11 @@ private slots:
 
     void dragEnterNeedsUriList_data();
     void dragEnterNeedsUriList();
-    void singleDrop_data();
-    void singleDrop();
-    void batchDrop_data();
-    void batchDrop();
-    void emptyDropDoesNothing();
-    void singleChooser_data();
-    void singleChooser();
-    void batchChooserPassesEverything_data();
-    void batchChooserPassesEverything();
+    void dropRules_data();
+    void dropRules();
+    void chooserRules_data();
+    void chooserRules();
     void buttonOpensChooser();
-    void textsAndSetters();
 };
 
 void TestSingalConverterHome::dragEnterNeedsUriList_data()
@@ -103,139 +96,102 @@ void TestSingalConverterHome::dragEnterNeedsUriList()
     QCOMPARE(event.isAccepted(), accepted);
 }
 
-void TestSingalConverterHome::singleDrop_data()
+// The single page previews the first path only if it ends in ".HEIC" or
+// ".heic"; the batch page takes the lot only if every path ends in ".HEIC".
+void TestSingalConverterHome::dropRules_data()
 {
+    QTest::addColumn<bool>("batchMode");
     QTest::addColumn<QStringList>("dropped");
-    QTest::addColumn<QString>("previewed"); // empty: nothing emitted
-    QTest::newRow("upper case") << QStringList{"/p/a.HEIC"} << "/p/a.HEIC";
-    QTest::newRow("lower case") << QStringList{"/p/a.heic"} << "/p/a.heic";
-    QTest::newRow("mixed case") << QStringList{"/p/a.Heic"} << "";
-    QTest::newRow("jpeg") << QStringList{"/p/a.jpg"} << "";
-    QTest::newRow("no extension") << QStringList{"/p/HEIC"} << "";
-    QTest::newRow("first of three good")
-        << QStringList{"/p/a.HEIC", "/p/b.jpg", "/p/c.heic"} << "/p/a.HEIC";
-    QTest::newRow("first of three bad")
-        << QStringList{"/p/a.png", "/p/b.HEIC", "/p/c.heic"} << "";
-    QTest::newRow("spaces and unicode") << QStringList{"/p/Été 2023/IMG 1.HEIC"}
-                                        << "/p/Été 2023/IMG 1.HEIC";
+    QTest::addColumn<QString>("previewed"); // single mode; empty: nothing emitted
+    QTest::addColumn<bool>("added");        // batch mode
+    auto single = [](const char* name, QStringList dropped, QString previewed) {
+        QTest::newRow(name) << false << dropped << previewed << false;
+    };
+    auto batch = [](const char* name, QStringList dropped, bool added) {
+        QTest::newRow(name) << true << dropped << QString() << added;
+    };
+    single("single: upper case", {"/p/a.HEIC"}, "/p/a.HEIC");
+    single("single: lower case", {"/p/a.heic"}, "/p/a.heic");
+    single("single: mixed case", {"/p/a.Heic"}, "");
+    single("single: jpeg", {"/p/a.jpg"}, "");
+    single("single: no extension", {"/p/HEIC"}, "");
+    single("single: first of three good", {"/p/a.HEIC", "/p/b.jpg", "/p/c.heic"}, "/p/a.HEIC");
+    single("single: first of three bad", {"/p/a.png", "/p/b.HEIC", "/p/c.heic"}, "");
+    single("single: spaces and unicode", {"/p/Été 2023/IMG 1.HEIC"}, "/p/Été 2023/IMG 1.HEIC");
+    single("single: no urls", {}, "");
+    batch("batch: two upper case", {"/p/a.HEIC", "/p/b.HEIC"}, true);
+    batch("batch: upper and lower case", {"/p/a.HEIC", "/p/b.heic"}, false);
+    batch("batch: bad one in the middle", {"/p/a.HEIC", "/p/b.jpg", "/p/c.HEIC"}, false);
+    batch("batch: single lower case", {"/p/a.heic"}, false);
+    batch("batch: single upper case", {"/p/a.HEIC"}, true);
+    batch("batch: no urls", {}, false);
 }
 
-void TestSingalConverterHome::singleDrop()
+void TestSingalConverterHome::dropRules()
 {
+    QFETCH(bool, batchMode);
     QFETCH(QStringList, dropped);
     QFETCH(QString, previewed);
+    QFETCH(bool, added);
     ScriptedHome page;
-    page.setBatchMode(false);
+    page.setBatchMode(batchMode);
     QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
     QSignalSpy batch(&page, &SingalConverterHome::signal_addHeicFile);
 
+    // Text without urls first: never taken for a path.
+    auto* text = new QMimeData;
+    text->setText("/p/a.HEIC");
+    drop(&page, text);
     drop(&page, urlData(dropped));
 
-    QCOMPARE(batch.count(), 0);
-    if (previewed.isEmpty()) {
-        QCOMPARE(preview.count(), 0);
-        QVERIFY(page.currentFile().isEmpty());
-    } else {
-        QCOMPARE(preview.count(), 1);
-        QCOMPARE(preview.at(0).at(0).toString(), previewed);
+    QCOMPARE(preview.count(), previewed.isEmpty() ? 0 : 1);
+    if (!batchMode)
         QCOMPARE(page.currentFile(), previewed);
-    }
-}
-
-void TestSingalConverterHome::batchDrop_data()
-{
-    QTest::addColumn<QStringList>("dropped");
-    QTest::addColumn<bool>("emitted");
-    QTest::newRow("two upper case") << QStringList{"/p/a.HEIC", "/p/b.HEIC"} << true;
-    QTest::newRow("upper and lower case") << QStringList{"/p/a.HEIC", "/p/b.heic"} << false;
-    QTest::newRow("bad one in the middle")
-        << QStringList{"/p/a.HEIC", "/p/b.jpg", "/p/c.HEIC"} << false;
-    QTest::newRow("single lower case") << QStringList{"/p/a.heic"} << false;
-    QTest::newRow("single upper case") << QStringList{"/p/a.HEIC"} << true;
-}
-
-void TestSingalConverterHome::batchDrop()
-{
-    QFETCH(QStringList, dropped);
-    QFETCH(bool, emitted);
-    ScriptedHome page;
-    page.setBatchMode(true);
-    QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
-    QSignalSpy batch(&page, &SingalConverterHome::signal_addHeicFile);
-
-    drop(&page, urlData(dropped));
-
-    QCOMPARE(preview.count(), 0);
-    QCOMPARE(batch.count(), emitted ? 1 : 0);
-    if (emitted)
+    if (!previewed.isEmpty())
+        QCOMPARE(preview.at(0).at(0).toString(), previewed);
+    QCOMPARE(batch.count(), added ? 1 : 0);
+    if (added)
         QCOMPARE(toList(batch.at(0).at(0).value<QVector<QString>>()), dropped);
 }
 
-void TestSingalConverterHome::emptyDropDoesNothing()
+// The single chooser previews only ".HEIC"; the batch chooser hands over
+// whatever the dialog gave, even nothing.
+void TestSingalConverterHome::chooserRules_data()
 {
-    for (bool batchMode : {false, true}) {
-        ScriptedHome page;
-        page.setBatchMode(batchMode);
-        QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
-        QSignalSpy batch(&page, &SingalConverterHome::signal_addHeicFile);
-        auto* data = new QMimeData;
-        data->setText("/p/a.HEIC");
-        drop(&page, data);
-        drop(&page, urlData({}));
-        QCOMPARE(preview.count() + batch.count(), 0);
-    }
+    QTest::addColumn<bool>("batchMode");
+    QTest::addColumn<QStringList>("answer");
+    QTest::addColumn<int>("previews");
+    QTest::addColumn<int>("batches");
+    QTest::newRow("single: upper case") << false << QStringList{"/p/a.HEIC"} << 1 << 0;
+    QTest::newRow("single: lower case is not taken") << false << QStringList{"/p/a.heic"} << 0 << 0;
+    QTest::newRow("single: cancelled") << false << QStringList{""} << 0 << 0;
+    QTest::newRow("batch: cancelled") << true << QStringList{} << 0 << 1;
+    QTest::newRow("batch: mixed endings, in dialog order")
+        << true << QStringList{"/p/b.HEIC", "/p/a.heic", "/p/typed by hand"} << 0 << 1;
 }
 
-void TestSingalConverterHome::singleChooser_data()
+void TestSingalConverterHome::chooserRules()
 {
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<bool>("emitted");
-    QTest::newRow("upper case") << "/p/a.HEIC" << true;
-    QTest::newRow("lower case is not taken here") << "/p/a.heic" << false;
-    QTest::newRow("cancelled") << "" << false;
-}
-
-void TestSingalConverterHome::singleChooser()
-{
-    QFETCH(QString, answer);
-    QFETCH(bool, emitted);
+    QFETCH(bool, batchMode);
+    QFETCH(QStringList, answer);
+    QFETCH(int, previews);
+    QFETCH(int, batches);
     ScriptedHome page;
-    page.setBatchMode(false);
-    page.fileAnswer = answer;
+    page.setBatchMode(batchMode);
+    page.filesAnswer = answer;
+    page.fileAnswer = answer.value(0);
     QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
     QSignalSpy batch(&page, &SingalConverterHome::signal_addHeicFile);
 
     page.slot_SelectHEIC();
 
     QCOMPARE(page.dialogsShown, 1);
-    QCOMPARE(batch.count(), 0);
-    QCOMPARE(preview.count(), emitted ? 1 : 0);
-    if (emitted)
-        QCOMPARE(preview.at(0).at(0).toString(), answer);
-}
-
-void TestSingalConverterHome::batchChooserPassesEverything_data()
-{
-    QTest::addColumn<QStringList>("answer");
-    QTest::newRow("cancelled") << QStringList{};
-    QTest::newRow("mixed endings, in dialog order")
-        << QStringList{"/p/b.HEIC", "/p/a.heic", "/p/typed by hand"};
-}
-
-void TestSingalConverterHome::batchChooserPassesEverything()
-{
-    QFETCH(QStringList, answer);
-    ScriptedHome page;
-    page.setBatchMode(true);
-    page.filesAnswer = answer;
-    QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
-    QSignalSpy batch(&page, &SingalConverterHome::signal_addHeicFile);
-
-    page.slot_SelectHEIC();
-
-    QCOMPARE(preview.count(), 0);
-    QCOMPARE(batch.count(), 1);
-    QCOMPARE(toList(batch.at(0).at(0).value<QVector<QString>>()), answer);
+    QCOMPARE(preview.count(), previews);
+    if (previews)
+        QCOMPARE(preview.at(0).at(0).toString(), answer.first());
+    QCOMPARE(batch.count(), batches);
+    if (batches)
+        QCOMPARE(toList(batch.at(0).at(0).value<QVector<QString>>()), answer);
 }
 
 void TestSingalConverterHome::buttonOpensChooser()
@@ -246,31 +202,9 @@ void TestSingalConverterHome::buttonOpensChooser()
     page.show();
     QVERIFY(QTest::qWaitForWindowExposed(&page));
     QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
-
-    auto* button = page.findChild<VNStyleButton*>("pushButton_SelectPhoto");
-    QVERIFY(button);
-    QTest::mouseClick(button, Qt::LeftButton);
-
+    QTest::mouseClick(page.findChild<VNStyleButton*>("pushButton_SelectPhoto"), Qt::LeftButton);
     QCOMPARE(page.dialogsShown, 1);
     QCOMPARE(preview.count(), 1);
-}
-
-void TestSingalConverterHome::textsAndSetters()
-{
-    SingalConverterHome page;
-    auto* selectTip = page.findChild<QLabel*>("label_SelectTip");
-    auto* dropTip = page.findChild<QLabel*>("label_DropTip");
-    QVERIFY(selectTip && dropTip);
-    QCOMPARE(selectTip->text(), QString("Select A File"));
-    QCOMPARE(dropTip->text(), QString("Or you can directly drop a HEIC file here."));
-    QCOMPARE(page.size(), QSize(1000, 569));
-    QVERIFY(page.acceptDrops());
-
-    // What the main window does for the batch instance.
-    page.setSelectTipText("Select Files");
-    page.setDropTipText("Or you can directly drop the HEIC files here.");
-    QCOMPARE(selectTip->text(), QString("Select Files"));
-    QCOMPARE(dropTip->text(), QString("Or you can directly drop the HEIC files here."));
 }
 
 QTEST_MAIN(TestSingalConverterHome)

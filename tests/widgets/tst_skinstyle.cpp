@@ -32,7 +32,6 @@ private slots:
     void fontFallsBackToAnInstalledFace();
     void colourTable();
     void sizeHelpers();
-    void skinDirIsBesideTheProgram();
     void shadowFrame();
 };
 
@@ -101,12 +100,6 @@ void TestSkinStyle::colourTable()
 
 void TestSkinStyle::sizeHelpers()
 {
-    QCOMPARE(SkinStyle::unitName(0), QStringLiteral("Byte"));
-    QCOMPARE(SkinStyle::unitName(1), QStringLiteral("KB"));
-    QCOMPARE(SkinStyle::unitName(2), QStringLiteral("MB"));
-    QCOMPARE(SkinStyle::unitName(3), QStringLiteral("GB"));
-    QCOMPARE(SkinStyle::unitName(-1), QStringLiteral("GB"));
-
     double out = -1;
     QCOMPARE(SkinStyle::scaleSize(1024.0, 1024.0, out), 0); // not above 1024: untouched
     QCOMPARE(out, 1024.0);
@@ -117,12 +110,6 @@ void TestSkinStyle::sizeHelpers()
     // Values that could never come down end instead of recursing forever.
     QCOMPARE(SkinStyle::scaleSize(5000.0, 1.0, out), 0);
     QCOMPARE(SkinStyle::scaleSize(qInf(), 1024.0, out), 0);
-}
-
-void TestSkinStyle::skinDirIsBesideTheProgram()
-{
-    QCOMPARE(SkinStyle().skinDir(), QCoreApplication::applicationDirPath() + "/Skin");
-    QCOMPARE(SkinStyle::skinDirFor("C:/Program Files/Pictova"), QStringLiteral("C:/Program Files/Pictova/Skin"));
 }
 
 void TestSkinStyle::shadowFrame()

@@ -57,7 +57,6 @@ private slots:
     void closeWithAndWithoutTarget();
     void titleCloseButtonClosesTheWindow();
     void titleCloseButtonOnlySignalsWhenAsked();
-    void titleBarLayout();
 };
 
 void TestVNStyleWidget::dragMovesTheWindowByTheGrabPoint()
@@ -182,25 +181,6 @@ void TestVNStyleWidget::titleCloseButtonOnlySignalsWhenAsked()
     QTest::mouseClick(title->closeButton(), Qt::LeftButton);
     QVERIFY(window.isVisible());
     QCOMPARE(closeSignal.count(), 1);
-}
-
-void TestVNStyleWidget::titleBarLayout()
-{
-    QWidget window;
-    auto* title = new VNStyleWidgetTitle(&window);
-    title->setGeometry(5, 5, 400, 34);
-    window.resize(410, 100);
-    window.show();
-    title->setTitleText("Attention");
-    QCOMPARE(title->titleText(), QStringLiteral("Attention"));
-    // Logo hidden until a screen shows it; close button at the right edge,
-    // 15 px in; the logo picture is compiled in.
-    QVERIFY(!title->logoLabel()->isVisible());
-    QVERIFY(!title->logoLabel()->pixmap(Qt::ReturnByValue).isNull());
-    QCOMPARE(title->closeButton()->size(), QSize(18, 18));
-    QCOMPARE(title->closeButton()->geometry().right(), 400 - 15 - 1);
-    QCOMPARE(title->titleLabel()->font().pixelSize(), 14);
-    QCOMPARE(title->titleLabel()->font().weight(), int(QFont::Bold));
 }
 
 QTEST_MAIN(TestVNStyleWidget)
