@@ -1,0 +1,45 @@
+#include "HEICTojpg.h"
+
+#include "EngineLog.h"
+
+HEICTojpg::HEICTojpg(const QString& filePath, Heif2JpgFn decoder, QObject* parent)
+    : QThread(parent), m_decoderFn(decoder), m_filePath(filePath)
+{
+}
+
+HEICTojpg::~HEICTojpg()
+{
+    requestInterruption();
+    wait();
+}
+
+void HEICTojpg::setQuality(int quality)
+{
+    m_quality = quality;
+}
+
+void HEICTojpg::setStopFlag(bool stop)
+{
+    m_stop.store(stop);
+}
+
+void HEICTojpg::run()
+{
+    HeicDecoder decoder(m_decoderFn);
+    HeicDecoder::Result result = decoder.convertFile(m_filePath, m_quality, kScratchFileName);
+    m_fileSize.store(decoder.fileSize());
+
+    QImage image = HeicDecoder::imageFromJpeg(result.jpeg);
+    if (result.ok() && image.isNull()) {
+        result.failure = tr("the decoded picture could not be read");
+        result.jpeg.clear();
+        qCWarning(lcEngine).noquote() << m_filePath + QStringLiteral(": ") + result.failure;
+    }
+    m_jpeg = result.jpeg;
+    m_failure = result.failure;
+
+    if (isInterruptionRequested())
+        return;
+    emit signal_SendJpegData(m_jpeg);
+    emit signal_SendHeicData(image, image.width(), image.height());
+}

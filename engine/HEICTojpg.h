@@ -1,0 +1,68 @@
+#pragma once
+
+#include "HeicDecoder.h"
+
+#include <QByteArray>
+#include <QImage>
+#include <QThread>
+
+#include <atomic>
+
+// Decodes one HEIC file off the GUI thread for the preview page.
+//
+// run() emits, once and in this order:
+//   signal_SendJpegData(jpeg)   the library's JPEG bytes, which the page
+//                               saves as they are when converting (empty on
+//                               failure);
+//   signal_SendHeicData(image, width, height)
+//                               the decoded picture as a QImage (null and
+//                               0 x 0 on failure); the page turns it into a
+//                               QPixmap on the GUI thread.
+// Queued signals from one thread arrive in the order emitted, so a page that
+// keeps the bytes from the first can use them in the slot of the second.
+// After either arrives, jpegData() and failureReason() hold the same result.
+//
+// Lifetime: the page may create the thread with itself as parent and simply
+// be destroyed while it runs. The destructor asks the thread to stop and
+// waits for it (at most the rest of one decode, which cannot be interrupted);
+// a thread that was asked to stop emits nothing. Connect with the default
+// (queued) connection: the page's slot then never runs after the page is gone.
+class HEICTojpg : public QThread
+{
+    Q_OBJECT
+
+public:
+    static constexpr const char* kScratchFileName = "tempFile.hevc";
+
+    HEICTojpg(const QString& filePath, Heif2JpgFn decoder, QObject* parent = nullptr);
+    ~HEICTojpg() override;
+
+    void setQuality(int quality);
+    // Kept for the page's interface; the preview decodes one file and has no
+    // pass at which to stop. Use requestInterruption() to drop the result.
+    void setStopFlag(bool stop);
+
+    QString filePath() const { return m_filePath; }
+    int quality() const { return m_quality; }
+    // Size of the file as measured when it was read; 0 before.
+    qint32 fileSize() const { return m_fileSize.load(); }
+    // The result; read only after one of the signals arrived (or after wait()).
+    QByteArray jpegData() const { return m_jpeg; }
+    QString failureReason() const { return m_failure; }
+
+signals:
+    void signal_SendJpegData(const QByteArray& jpeg);
+    void signal_SendHeicData(const QImage& image, int nWidth, int nHeight);
+
+protected:
+    void run() override;
+
+private:
+    std::atomic_bool m_stop{false};
+    Heif2JpgFn m_decoderFn;
+    QString m_filePath;
+    std::atomic<qint32> m_fileSize{0};
+    int m_quality = 100;
+    QByteArray m_jpeg;
+    QString m_failure;
+};

@@ -1,0 +1,169 @@
+#include "HeicDecoder.h"
+
+#include "DecoderLibrary.h"
+#include "EngineLog.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+
+#include <atomic>
+#include <limits>
+#include <memory>
+#include <new>
+
+namespace {
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("HeicDecoder", text);
+}
+
+bool looksLikeJpeg(const uint8_t* data, int32_t size)
+{
+    return size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF;
+}
+
+// One call into the library with a buffer of exactly `capacity` bytes.
+// Returns the library's result; on success `jpeg` holds the written bytes.
+int32_t callLibrary(Heif2JpgFn convert, const QByteArray& input, int quality,
+                    const char* scratchName, int32_t capacity, QByteArray& jpeg)
+{
+    const std::unique_ptr<uint8_t[]> output(new (std::nothrow) uint8_t[size_t(capacity)]);
+    if (!output)
+        return DECODEX_ERR_ENCODE_FAILED;
+    const int32_t written = convert(reinterpret_cast<const uint8_t*>(input.constData()),
+                                    int32_t(input.size()), quality, output.get(), capacity,
+                                    scratchName);
+    if (written > 0 && written <= capacity && looksLikeJpeg(output.get(), written))
+        jpeg = QByteArray(reinterpret_cast<const char*>(output.get()), written);
+    return written;
+}
+
+} // namespace
+
+HeicDecoder::HeicDecoder(Heif2JpgFn convert) : m_convert(convert) {}
+
+QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
+{
+    auto fail = [failure](const QString& why) {
+        if (failure)
+            *failure = why;
+        return QByteArray();
+    };
+
+    // Opening a FIFO or a device for reading can block forever; only plain
+    // files are photos.
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile())
+        return fail(tr("cannot open %1: not a regular file").arg(path));
+
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(tr("cannot open %1: %2").arg(path, file.errorString()));
+
+    const qint64 measured = file.size();
+    m_fileSize = qint32(qMin<qint64>(measured, std::numeric_limits<qint32>::max()));
+    if (measured < 1)
+        return fail(tr("file is empty"));
+    if (measured > kMaxFileSize)
+        return fail(tr("file is larger than 16 MB"));
+
+    QByteArray bytes(int(measured), Qt::Uninitialized);
+    if (file.read(bytes.data(), measured) != measured)
+        return fail(tr("cannot read %1: %2").arg(path, file.errorString()));
+    return bytes;
+}
+
+HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quality,
+                                              const char* scratchName) const
+{
+    Result result;
+    if (!m_convert) {
+        result.failure = libraryMissingText();
+        return result;
+    }
+    if (input.isEmpty()) {
+        result.failure = tr("no data to decode");
+        return result;
+    }
+
+    const qint32 size = qint32(input.size());
+    int32_t written = callLibrary(m_convert, input, quality, scratchName,
+                                  outputCapacity(size), result.jpeg);
+    if (written == DECODEX_ERR_OUTPUT_TOO_SMALL) {
+        const Heif2JpgCapacityFn capacity = DecoderLibrary::capacityFor(m_convert);
+        const int32_t needed = capacity
+            ? capacity(reinterpret_cast<const uint8_t*>(input.constData()), size, quality)
+            : 0;
+        if (needed > 0)
+            written = callLibrary(m_convert, input, quality, scratchName, needed, result.jpeg);
+    }
+
+    if (!result.jpeg.isEmpty())
+        return result;
+    result.failure = written < 0 ? describeError(written)
+                                 : tr("the decoding library returned no picture");
+    return result;
+}
+
+HeicDecoder::Result HeicDecoder::convertFile(const QString& path, int quality,
+                                             const char* scratchName)
+{
+    Result result;
+    if (!m_convert) {
+        // Said once for the whole process, not once per file of a batch.
+        static std::atomic_bool warned{false};
+        if (!warned.exchange(true))
+            qCWarning(lcEngine).noquote() << libraryMissingText();
+        result.failure = libraryMissingText();
+        return result;
+    }
+    const QByteArray input = readHeicFile(path, &result.failure);
+    if (!input.isNull())
+        result = decodeToJpeg(input, quality, scratchName);
+    if (!result.ok())
+        qCWarning(lcEngine).noquote() << path + QStringLiteral(": ") + result.failure;
+    return result;
+}
+
+QImage HeicDecoder::imageFromJpeg(const QByteArray& jpeg)
+{
+    QImage image;
+    if (!jpeg.isEmpty())
+        image.loadFromData(jpeg, "JPG");
+    return image;
+}
+
+qint32 HeicDecoder::outputCapacity(qint32 inputSize)
+{
+    if (inputSize <= 0)
+        return 0;
+    const qint64 capacity = qint64(inputSize) * kCapacityFactor;
+    return qint32(qMin<qint64>(capacity, std::numeric_limits<qint32>::max()));
+}
+
+QString HeicDecoder::describeError(int32_t code)
+{
+    switch (code) {
+    case DECODEX_ERR_BAD_ARGUMENT:
+        return tr("the decoding library refused the input");
+    case DECODEX_ERR_NOT_HEIF:
+        return tr("not a HEIF file");
+    case DECODEX_ERR_DECODE_FAILED:
+        return tr("truncated or corrupt image");
+    case DECODEX_ERR_IMAGE_TOO_LARGE:
+        return tr("image is too large (more than 200 megapixels)");
+    case DECODEX_ERR_OUTPUT_TOO_SMALL:
+        return tr("the JPEG did not fit in its buffer");
+    case DECODEX_ERR_ENCODE_FAILED:
+        return tr("JPEG encoding failed or memory ran out");
+    default:
+        return tr("decoding failed (error %1)").arg(code);
+    }
+}
+
+QString HeicDecoder::libraryMissingText()
+{
+    return tr("decoding library not found");
+}

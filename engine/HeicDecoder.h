@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Heif2JpgFn.h"
+
+#include <QByteArray>
+#include <QImage>
+#include <QString>
+
+// The read-and-decode steps that the preview thread and the batch workers
+// share: load a HEIC file into memory, hand it to the decoding library, get
+// the library's JPEG back. One object per thread; it is not shared.
+//
+// Every buffer is owned (QByteArray or a scoped allocation), so nothing
+// outlives the call that needed it.
+class HeicDecoder
+{
+public:
+    // Files of 1 to 16,777,214 bytes are accepted.
+    static constexpr qint32 kMaxFileSize = 0xFFFFFF - 1;
+    // The first output buffer is this many times the input.
+    static constexpr qint32 kCapacityFactor = 10;
+
+    // The library's JPEG, or why there is none.
+    struct Result
+    {
+        QByteArray jpeg;
+        QString failure;
+
+        bool ok() const { return !jpeg.isEmpty(); }
+    };
+
+    explicit HeicDecoder(Heif2JpgFn convert = nullptr);
+
+    void setDecoder(Heif2JpgFn convert) { m_convert = convert; }
+    Heif2JpgFn decoder() const { return m_convert; }
+
+    // Size of the last file measured by readHeicFile(); 0 before the first.
+    qint32 fileSize() const { return m_fileSize; }
+
+    // Reads the whole file. The measured size is stored in fileSize() before
+    // the range check, so a refused file still tells its size; a file that
+    // cannot be opened leaves fileSize() as it was. Returns a null array on
+    // any failure and, when `failure` is given, a reason fit for a user.
+    QByteArray readHeicFile(const QString& path, QString* failure = nullptr);
+
+    // Converts HEIC bytes to JPEG bytes through the library. An empty input
+    // or a missing library never reaches the library. When the library says
+    // the output buffer was too small, asks it for a sufficient size and
+    // tries once more.
+    Result decodeToJpeg(const QByteArray& input, int quality, const char* scratchName) const;
+
+    // readHeicFile() then decodeToJpeg(); logs one warning line when the file
+    // could not be converted.
+    Result convertFile(const QString& path, int quality, const char* scratchName);
+
+    // The picture inside a JPEG produced by the library; null when the bytes
+    // are not a readable JPEG.
+    static QImage imageFromJpeg(const QByteArray& jpeg);
+
+    // input size x 10, kept within what a 32-bit size can say.
+    static qint32 outputCapacity(qint32 inputSize);
+
+    // A short text for one of the library's negative results.
+    static QString describeError(int32_t code);
+
+    // Said once per process when decoding was asked of a missing library.
+    static QString libraryMissingText();
+
+private:
+    Heif2JpgFn m_convert = nullptr;
+    qint32 m_fileSize = 0;
+};

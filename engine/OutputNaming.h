@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+
+// Where converted files go and what they are called. Pure functions, shared
+// by the batch workers, the preview page and the command-line converter.
+//
+// Each folder rule takes the save path the user chose (empty: none) and
+// returns the folder to write into, which the caller also keeps as its new
+// save path. The overloads without `desktop` use the user's desktop folder.
+class OutputNaming
+{
+public:
+    OutputNaming() = delete;
+
+    static QString desktopFolder();
+
+    // Batch workers. Empty: desktop + "/Vantora/" (trailing slash kept, so
+    // names are appended with a doubled separator); containing "/Vantora"
+    // (case-sensitive, anywhere): unchanged; otherwise + "/Vantora".
+    static QString workerFolder(const QString& savePath);
+    static QString workerFolder(const QString& savePath, const QString& desktop);
+
+    // Preview page. Like the workers, except the default has no trailing
+    // slash and a drive root such as "D:/" becomes "D:/Vantora".
+    static QString previewFolder(const QString& savePath);
+    static QString previewFolder(const QString& savePath, const QString& desktop);
+
+    // The folder "Open Folder" shows after a batch: the worker rule without
+    // the trailing slash on the default.
+    static QString openFolderPath(const QString& savePath);
+    static QString openFolderPath(const QString& savePath, const QString& desktop);
+
+    // ".HEIC" and then ".heic" replaced by ".jpg" everywhere in the name,
+    // case-sensitively: "a.HEIC.heic" gives "a.jpg.jpg", "b.Heic" stays.
+    static QString outputFileName(const QString& fileName);
+
+    // folder + "/" + the output name of the source's file name, exactly as
+    // written (a folder ending in "/" gives a doubled separator).
+    static QString targetPath(const QString& folder, const QString& sourcePath);
+};

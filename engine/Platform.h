@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+// Everything that differs between Windows and the other systems, behind one
+// set of static functions. PlatformWin.cpp and PlatformPosix.cpp implement
+// it; CMake compiles the one that fits, so callers never need #ifdef.
+class Platform
+{
+public:
+    Platform() = delete;
+
+    // The file name a shared library with this base name has here:
+    // "Decodex.dll" on Windows, "libDecodex.so" on Linux.
+    static QString libraryFileName(const QString& baseName);
+
+    // Loads `library` (a bare file name, searched the system's usual way, or
+    // a path) and returns the address of its export `symbol`. The library is
+    // never unloaded: the pointers handed out stay valid until the process
+    // ends. On failure returns null and, when `error` is given, says why.
+    static QFunctionPointer resolveFunction(const QString& library, const char* symbol,
+                                            QString* error = nullptr);
+
+    // Shows the folder in the system's file manager; false if that could not
+    // be started.
+    static bool openFolder(const QString& folder);
+};
