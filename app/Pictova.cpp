@@ -116,7 +116,7 @@ void Pictova::initWindow()
 
 void Pictova::bindDecoder()
 {
-    m_decoder = DecoderLibrary::bind();
+    m_decoder = DecoderLibrary::bind().convert;
 }
 
 void Pictova::openPageHeader(const QString& title)
