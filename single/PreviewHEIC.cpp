@@ -1,0 +1,252 @@
+#include "PreviewHEIC.h"
+#include "ui_PreviewHEIC.h"
+
+#include "OutputNaming.h"
+#include "Platform.h"
+#include "SingleConverting.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+namespace {
+const char kSliderStyle[] =
+    "QSlider::groove:horizontal {border: 0px solid #4A708B; background: #3598FE; height: 5px;"
+    "border-radius: 2px; padding-left: -1px; padding-right:-1px;left: 13px; right: 13px;}"
+    "QSlider::sub-page:horizontal{background: qlineargradient(x1 : 0, y1 : 0, x2 : 0, y2 : 1,"
+    "stop : 0 #B1B1B1, stop:1 #c4c4c4);background: qlineargradient(x1 : 0, y1 : 0.2, x2 : 1, "
+    "y2 : 1,stop : 0 #5DCCFF, stop: 1 #1874CD);border: 0px solid #4A708B;height: 10px;"
+    "border-radius: 2px;}"
+    "QSlider::add-page:horizontal{background: #D1D1D1; border: 0px solid #777; height: 10px; "
+    "border-radius: 2px;}"
+    "QSlider::handle:horizontal{background: qradialgradient(spread : pad, cx : 0.5, cy : 0.5, "
+    "radius: 0.5, fx : 0.5, fy : 0.5,stop: 0.6 #ffffff, stop:0.778409 rgba(69,173,237,255)); "
+    "width: 13px; height: 16px; margin-top: -4px; margin-bottom: -4px; margin-left: -4px; "
+    "margin-right: -4px;border-radius: 5px;}";
+} // namespace
+
+PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
+    : QWidget(parent)
+    , ui(new Ui::PreviewHEIC)
+    , m_filePath(filePath)
+{
+    ui->setupUi(this);
+
+    const QFont regular16 = m_skin.font(12);
+    ui->label_FormatTip->setFont(regular16);
+    ui->label_Format->setFont(regular16);
+    ui->label_PhotoQuality->setFont(regular16);
+    ui->label_QualityValue->setFont(regular16);
+    ui->label_SaveFile->setFont(regular16);
+    ui->pushButton_PhotoInfo->setFont(m_skin.font(0));
+    ui->pushButton_SelectFolder->setFont(m_skin.font(0));
+    ui->pushButton_Convert->setFont(m_skin.font(16));
+
+    ui->Slider_PhotoQuality->setStyleSheet(QString::fromLatin1(kSliderStyle));
+
+    const QString skinDir = m_skin.skinDir();
+    ui->pushButton_SelectFolder->setImages(skinDir + "/Button/button100_normal.png",
+                                           skinDir + "/Button/button100_hover.png",
+                                           skinDir + "/Button/button100_pressing.png", QString());
+    ui->pushButton_Convert->setImages(skinDir + "/Button/big_button_normal.png",
+                                      skinDir + "/Button/big_button_hover.png",
+                                      skinDir + "/Button/big_button_pressing.png", QString());
+
+    ui->Slider_PhotoQuality->setValue(100);
+    ui->pushButton_SelectFolder->setAttribute(Qt::WA_Hover);
+    ui->pushButton_SelectFolder->installEventFilter(this);
+
+    connect(ui->pushButton_PhotoInfo, SIGNAL(clicked()), this, SLOT(slot_PhotoInfo()));
+    connect(ui->pushButton_SelectFolder, SIGNAL(clicked()), this, SLOT(slot_SelectSaveFolder()));
+    connect(ui->Slider_PhotoQuality, SIGNAL(valueChanged(int)), this, SLOT(setChangeQuality(int)));
+    connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Preview()));
+
+    gatherDetails();
+}
+
+PreviewHEIC::~PreviewHEIC()
+{
+    // A decode may still be running when the main window drops this page on
+    // the way home. Its result must not arrive here, and Qt aborts when a
+    // running QThread is destroyed, so stop listening and let it finish.
+    const auto threads = findChildren<HEICTojpg*>(QString(), Qt::FindDirectChildrenOnly);
+    for (HEICTojpg* thread : threads) {
+        disconnect(thread, nullptr, this, nullptr);
+        thread->requestInterruption();
+    }
+    for (HEICTojpg* thread : threads)
+        thread->wait();
+    delete ui;
+}
+
+void PreviewHEIC::setDecoderEntry(Heif2JpgFn entry)
+{
+    if (entry)
+        m_decoderEntry = entry;
+}
+
+QString PreviewHEIC::sizeText(qint64 bytes)
+{
+    return QString::number(bytes / 1024.0 / 1024.0, 'f', 2) + QStringLiteral("MB");
+}
+
+QString PreviewHEIC::createdDateText(const QFileInfo& info)
+{
+    // Most Linux file systems report no birth time through Qt; the last
+    // change of the contents is then the closest thing to "created".
+    QDateTime created = info.birthTime();
+    if (!created.isValid())
+        created = info.lastModified();
+    return created.toString(QStringLiteral("MM-dd-yyyy"));
+}
+
+bool PreviewHEIC::fitsToWidth(const QSize& picture, const QSize& box)
+{
+    const double rw = double(picture.width()) / double(box.width());
+    const double rh = double(picture.height()) / double(box.height());
+    return rw > rh;
+}
+
+QPixmap PreviewHEIC::scaledToFit(const QPixmap& picture, const QSize& box)
+{
+    if (picture.isNull() || box.isEmpty())
+        return picture;
+    // Small photos are enlarged too, so every preview fills the same frame.
+    return fitsToWidth(picture.size(), box)
+        ? picture.scaledToWidth(box.width(), Qt::FastTransformation)
+        : picture.scaledToHeight(box.height(), Qt::FastTransformation);
+}
+
+void PreviewHEIC::gatherDetails()
+{
+    const QFileInfo info(m_filePath);
+    if (!info.exists()) {
+        qWarning("Preview: %s does not exist", qUtf8Printable(m_filePath));
+        return;
+    }
+    m_fileName = info.fileName();
+    m_fileSize = sizeText(info.size());
+    m_createdDate = createdDateText(info);
+}
+
+void PreviewHEIC::slot_Preview()
+{
+    auto* thread = new HEICTojpg(m_filePath, m_decoderEntry, this);
+    m_decoderThread = thread;
+    thread->setQuality(m_quality);
+    connect(thread, SIGNAL(signal_SendHeicData(QImage, int, int)), this,
+            SLOT(slot_GetJpgInfo(QImage, int, int)));
+    // Finished runs are freed at once instead of piling up until the page goes.
+    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    thread->start(QThread::InheritPriority);
+}
+
+void PreviewHEIC::setChangeQuality(int nValue)
+{
+    m_quality = nValue;
+    ui->label_QualityValue->setText(QString::number(nValue) + QLatin1Char('%'));
+}
+
+void PreviewHEIC::slot_SelectSaveFolder()
+{
+    const QString folder = chooseSaveFolder(m_lastFolder);
+    if (folder.isEmpty())
+        return;
+    m_savePath = folder;
+    m_lastFolder = folder;
+}
+
+QString PreviewHEIC::chooseSaveFolder(const QString& startFolder)
+{
+    return QFileDialog::getExistingDirectory(
+        this, tr("Save Path"), startFolder,
+        QFileDialog::ShowDirsOnly | QFileDialog::DontResolveSymlinks);
+}
+
+void PreviewHEIC::slot_PhotoInfo()
+{
+    emit signal_PhotoInfo(m_fileName, m_createdDate, m_fileSize, m_resolution);
+}
+
+void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
+{
+    m_resolution = QString::number(nWidth) + QLatin1Char('*') + QString::number(nHeight);
+    if (auto* thread = qobject_cast<HEICTojpg*>(sender()))
+        m_jpeg = thread->jpegData();
+
+    if (m_previewShown) {
+        slot_SaveJpg();
+        return;
+    }
+
+    // Pixmaps belong to the GUI thread; the decode thread hands over a QImage.
+    m_image = scaledToFit(QPixmap::fromImage(image), ui->label_HEIC->size());
+    ui->label_HEIC->setAlignment(Qt::AlignCenter);
+    ui->label_HEIC->setPixmap(m_image);
+    m_previewShown = true;
+}
+
+void PreviewHEIC::slot_SaveJpg()
+{
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    const QString folder = OutputNaming::previewFolder(m_savePath, desktop);
+    m_savePath = folder;
+    // Only the last level is made: a chosen folder always exists, and the
+    // desktop is there unless the system is badly broken.
+    if (!QDir(folder).exists())
+        QDir().mkdir(folder);
+
+    m_fileName = OutputNaming::outputFileName(m_fileName);
+    const QString target = folder + QLatin1Char('/') + m_fileName;
+    if (!writeJpeg(target, m_jpeg))
+        return;
+    emit signal_JpgSaved(target);
+
+    m_convertingDialog = new SingleConverting(this);
+    connect(m_convertingDialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
+    runConvertingDialog(m_convertingDialog);
+}
+
+bool PreviewHEIC::writeJpeg(const QString& path, const QByteArray& jpeg)
+{
+    if (jpeg.isEmpty()) {
+        qWarning("Convert: nothing decoded from %s, %s not written", qUtf8Printable(m_filePath),
+                 qUtf8Printable(path));
+        return false;
+    }
+    // Written beside the target and renamed over it at the end, so a crash
+    // or a full disk never leaves half a JPEG under the photo's name.
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(jpeg) != jpeg.size() || !file.commit()) {
+        qWarning("Convert: cannot write %s: %s", qUtf8Printable(path),
+                 qUtf8Printable(file.errorString()));
+        file.cancelWriting();
+        return false;
+    }
+    return true;
+}
+
+void PreviewHEIC::runConvertingDialog(SingleConverting* dialog)
+{
+    dialog->exec();
+}
+
+void PreviewHEIC::slot_OpenFolder()
+{
+    Platform::openFolder(m_savePath);
+}
+
+bool PreviewHEIC::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == ui->pushButton_SelectFolder) {
+        if (event->type() == QEvent::HoverEnter)
+            ui->pushButton_SelectFolder->setStyleSheet(QStringLiteral("color:#ffffff"));
+        else if (event->type() == QEvent::HoverLeave)
+            ui->pushButton_SelectFolder->setStyleSheet(QStringLiteral("color:#3598fe"));
+    }
+    return QWidget::eventFilter(watched, event);
+}
