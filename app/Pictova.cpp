@@ -26,6 +26,8 @@ Pictova::Pictova(QWidget* parent)
     ui->setupUi(this);
     m_singleStart = new VNStyleButton(this);
     m_batchStart = new VNStyleButton(this);
+    m_singleStart->setObjectName(QStringLiteral("pushButton_SingleStart"));
+    m_batchStart->setObjectName(QStringLiteral("pushButton_BatchStart"));
 
     initWindow();
 
@@ -132,6 +134,7 @@ void Pictova::openPageHeader(const QString& title)
     // One header label, re-used for every page.
     if (!m_pageTitle) {
         m_pageTitle = new QLabel(this);
+        m_pageTitle->setObjectName(QStringLiteral("label_PageTitle"));
         m_pageTitle->setFont(m_style.font(39));
         m_pageTitle->setStyleSheet(QStringLiteral("color:#3598fe"));
         m_pageTitle->setMinimumSize(190, 16);
