@@ -1,7 +1,11 @@
 #include "Platform.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
+#include <QFileInfo>
 #include <QLibrary>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QUrl>
 
 #include <QDir>
@@ -74,4 +78,37 @@ QFunctionPointer Platform::resolveFunction(const QString& library, const char* s
 bool Platform::openFolder(const QString& folder)
 {
     return QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
+}
+
+QString Platform::fileVersion(const QString& path)
+{
+    const QString file = QFileInfo(path).canonicalFilePath();
+    if (file.isEmpty())
+        return QString();
+    const QString self = QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath();
+    return file == self ? QStringLiteral(PICTOVA_VERSION) : QString();
+}
+
+QString Platform::startMenuProgramsDir()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation);
+}
+
+QString Platform::shortcutTarget(const QString& linkPath)
+{
+    const QFileInfo link(linkPath);
+    if (!link.isSymLink())
+        return QString();
+    return link.symLinkTarget();
+}
+
+QByteArray Platform::toAnsiCodePage(const QString& text)
+{
+    return text.toLocal8Bit();
+}
+
+bool Platform::startSigningScript(const QString& file)
+{
+    return QProcess::startDetached(QStringLiteral("sh"),
+                                   {QStringLiteral("signtool.sh"), file});
 }

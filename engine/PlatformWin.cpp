@@ -4,6 +4,11 @@
 #include <QProcess>
 
 #include <windows.h>
+#include <shellapi.h>
+#include <shlobj.h>
+#include <shobjidl.h>
+
+#include <memory>
 
 bool Platform::acquireInstanceLock(const QString& name, quintptr* handle)
 {
@@ -53,4 +58,96 @@ bool Platform::openFolder(const QString& folder)
     QString path = folder;
     path.replace(QLatin1Char('/'), QLatin1Char('\\'));
     return QProcess::startDetached(QStringLiteral("explorer"), {path});
+}
+
+namespace {
+
+const wchar_t* wideText(const QString& s)
+{
+    return reinterpret_cast<const wchar_t*>(s.utf16());
+}
+
+// "0409" from 0x409: lower-case hex, padded to four digits.
+QString hex4(unsigned value)
+{
+    return (QStringLiteral("000") + QString::number(value, 16)).right(4);
+}
+
+} // namespace
+
+QString Platform::fileVersion(const QString& path)
+{
+    const QString native = QDir::toNativeSeparators(path);
+    const DWORD size = GetFileVersionInfoSizeW(wideText(native), nullptr);
+    if (size == 0)
+        return QString();
+    std::unique_ptr<char[]> buffer(new char[size + 1]());
+    if (!GetFileVersionInfoW(wideText(native), 0, size, buffer.get()))
+        return QString();
+
+    struct Translation { WORD language; WORD codePage; };
+    Translation* translation = nullptr;
+    UINT length = 0;
+    if (!VerQueryValueW(buffer.get(), L"\\VarFileInfo\\Translation",
+                        reinterpret_cast<void**>(&translation), &length)
+        || translation == nullptr || length < sizeof(Translation))
+        return QString();
+
+    const QString query = QStringLiteral("\\StringFileInfo\\") + hex4(translation->language)
+                          + hex4(translation->codePage) + QStringLiteral("\\FileVersion");
+    wchar_t* text = nullptr;
+    if (!VerQueryValueW(buffer.get(), wideText(query), reinterpret_cast<void**>(&text), &length)
+        || text == nullptr || length == 0)
+        return QString();
+    return QString::fromWCharArray(text);
+}
+
+QString Platform::startMenuProgramsDir()
+{
+    // The all-users Start menu the installer writes to, at its fixed place.
+    return QStringLiteral("C:/ProgramData/Microsoft/Windows/Start Menu/Programs");
+}
+
+QString Platform::shortcutTarget(const QString& linkPath)
+{
+    QString target;
+    const HRESULT init = CoInitialize(nullptr);
+    IShellLinkW* link = nullptr;
+    if (SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER,
+                                   IID_IShellLinkW, reinterpret_cast<void**>(&link)))) {
+        IPersistFile* file = nullptr;
+        if (SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file)))) {
+            const QString native = QDir::toNativeSeparators(linkPath);
+            if (SUCCEEDED(file->Load(wideText(native), STGM_READ))) {
+                wchar_t path[MAX_PATH] = {};
+                if (SUCCEEDED(link->GetPath(path, MAX_PATH, nullptr, 0)))
+                    target = QDir::fromNativeSeparators(QString::fromWCharArray(path));
+            }
+            file->Release();
+        }
+        link->Release();
+    }
+    if (SUCCEEDED(init))
+        CoUninitialize();
+    return target;
+}
+
+QByteArray Platform::toAnsiCodePage(const QString& text)
+{
+    const int needed = WideCharToMultiByte(CP_ACP, 0, wideText(text), text.size(),
+                                           nullptr, 0, nullptr, nullptr);
+    QByteArray out(needed, '\0');
+    if (needed > 0)
+        WideCharToMultiByte(CP_ACP, 0, wideText(text), text.size(), out.data(), needed,
+                            nullptr, nullptr);
+    return out;
+}
+
+bool Platform::startSigningScript(const QString& file)
+{
+    const QString parameters = QStringLiteral("/C signtool.bat \"%1\"")
+                                   .arg(QDir::toNativeSeparators(file));
+    const HINSTANCE result = ShellExecuteW(nullptr, L"open", L"cmd.exe", wideText(parameters),
+                                           nullptr, SW_SHOW);
+    return reinterpret_cast<INT_PTR>(result) > 32;
 }
