@@ -2,6 +2,7 @@
 #include "ui_Pictova.h"
 
 #include "API_VersionControl.h"
+#include "BuiltInLinks.h"
 #include "HeicFileTable.h"
 #include "PhotoInfo.h"
 #include "PreviewHEIC.h"
@@ -291,15 +292,7 @@ void Pictova::queryMenuEntry(int id, int* state, QString* url)
 
 QString Pictova::builtInAddress(int id)
 {
-    switch (id) {
-    case LinkTutorial: return QStringLiteral("https://www.vantora.com/pictova/guide/");
-    case LinkFaq: return QStringLiteral("https://www.vantora.com/support/faq/");
-    case LinkReview: return QStringLiteral("https://www.vantora.com/pictova/review/");
-    case LinkContactUs: return QStringLiteral("https://www.vantora.com/contact/");
-    case LinkFacebook: return QStringLiteral("https://www.facebook.com/vantorasoft");
-    case LinkTwitter: return QStringLiteral("https://twitter.com/vantorasoft");
-    default: return QString();
-    }
+    return BuiltInLinks::url(id);
 }
 
 void Pictova::buildToolsMenu()
