@@ -17,6 +17,7 @@
 #include <QMap>
 #include <QMenu>
 #include <QPointer>
+#include <QTableWidget>
 #include <QtTest>
 
 namespace {

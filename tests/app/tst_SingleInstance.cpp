@@ -59,7 +59,7 @@ std::unique_ptr<QProcess> tst_SingleInstance::start()
     auto process = std::make_unique<QProcess>();
     process->setProcessEnvironment(m_env);
     process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process->start(m_program, {});
+    process->start(m_program, QStringList());
     return process;
 }
 
