@@ -37,18 +37,36 @@ inline bool desktopIsInside(const QTemporaryDir& home)
     return !desktop.isEmpty() && QDir(desktop).absolutePath().startsWith(QDir(home.path()).absolutePath());
 }
 
-// Runs `answer` on the next modal widget that opens (within a few seconds),
-// from the event loop that the modal's exec() runs. The answer closes it.
-inline void answerNextModal(std::function<void(QWidget*)> answer, int attemptsLeft = 500)
+// Runs `answer` on the next modal widget that opens (of class `className`
+// when one is given), from inside the event loop that the modal's exec()
+// runs. The answer must close it. Gives up after `timeoutMs`.
+inline void answerNextModal(std::function<void(QWidget*)> answer, const char* className = nullptr,
+                            int timeoutMs = 10000)
 {
-    QTimer::singleShot(10, [answer = std::move(answer), attemptsLeft]() mutable {
+    QTimer::singleShot(10, [answer = std::move(answer), className, timeoutMs]() mutable {
         QWidget* modal = QApplication::activeModalWidget();
-        if (modal && modal->isVisible()) {
+        if (modal && modal->isVisible()
+            && (!className || modal->metaObject()->className() == QByteArray(className))) {
             answer(modal);
             return;
         }
-        if (attemptsLeft > 0)
-            answerNextModal(std::move(answer), attemptsLeft - 1);
+        if (timeoutMs > 0)
+            answerNextModal(std::move(answer), className, timeoutMs - 10);
+    });
+}
+
+// Calls `action` once `condition` holds, polling from the event loop, or
+// `onTimeout` when it has not held within `timeoutMs`.
+inline void whenTrue(std::function<bool()> condition, std::function<void()> action,
+                     std::function<void()> onTimeout, int timeoutMs)
+{
+    QTimer::singleShot(20, [=] {
+        if (condition())
+            action();
+        else if (timeoutMs <= 0)
+            onTimeout();
+        else
+            whenTrue(condition, action, onTimeout, timeoutMs - 20);
     });
 }
 
