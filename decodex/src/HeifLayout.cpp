@@ -1,0 +1,384 @@
+#include "HeifLayout.h"
+
+#include "BoxReader.h"
+
+#include <map>
+
+namespace decodex {
+
+namespace {
+
+constexpr uint32_t kMeta = BoxReader::fourcc("meta");
+constexpr uint32_t kPitm = BoxReader::fourcc("pitm");
+constexpr uint32_t kIinf = BoxReader::fourcc("iinf");
+constexpr uint32_t kInfe = BoxReader::fourcc("infe");
+constexpr uint32_t kIloc = BoxReader::fourcc("iloc");
+constexpr uint32_t kIref = BoxReader::fourcc("iref");
+constexpr uint32_t kIprp = BoxReader::fourcc("iprp");
+constexpr uint32_t kIpco = BoxReader::fourcc("ipco");
+constexpr uint32_t kIpma = BoxReader::fourcc("ipma");
+constexpr uint32_t kIdat = BoxReader::fourcc("idat");
+constexpr uint32_t kDimg = BoxReader::fourcc("dimg");
+constexpr uint32_t kHvc1 = BoxReader::fourcc("hvc1");
+constexpr uint32_t kGrid = BoxReader::fourcc("grid");
+constexpr uint32_t kHvcC = BoxReader::fourcc("hvcC");
+constexpr uint32_t kIspe = BoxReader::fourcc("ispe");
+constexpr uint32_t kIrot = BoxReader::fourcc("irot");
+constexpr uint32_t kImir = BoxReader::fourcc("imir");
+constexpr uint32_t kClap = BoxReader::fourcc("clap");
+
+// Grids larger than this are left to libheif, which has its own limits.
+constexpr int kMaxTiles = 64 * 64;
+
+struct Extent
+{
+    uint64_t offset = 0;
+    uint64_t length = 0;
+};
+
+struct Location
+{
+    int method = 0;
+    std::vector<Extent> extents;
+};
+
+struct Property
+{
+    uint32_t type = 0;
+    BoxReader body;
+};
+
+struct Meta
+{
+    HeifLayout::Span file;
+    uint32_t primary = 0;
+    std::map<uint32_t, uint32_t> itemTypes;
+    std::map<uint32_t, Location> locations;
+    std::map<uint32_t, std::vector<uint32_t>> derived; // dimg: item -> inputs
+    std::vector<Property> properties;
+    std::map<uint32_t, std::vector<int>> associations; // item -> property indexes (1-based)
+    HeifLayout::Span idat;
+};
+
+void readIinf(BoxReader box, Meta& meta)
+{
+    const int version = box.u8();
+    box.skip(3);
+    box.skip(version == 0 ? 2 : 4);
+    uint32_t type = 0;
+    BoxReader child;
+    while (box.nextBox(type, child)) {
+        if (type != kInfe)
+            continue;
+        const int infeVersion = child.u8();
+        child.skip(3);
+        if (infeVersion < 2)
+            continue;
+        const uint32_t id = infeVersion == 2 ? child.u16() : child.u32();
+        child.skip(2); // protection index
+        const uint32_t itemType = child.u32();
+        if (child.ok())
+            meta.itemTypes[id] = itemType;
+    }
+}
+
+void readIloc(BoxReader box, Meta& meta)
+{
+    const int version = box.u8();
+    box.skip(3);
+    const int sizes = box.u16();
+    const int offsetSize = sizes >> 12;
+    const int lengthSize = (sizes >> 8) & 15;
+    const int baseOffsetSize = (sizes >> 4) & 15;
+    const int indexSize = (version == 1 || version == 2) ? (sizes & 15) : 0;
+    const uint32_t count = version < 2 ? box.u16() : box.u32();
+    for (uint32_t i = 0; i < count && box.ok(); ++i) {
+        const uint32_t id = version < 2 ? box.u16() : box.u32();
+        Location location;
+        if (version == 1 || version == 2)
+            location.method = box.u16() & 15;
+        box.skip(2); // data reference index
+        const uint64_t base = box.uint(baseOffsetSize);
+        const int extents = box.u16();
+        for (int e = 0; e < extents && box.ok(); ++e) {
+            box.uint(indexSize);
+            const uint64_t offset = box.uint(offsetSize);
+            const uint64_t length = box.uint(lengthSize);
+            if (offset > UINT64_MAX - base)
+                location.method = -1;
+            location.extents.push_back({base + offset, length});
+        }
+        if (box.ok())
+            meta.locations[id] = std::move(location);
+    }
+}
+
+void readIref(BoxReader box, Meta& meta)
+{
+    const int version = box.u8();
+    box.skip(3);
+    uint32_t type = 0;
+    BoxReader child;
+    while (box.nextBox(type, child)) {
+        const uint32_t from = version == 0 ? child.u16() : child.u32();
+        const int count = child.u16();
+        std::vector<uint32_t> to;
+        for (int i = 0; i < count && child.ok(); ++i)
+            to.push_back(version == 0 ? child.u16() : child.u32());
+        if (child.ok() && type == kDimg)
+            meta.derived[from] = std::move(to);
+    }
+}
+
+void readIprp(BoxReader box, Meta& meta)
+{
+    uint32_t type = 0;
+    BoxReader child;
+    while (box.nextBox(type, child)) {
+        if (type == kIpco) {
+            uint32_t propertyType = 0;
+            BoxReader property;
+            while (child.nextBox(propertyType, property))
+                meta.properties.push_back({propertyType, property});
+        } else if (type == kIpma) {
+            const int version = child.u8();
+            child.skip(2);
+            const int flags = child.u8();
+            const uint32_t entries = child.u32();
+            for (uint32_t i = 0; i < entries && child.ok(); ++i) {
+                const uint32_t id = version < 1 ? child.u16() : child.u32();
+                const int count = child.u8();
+                std::vector<int>& list = meta.associations[id];
+                for (int a = 0; a < count && child.ok(); ++a)
+                    list.push_back((flags & 1) ? (child.u16() & 0x7fff) : (child.u8() & 0x7f));
+            }
+        }
+    }
+}
+
+const Property* findProperty(const Meta& meta, uint32_t item, uint32_t type)
+{
+    const auto it = meta.associations.find(item);
+    if (it == meta.associations.end())
+        return nullptr;
+    for (int index : it->second) {
+        if (index >= 1 && size_t(index) <= meta.properties.size() && meta.properties[size_t(index) - 1].type == type)
+            return &meta.properties[size_t(index) - 1];
+    }
+    return nullptr;
+}
+
+// The item's bytes when they sit in one piece in the file or in idat.
+bool itemData(const Meta& meta, uint32_t item, HeifLayout::Span& out)
+{
+    const auto it = meta.locations.find(item);
+    if (it == meta.locations.end() || it->second.extents.size() != 1)
+        return false;
+    const Location& location = it->second;
+    HeifLayout::Span source;
+    if (location.method == 0)
+        source = meta.file;
+    else if (location.method == 1)
+        source = meta.idat;
+    else
+        return false;
+    const Extent& extent = location.extents.front();
+    if (!source.data || extent.length == 0 || extent.offset > source.size
+        || extent.length > source.size - extent.offset)
+        return false;
+    out = {source.data + extent.offset, size_t(extent.length)};
+    return true;
+}
+
+struct HevcConfig
+{
+    int chromaFormat = -1;
+    int bitDepthLuma = 0;
+    int bitDepthChroma = 0;
+    int nalLengthSize = 0;
+    std::vector<HeifLayout::Span> parameterSets;
+};
+
+bool readHvcC(BoxReader box, HevcConfig& config)
+{
+    box.skip(16);
+    config.chromaFormat = box.u8() & 3;
+    config.bitDepthLuma = (box.u8() & 7) + 8;
+    config.bitDepthChroma = (box.u8() & 7) + 8;
+    box.skip(2);
+    config.nalLengthSize = (box.u8() & 3) + 1;
+    const int arrays = box.u8();
+    for (int a = 0; a < arrays && box.ok(); ++a) {
+        box.u8();
+        const int count = box.u16();
+        for (int n = 0; n < count && box.ok(); ++n) {
+            const size_t length = box.u16();
+            if (length > box.remaining())
+                return false;
+            config.parameterSets.push_back({box.current(), length});
+            box.skip(length);
+        }
+    }
+    return box.ok() && config.nalLengthSize != 3;
+}
+
+bool readIspe(const Property* ispe, int& width, int& height)
+{
+    if (!ispe)
+        return false;
+    BoxReader box = ispe->body;
+    box.skip(4);
+    const uint32_t w = box.u32();
+    const uint32_t h = box.u32();
+    if (!box.ok() || w == 0 || h == 0 || w > 65535 || h > 65535)
+        return false;
+    width = int(w);
+    height = int(h);
+    return true;
+}
+
+} // namespace
+
+HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
+{
+    HeifLayout layout;
+    if (!data)
+        return layout;
+    Meta meta;
+    meta.file = {data, size};
+    BoxReader file(data, size);
+    uint32_t type = 0;
+    BoxReader box;
+    bool haveMeta = false;
+    while (!haveMeta && file.nextBox(type, box)) {
+        if (type != kMeta)
+            continue;
+        haveMeta = true;
+        box.skip(4);
+        BoxReader child;
+        while (box.nextBox(type, child)) {
+            if (type == kPitm) {
+                const int version = child.u8();
+                child.skip(3);
+                meta.primary = version == 0 ? child.u16() : child.u32();
+            } else if (type == kIinf) {
+                readIinf(child, meta);
+            } else if (type == kIloc) {
+                readIloc(child, meta);
+            } else if (type == kIref) {
+                readIref(child, meta);
+            } else if (type == kIprp) {
+                readIprp(child, meta);
+            } else if (type == kIdat) {
+                meta.idat = {child.current(), child.remaining()};
+            }
+        }
+    }
+    if (!haveMeta)
+        return layout;
+
+    const auto primaryType = meta.itemTypes.find(meta.primary);
+    if (primaryType == meta.itemTypes.end())
+        return layout;
+
+    std::vector<uint32_t> tileItems;
+    if (primaryType->second == kHvc1) {
+        tileItems.push_back(meta.primary);
+    } else if (primaryType->second == kGrid) {
+        const auto inputs = meta.derived.find(meta.primary);
+        if (inputs == meta.derived.end())
+            return layout;
+        tileItems = inputs->second;
+    } else {
+        return layout;
+    }
+    if (tileItems.empty() || tileItems.size() > size_t(kMaxTiles))
+        return layout;
+
+    HevcConfig first;
+    const Property* firstHvcC = findProperty(meta, tileItems.front(), kHvcC);
+    if (!firstHvcC || !readHvcC(firstHvcC->body, first))
+        return layout;
+    layout.chromaFormat = first.chromaFormat;
+    layout.bitDepth = first.bitDepthLuma;
+
+    // Anything that turns or crops the picture goes the libheif way, which
+    // applies the transforms in the order the file lists them.
+    // Phones write an 'irot' of 0 degrees on upright photos; that one is a no-op.
+    std::vector<uint32_t> items = tileItems;
+    items.push_back(meta.primary);
+    for (uint32_t item : items) {
+        if (findProperty(meta, item, kImir) || findProperty(meta, item, kClap))
+            return layout;
+        if (const Property* irot = findProperty(meta, item, kIrot)) {
+            BoxReader angle = irot->body;
+            if ((angle.u8() & 3) != 0 || !angle.ok())
+                return layout;
+        }
+    }
+    if (first.bitDepthLuma != 8 || first.bitDepthChroma != 8)
+        return layout;
+
+    if (!readIspe(findProperty(meta, tileItems.front(), kIspe), layout.tileWidth, layout.tileHeight))
+        return layout;
+
+    if (primaryType->second == kGrid) {
+        Span descriptor;
+        if (!itemData(meta, meta.primary, descriptor))
+            return layout;
+        BoxReader grid(descriptor.data, descriptor.size);
+        grid.u8();
+        const int flags = grid.u8();
+        layout.rows = grid.u8() + 1;
+        layout.columns = grid.u8() + 1;
+        const uint32_t w = (flags & 1) ? grid.u32() : grid.u16();
+        const uint32_t h = (flags & 1) ? grid.u32() : grid.u16();
+        if (!grid.ok() || w == 0 || h == 0 || w > 65535 || h > 65535)
+            return layout;
+        layout.width = int(w);
+        layout.height = int(h);
+        if (size_t(layout.rows) * size_t(layout.columns) != tileItems.size())
+            return layout;
+        // The tiles must cover the canvas, and the last row and column must
+        // be needed, or the grid is not one this decoder understands.
+        if (int64_t(layout.columns) * layout.tileWidth < layout.width
+            || int64_t(layout.rows) * layout.tileHeight < layout.height
+            || int64_t(layout.columns - 1) * layout.tileWidth >= layout.width
+            || int64_t(layout.rows - 1) * layout.tileHeight >= layout.height)
+            return layout;
+    } else {
+        layout.width = layout.tileWidth;
+        layout.height = layout.tileHeight;
+    }
+    // Chroma planes of subsampled tiles must start on whole chroma samples.
+    const bool halfWidth = first.chromaFormat == 1 || first.chromaFormat == 2;
+    const bool halfHeight = first.chromaFormat == 1;
+    if ((halfWidth && layout.tileWidth % 2) || (halfHeight && layout.tileHeight % 2))
+        return layout;
+
+    for (uint32_t tile : tileItems) {
+        const auto tileType = meta.itemTypes.find(tile);
+        if (tileType == meta.itemTypes.end() || tileType->second != kHvc1)
+            return layout;
+        HevcConfig config;
+        const Property* hvcC = findProperty(meta, tile, kHvcC);
+        if (!hvcC || !readHvcC(hvcC->body, config))
+            return layout;
+        int w = 0, h = 0;
+        if (config.chromaFormat != first.chromaFormat || config.bitDepthLuma != 8 || config.bitDepthChroma != 8
+            || config.nalLengthSize != first.nalLengthSize
+            || !readIspe(findProperty(meta, tile, kIspe), w, h) || w != layout.tileWidth || h != layout.tileHeight)
+            return layout;
+        const auto location = meta.locations.find(tile);
+        Tile coded;
+        if (location == meta.locations.end() || location->second.method != 0 || !itemData(meta, tile, coded.data))
+            return layout;
+        coded.parameterSets = std::move(config.parameterSets);
+        layout.tiles.push_back(std::move(coded));
+    }
+    layout.nalLengthSize = first.nalLengthSize;
+    layout.direct = true;
+    return layout;
+}
+
+} // namespace decodex

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace decodex {
+
+// How the primary image of a HEIF file is coded, read straight from the
+// boxes. libheif 1.15 turns every tile into RGB before pasting it into the
+// grid and converts back when asked for YCbCr, which costs more than the
+// HEVC decoding itself on a phone photo; with this description the tiles can
+// be handed to libde265 directly and their planes go to the JPEG encoder
+// untouched. Anything this reader does not fully understand is marked not
+// direct, and the caller goes the libheif way instead.
+class HeifLayout
+{
+public:
+    struct Span
+    {
+        const uint8_t* data = nullptr;
+        size_t size = 0;
+    };
+
+    // Reads the container; never reads outside [data, data + size).
+    static HeifLayout read(const uint8_t* data, size_t size);
+
+    // True when every tile is a plain HEVC item stored in the file and no
+    // transform applies; only then are the fields below the chroma format
+    // complete.
+    bool direct = false;
+
+    // From the first HEVC configuration found for the primary image, also
+    // when it is not direct: 0 monochrome, 1 4:2:0, 2 4:2:2, 3 4:4:4, -1
+    // unknown.
+    int chromaFormat = -1;
+    int bitDepth = 0;
+
+    int width = 0;      // the primary image before any transform
+    int height = 0;
+    int columns = 1;    // a lone HEVC item is a 1x1 grid
+    int rows = 1;
+    int tileWidth = 0;
+    int tileHeight = 0;
+
+    struct Tile
+    {
+        Span data;                       // length-prefixed NAL units
+        std::vector<Span> parameterSets; // VPS, SPS, PPS NAL units from hvcC
+    };
+    int nalLengthSize = 4;
+    std::vector<Tile> tiles; // row by row
+};
+
+} // namespace decodex

@@ -1,0 +1,248 @@
+#include "JpegWriter.h"
+
+#include "PlanarImage.h"
+#include "RgbConverter.h"
+#include "decodex/heif2jpg.h"
+
+#include <algorithm>
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+
+#include <jpeglib.h>
+
+namespace decodex {
+
+namespace {
+
+const char kXmpNamespace[] = "http://ns.adobe.com/xap/1.0/"; // written with its NUL
+constexpr size_t kMaxSegment = 65533;
+constexpr size_t kIccChunk = 65519; // 65533 - "ICC_PROFILE\0" - sequence - count
+
+struct ErrorManager
+{
+    jpeg_error_mgr base;
+    std::jmp_buf jump;
+    bool full = false;
+};
+
+struct Destination
+{
+    jpeg_destination_mgr base;
+    ErrorManager* errors;
+    uint8_t* buffer;
+    size_t capacity;
+};
+
+void errorExit(j_common_ptr cinfo)
+{
+    std::longjmp(reinterpret_cast<ErrorManager*>(cinfo->err)->jump, 1);
+}
+
+void quietMessage(j_common_ptr) {}
+
+void initDestination(j_compress_ptr cinfo)
+{
+    auto* dest = reinterpret_cast<Destination*>(cinfo->dest);
+    dest->base.next_output_byte = dest->buffer;
+    dest->base.free_in_buffer = dest->capacity;
+}
+
+// libjpeg asks for more room only when the caller's buffer is full.
+boolean emptyOutput(j_compress_ptr cinfo)
+{
+    auto* dest = reinterpret_cast<Destination*>(cinfo->dest);
+    dest->errors->full = true;
+    std::longjmp(dest->errors->jump, 1);
+}
+
+void termDestination(j_compress_ptr) {}
+
+void setSampling(jpeg_compress_struct& cinfo, int chromaFormat)
+{
+    const int h = chromaFormat == 1 || chromaFormat == 2 ? 2 : 1;
+    const int v = chromaFormat == 1 ? 2 : 1;
+    cinfo.comp_info[0].h_samp_factor = h;
+    cinfo.comp_info[0].v_samp_factor = v;
+    for (int c = 1; c < cinfo.num_components; ++c) {
+        cinfo.comp_info[c].h_samp_factor = 1;
+        cinfo.comp_info[c].v_samp_factor = 1;
+    }
+}
+
+// Raw data wants whole blocks: columns up to the next multiple of 8 and rows
+// in groups of 8 * v_samp_factor. The planes are copied into a strip whose
+// right and bottom edges repeat the last sample, as libjpeg does itself
+// for scanline input, so edge blocks carry no sharp step.
+class RawStrips
+{
+public:
+    bool prepare(const PlanarImage& image, const jpeg_compress_struct& cinfo)
+    {
+        m_rowsPerStrip = cinfo.max_v_samp_factor * DCTSIZE;
+        for (int c = 0; c < image.components(); ++c) {
+            const jpeg_component_info& comp = cinfo.comp_info[c];
+            Strip& s = m_strips[c];
+            s.rows = comp.v_samp_factor * DCTSIZE;
+            s.width = size_t(comp.width_in_blocks) * DCTSIZE;
+            s.pixels.assign(s.width * size_t(s.rows), 0);
+            s.pointers.resize(size_t(s.rows));
+            for (int r = 0; r < s.rows; ++r)
+                s.pointers[size_t(r)] = s.pixels.data() + size_t(r) * s.width;
+            m_arrays[c] = s.pointers.data();
+        }
+        return true;
+    }
+
+    // Fills the strip that starts at luma row `row`.
+    JSAMPIMAGE fill(const PlanarImage& image, int row)
+    {
+        for (int c = 0; c < image.components(); ++c) {
+            const PlanarImage::Plane& plane = image.plane(c);
+            Strip& s = m_strips[c];
+            const int first = row / (m_rowsPerStrip / s.rows);
+            const size_t w = size_t(plane.width);
+            for (int r = 0; r < s.rows; ++r) {
+                const uint8_t* src = plane.row(std::min(first + r, plane.height - 1));
+                uint8_t* dst = s.pointers[size_t(r)];
+                std::memcpy(dst, src, w);
+                if (s.width > w)
+                    std::memset(dst + w, src[w - 1], s.width - w);
+            }
+        }
+        return m_arrays;
+    }
+
+    int rowsPerStrip() const { return m_rowsPerStrip; }
+
+private:
+    struct Strip
+    {
+        std::vector<uint8_t> pixels;
+        std::vector<JSAMPROW> pointers;
+        size_t width = 0;
+        int rows = 0;
+    };
+    Strip m_strips[3];
+    JSAMPARRAY m_arrays[3] = {};
+    int m_rowsPerStrip = 0;
+};
+
+} // namespace
+
+struct JpegWriter::Source
+{
+    const PlanarImage* planar = nullptr;
+    const RgbImage* rgb = nullptr;
+    int chromaFormat = 1;
+};
+
+size_t JpegWriter::metadataSize(size_t exif, size_t xmp, size_t icc)
+{
+    size_t bytes = 0;
+    if (exif)
+        bytes += 4 + exif;
+    if (xmp)
+        bytes += 4 + sizeof(kXmpNamespace) + xmp;
+    if (icc)
+        bytes += icc + (icc / kIccChunk + 1) * (4 + 14);
+    return bytes;
+}
+
+int32_t JpegWriter::writePlanar(const PlanarImage& image, int quality, const JpegMetadata& metadata)
+{
+    Source source;
+    source.planar = &image;
+    source.chromaFormat = image.chromaFormat();
+    return write(source, quality, metadata);
+}
+
+int32_t JpegWriter::writeRgb(const RgbImage& image, int chromaFormat, int quality, const JpegMetadata& metadata)
+{
+    Source source;
+    source.rgb = &image;
+    source.chromaFormat = chromaFormat;
+    return write(source, quality, metadata);
+}
+
+int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata& metadata)
+{
+    if (!m_output || m_capacity == 0)
+        return DECODEX_ERR_BAD_ARGUMENT;
+
+    // Everything with a destructor lives outside the setjmp frame's reach.
+    RawStrips strips;
+    std::vector<uint8_t> xmpSegment;
+    if (!metadata.xmp.empty() && metadata.xmp.size() + sizeof(kXmpNamespace) <= kMaxSegment) {
+        xmpSegment.assign(kXmpNamespace, kXmpNamespace + sizeof(kXmpNamespace));
+        xmpSegment.insert(xmpSegment.end(), metadata.xmp.begin(), metadata.xmp.end());
+    }
+
+    jpeg_compress_struct cinfo;
+    ErrorManager errors;
+    Destination dest;
+    std::memset(&cinfo, 0, sizeof cinfo);
+    cinfo.err = jpeg_std_error(&errors.base);
+    errors.base.error_exit = errorExit;
+    errors.base.output_message = quietMessage;
+
+    if (setjmp(errors.jump)) {
+        jpeg_destroy_compress(&cinfo);
+        return errors.full ? DECODEX_ERR_OUTPUT_TOO_SMALL : DECODEX_ERR_ENCODE_FAILED;
+    }
+    jpeg_create_compress(&cinfo);
+    dest.base.init_destination = initDestination;
+    dest.base.empty_output_buffer = emptyOutput;
+    dest.base.term_destination = termDestination;
+    dest.errors = &errors;
+    dest.buffer = m_output;
+    dest.capacity = m_capacity;
+    cinfo.dest = &dest.base;
+
+    const bool gray = source.chromaFormat == 0;
+    if (source.planar) {
+        cinfo.image_width = JDIMENSION(source.planar->width());
+        cinfo.image_height = JDIMENSION(source.planar->height());
+        cinfo.input_components = source.planar->components();
+        cinfo.in_color_space = gray ? JCS_GRAYSCALE : JCS_YCbCr;
+    } else {
+        cinfo.image_width = JDIMENSION(source.rgb->width);
+        cinfo.image_height = JDIMENSION(source.rgb->height);
+        cinfo.input_components = 3;
+        cinfo.in_color_space = JCS_RGB;
+    }
+    jpeg_set_defaults(&cinfo);
+    if (gray)
+        jpeg_set_colorspace(&cinfo, JCS_GRAYSCALE);
+    else
+        setSampling(cinfo, source.chromaFormat);
+    jpeg_set_quality(&cinfo, std::clamp(quality, 0, 100), TRUE);
+    cinfo.dct_method = JDCT_ISLOW;
+    cinfo.raw_data_in = source.planar ? TRUE : FALSE;
+
+    jpeg_start_compress(&cinfo, TRUE);
+    if (!metadata.exif.empty() && metadata.exif.size() <= kMaxSegment)
+        jpeg_write_marker(&cinfo, JPEG_APP0 + 1, metadata.exif.data(), unsigned(metadata.exif.size()));
+    if (!xmpSegment.empty())
+        jpeg_write_marker(&cinfo, JPEG_APP0 + 1, xmpSegment.data(), unsigned(xmpSegment.size()));
+    if (!metadata.icc.empty() && metadata.icc.size() <= kIccChunk * 255)
+        jpeg_write_icc_profile(&cinfo, metadata.icc.data(), unsigned(metadata.icc.size()));
+
+    if (source.planar) {
+        strips.prepare(*source.planar, cinfo);
+        for (int row = 0; row < source.planar->height(); row += strips.rowsPerStrip())
+            jpeg_write_raw_data(&cinfo, strips.fill(*source.planar, row), JDIMENSION(strips.rowsPerStrip()));
+    } else {
+        const size_t stride = size_t(source.rgb->width) * 3;
+        while (cinfo.next_scanline < cinfo.image_height) {
+            JSAMPROW row = const_cast<JSAMPROW>(source.rgb->pixels.data() + size_t(cinfo.next_scanline) * stride);
+            jpeg_write_scanlines(&cinfo, &row, 1);
+        }
+    }
+    jpeg_finish_compress(&cinfo);
+    const size_t written = m_capacity - dest.base.free_in_buffer;
+    jpeg_destroy_compress(&cinfo);
+    return written > size_t(INT32_MAX) ? DECODEX_ERR_OUTPUT_TOO_SMALL : int32_t(written);
+}
+
+} // namespace decodex

@@ -1,0 +1,269 @@
+// The library's C entry points: reads the container with libheif, picks the
+// direct tile path or the general libheif path, and writes the JPEG.
+
+#include "decodex/heif2jpg.h"
+
+#include "ColorProfile.h"
+#include "ExifEditor.h"
+#include "HeifLayout.h"
+#include "JpegWriter.h"
+#include "PlanarImage.h"
+#include "RgbConverter.h"
+#include "ThreadBudget.h"
+#include "TileDecoder.h"
+
+#include <libheif/heif.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <vector>
+
+namespace decodex {
+namespace {
+
+struct ContextDeleter { void operator()(heif_context* c) const { heif_context_free(c); } };
+struct HandleDeleter { void operator()(heif_image_handle* h) const { heif_image_handle_release(h); } };
+struct NclxDeleter { void operator()(heif_color_profile_nclx* n) const { heif_nclx_color_profile_free(n); } };
+
+// libheif registers its codecs once per process; the call is reference
+// counted and never undone, so the library stays ready until exit.
+void initOnce()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { heif_init(nullptr); });
+}
+
+struct Colour
+{
+    bool haveNclx = false;
+    int primaries = 2;
+    int transfer = 2;
+    int matrix = 2;
+    bool fullRange = true;
+};
+
+// An opened file: the libheif context over the caller's bytes (not copied)
+// and its primary image.
+struct OpenedFile
+{
+    std::unique_ptr<heif_context, ContextDeleter> context;
+    std::unique_ptr<heif_image_handle, HandleDeleter> primary;
+    int width = 0;
+    int height = 0;
+};
+
+int mapOpenError(const heif_error& err)
+{
+    if (err.code == heif_error_Memory_allocation_error && err.subcode == heif_suberror_Security_limit_exceeded)
+        return DECODEX_ERR_IMAGE_TOO_LARGE;
+    return DECODEX_ERR_NOT_HEIF;
+}
+
+bool withinLimits(int64_t width, int64_t height)
+{
+    return width > 0 && height > 0 && width <= DECODEX_MAX_DIMENSION && height <= DECODEX_MAX_DIMENSION
+           && width * height <= DECODEX_MAX_PIXELS;
+}
+
+int open(const uint8_t* input, int32_t size, int threads, OpenedFile& file)
+{
+    initOnce();
+    file.context.reset(heif_context_alloc());
+    if (!file.context)
+        return DECODEX_ERR_ENCODE_FAILED;
+    // libheif refuses a width or height at or above its limit.
+    heif_context_set_maximum_image_size_limit(file.context.get(), DECODEX_MAX_DIMENSION + 1);
+    heif_context_set_max_decoding_threads(file.context.get(), threads);
+    heif_error err = heif_context_read_from_memory_without_copy(file.context.get(), input, size_t(size), nullptr);
+    if (err.code != heif_error_Ok)
+        return mapOpenError(err);
+    heif_image_handle* handle = nullptr;
+    err = heif_context_get_primary_image_handle(file.context.get(), &handle);
+    file.primary.reset(handle);
+    if (err.code != heif_error_Ok || !handle)
+        return DECODEX_ERR_NOT_HEIF;
+    file.width = heif_image_handle_get_width(handle);
+    file.height = heif_image_handle_get_height(handle);
+    // Check what the file claims before a single pixel is allocated: the
+    // size after transforms and the coded size ('ispe', for a grid its canvas).
+    if (!withinLimits(file.width, file.height))
+        return file.width <= 0 || file.height <= 0 ? DECODEX_ERR_NOT_HEIF : DECODEX_ERR_IMAGE_TOO_LARGE;
+    const int ispeWidth = heif_image_handle_get_ispe_width(handle);
+    const int ispeHeight = heif_image_handle_get_ispe_height(handle);
+    if ((ispeWidth > 0 || ispeHeight > 0) && !withinLimits(ispeWidth, ispeHeight))
+        return DECODEX_ERR_IMAGE_TOO_LARGE;
+    return 0;
+}
+
+std::vector<uint8_t> metadataBlock(const heif_image_handle* handle, const char* type, const char* contentType)
+{
+    const int count = heif_image_handle_get_number_of_metadata_blocks(handle, type);
+    if (count <= 0)
+        return {};
+    std::vector<heif_item_id> ids(static_cast<size_t>(count));
+    heif_image_handle_get_list_of_metadata_block_IDs(handle, type, ids.data(), count);
+    for (heif_item_id id : ids) {
+        if (contentType) {
+            const char* content = heif_image_handle_get_metadata_content_type(handle, id);
+            if (!content || std::strcmp(content, contentType) != 0)
+                continue;
+        }
+        const size_t size = heif_image_handle_get_metadata_size(handle, id);
+        if (size == 0 || size > size_t(INT32_MAX))
+            continue;
+        std::vector<uint8_t> data(size);
+        if (heif_image_handle_get_metadata(handle, id, data.data()).code == heif_error_Ok)
+            return data;
+    }
+    return {};
+}
+
+Colour colourOf(const heif_image_handle* handle)
+{
+    Colour colour;
+    heif_color_profile_nclx* raw = nullptr;
+    if (heif_image_handle_get_nclx_color_profile(handle, &raw).code == heif_error_Ok && raw) {
+        std::unique_ptr<heif_color_profile_nclx, NclxDeleter> nclx(raw);
+        colour.haveNclx = true;
+        colour.primaries = nclx->color_primaries;
+        colour.transfer = nclx->transfer_characteristics;
+        colour.matrix = nclx->matrix_coefficients;
+        colour.fullRange = nclx->full_range_flag != 0;
+    }
+    return colour;
+}
+
+JpegMetadata metadataOf(const heif_image_handle* handle, const Colour& colour)
+{
+    JpegMetadata metadata;
+    const std::vector<uint8_t> exif = metadataBlock(handle, "Exif", nullptr);
+    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size());
+    metadata.xmp = metadataBlock(handle, "mime", "application/rdf+xml");
+    const size_t iccSize = heif_image_handle_get_raw_color_profile_size(handle);
+    if (iccSize > 0 && iccSize <= size_t(INT32_MAX)) {
+        metadata.icc.resize(iccSize);
+        if (heif_image_handle_get_raw_color_profile(handle, metadata.icc.data()).code != heif_error_Ok)
+            metadata.icc.clear();
+    }
+    if (metadata.icc.empty() && colour.haveNclx)
+        metadata.icc = ColorProfile::forPrimaries(colour.primaries);
+    return metadata;
+}
+
+// JPEG's YCbCr is BT.601 at full range; libheif reads a file without an
+// nclx box the same way, so those planes go to the encoder as they are.
+bool jpegNativeColour(const Colour& colour)
+{
+    if (!colour.haveNclx)
+        return true;
+    const bool bt601 = colour.matrix == heif_matrix_coefficients_ITU_R_BT_601_6
+                       || colour.matrix == heif_matrix_coefficients_ITU_R_BT_470_6_System_B_G
+                       || colour.matrix == heif_matrix_coefficients_unspecified;
+    const bool sdr = colour.transfer != 16 && colour.transfer != 18;
+    return bt601 && colour.fullRange && sdr;
+}
+
+int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity)
+{
+    if (!input || inputSize <= 0 || !output || capacity <= 0)
+        return DECODEX_ERR_BAD_ARGUMENT;
+    ThreadBudget budget;
+    OpenedFile file;
+    if (const int err = open(input, inputSize, budget.threads(), file))
+        return err;
+    const heif_image_handle* handle = file.primary.get();
+    const Colour colour = colourOf(handle);
+    const JpegMetadata metadata = metadataOf(handle, colour);
+    const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
+    JpegWriter writer(output, size_t(capacity));
+
+    if (layout.direct && !heif_image_handle_has_alpha_channel(handle) && jpegNativeColour(colour)
+        && layout.width == file.width && layout.height == file.height) {
+        PlanarImage planes;
+        if (TileDecoder::decode(layout, budget.threads(), planes))
+            return writer.writePlanar(planes, quality, metadata);
+        // A tile libde265 did not take; libheif may still manage the file.
+    }
+
+    RgbImage rgb;
+    if (const int err = RgbConverter::decode(handle, colour.haveNclx ? colour.transfer : 2, rgb))
+        return err;
+    const int chroma = layout.chromaFormat >= 0 ? layout.chromaFormat : 1;
+    return writer.writeRgb(rgb, chroma, quality, metadata);
+}
+
+int32_t capacity(const uint8_t* input, int32_t inputSize)
+{
+    if (!input || inputSize <= 0)
+        return DECODEX_ERR_BAD_ARGUMENT;
+    OpenedFile file;
+    if (const int err = open(input, inputSize, 1, file))
+        return err;
+    const heif_image_handle* handle = file.primary.get();
+    // libjpeg-turbo's own worst case (tjBufSize) for 4:4:4: six bytes per
+    // pixel of the image padded to whole MCUs, plus room for the headers.
+    const uint64_t pixels = uint64_t((file.width + 15) & ~15) * uint64_t((file.height + 15) & ~15);
+    uint64_t bound = pixels * 6 + 2048 + 4096;
+    std::vector<heif_item_id> ids;
+    size_t exif = 0, xmp = 0;
+    for (const char* type : {"Exif", "mime"}) {
+        const int count = heif_image_handle_get_number_of_metadata_blocks(handle, type);
+        ids.resize(size_t(std::max(count, 0)));
+        if (count > 0)
+            heif_image_handle_get_list_of_metadata_block_IDs(handle, type, ids.data(), count);
+        for (heif_item_id id : ids)
+            (type[0] == 'E' ? exif : xmp) += heif_image_handle_get_metadata_size(handle, id);
+    }
+    // A generated profile is a few hundred bytes; 4 KB covers it.
+    const size_t icc = heif_image_handle_get_raw_color_profile_size(handle) + 4096;
+    bound += JpegWriter::metadataSize(exif + 6, xmp, icc);
+    return bound > uint64_t(INT32_MAX) ? DECODEX_ERR_IMAGE_TOO_LARGE : int32_t(bound);
+}
+
+} // namespace
+} // namespace decodex
+
+extern "C" {
+
+DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t quality, uint8_t* output,
+                             int32_t output_capacity, const char* scratch_name)
+{
+    (void)scratch_name; // decoding happens in memory; no file is ever made
+    try {
+        return decodex::convert(input, input_size, quality, output, output_capacity);
+    } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (...) {
+        return DECODEX_ERR_DECODE_FAILED;
+    }
+}
+
+DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, int32_t quality)
+{
+    (void)quality; // the bound holds for every quality
+    try {
+        return decodex::capacity(input, input_size);
+    } catch (...) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    }
+}
+
+DECODEX_API const char* heif2jpg_error_text(int32_t code)
+{
+    if (code >= 0)
+        return "success";
+    switch (code) {
+    case DECODEX_ERR_BAD_ARGUMENT: return "bad argument";
+    case DECODEX_ERR_NOT_HEIF: return "not a HEIF file";
+    case DECODEX_ERR_DECODE_FAILED: return "the image could not be decoded";
+    case DECODEX_ERR_IMAGE_TOO_LARGE: return "the image is too large";
+    case DECODEX_ERR_OUTPUT_TOO_SMALL: return "the output buffer is too small";
+    case DECODEX_ERR_ENCODE_FAILED: return "the JPEG could not be written";
+    default: return "unknown error";
+    }
+}
+
+} // extern "C"
