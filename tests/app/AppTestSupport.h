@@ -29,12 +29,14 @@ inline void useHome(const QTemporaryDir& home)
     qputenv("XDG_RUNTIME_DIR", path);
 }
 
-// False when the desktop still points elsewhere: then the test must not run.
-
+// Makes the desktop folder, as every real home has one. False when the
+// desktop still points elsewhere: then the test must not run.
 inline bool desktopIsInside(const QTemporaryDir& home)
 {
     const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    return !desktop.isEmpty() && QDir(desktop).absolutePath().startsWith(QDir(home.path()).absolutePath());
+    return !desktop.isEmpty()
+        && QDir(desktop).absolutePath().startsWith(QDir(home.path()).absolutePath())
+        && QDir().mkpath(desktop);
 }
 
 // Runs `answer` on the next modal widget that opens (of class `className`

@@ -184,12 +184,12 @@ void tst_EndToEnd::batchOfFiveFromDropToJpegs()
         auto* label = child<QLabel>(progress, "label_Progress");
         AppTestSupport::whenTrue(
             [label] { return label->text() == QLatin1String("5/5"); },
-            [&, progress] {
+            [&progressText, &finished, label, progress] {
                 progressText = label->text();
                 finished = true;
                 click(progress, "pushButton_OK");
             },
-            [&, progress] {
+            [&progressText, &finished, label, progress] {
                 progressText = label->text();
                 finished = true;
                 progress->close();
