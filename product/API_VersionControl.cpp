@@ -14,6 +14,7 @@
 #include <QUrl>
 #include <QtEndian>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <iterator>
@@ -291,7 +292,7 @@ void API_VersionControl::SetMenuStateAndURL(int number, const int* state, const 
         toField(fromWide(url), m_entries[number].url);
 }
 
-bool API_VersionControl::readProfileEntry(const QString& iniPath, const QString& key,
+void API_VersionControl::readProfileEntry(const QString& iniPath, const QString& key,
                                           QString* url, int* state) const
 {
     const PrivateProfile profile(iniPath);
@@ -299,7 +300,6 @@ bool API_VersionControl::readProfileEntry(const QString& iniPath, const QString&
     const QString stateText =
         profile.readString(QLatin1String(kSectionState), key, QStringLiteral("1"));
     *state = leadingInt(stateText.left(kTextChars - 1));
-    return true;
 }
 
 bool API_VersionControl::ReadVersion(const wchar_t* key, wchar_t* url, int* state)

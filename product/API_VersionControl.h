@@ -113,7 +113,7 @@ private:
     QString programDirectory() const;
     QString productLinkPath() const;
     QString linkFolder() const;
-    bool readProfileEntry(const QString& iniPath, const QString& key, QString* url,
+    void readProfileEntry(const QString& iniPath, const QString& key, QString* url,
                           int* state) const;
     void setTableBytes(const char* bytes);
     void setTrailerBytes(const char* bytes);

@@ -35,6 +35,9 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     , m_filePath(filePath)
 {
     ui->setupUi(this);
+    // A QWidget subclass paints its style-sheet background only when asked;
+    // without this the page shows the window grey between its white labels.
+    setAttribute(Qt::WA_StyledBackground);
 
     const QFont regular16 = m_skin.font(12);
     ui->label_FormatTip->setFont(regular16);
@@ -237,7 +240,8 @@ void PreviewHEIC::runConvertingDialog(SingleConverting* dialog)
 
 void PreviewHEIC::slot_OpenFolder()
 {
-    Platform::openFolder(m_savePath);
+    if (!Platform::openFolder(m_savePath))
+        qWarning("Open Folder: no file manager could show %s", qUtf8Printable(m_savePath));
 }
 
 bool PreviewHEIC::eventFilter(QObject* watched, QEvent* event)

@@ -277,6 +277,24 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
     if (!haveMeta)
         return layout;
 
+    // The item types libheif 1.15 keeps as images; a derived image built
+    // from anything else makes it assert.
+    auto isImage = [&](uint32_t item) {
+        const auto type = meta.itemTypes.find(item);
+        if (type == meta.itemTypes.end())
+            return false;
+        for (uint32_t known : {kHvc1, kGrid, BoxReader::fourcc("iden"), BoxReader::fourcc("iovl"), BoxReader::fourcc("av01")})
+            if (type->second == known)
+                return true;
+        return false;
+    };
+    for (const auto& derived : meta.derived) {
+        for (uint32_t input : derived.second) {
+            if (!isImage(input) || input == derived.first)
+                layout.referencesResolve = false;
+        }
+    }
+
     const auto primaryType = meta.itemTypes.find(meta.primary);
     if (primaryType == meta.itemTypes.end())
         return layout;

@@ -30,6 +30,11 @@ public:
     // complete.
     bool direct = false;
 
+    // False when an image is derived from an item the file does not have.
+    // libheif 1.15 asserts on such files instead of failing, so they must
+    // never reach its decoder.
+    bool referencesResolve = true;
+
     // From the first HEVC configuration found for the primary image, also
     // when it is not direct: 0 monochrome, 1 4:2:0, 2 4:2:2, 3 4:4:4, -1
     // unknown.

@@ -32,6 +32,11 @@ struct Destination
     ErrorManager* errors;
     uint8_t* buffer;
     size_t capacity;
+    // libjpeg asks for room as soon as the last byte is written, even when
+    // that byte was the end of the file; a few spare bytes let a JPEG that
+    // fits exactly finish, and anything that lands in them means it did not.
+    uint8_t spare[64];
+    bool inSpare;
 };
 
 void errorExit(j_common_ptr cinfo)
@@ -52,6 +57,12 @@ void initDestination(j_compress_ptr cinfo)
 boolean emptyOutput(j_compress_ptr cinfo)
 {
     auto* dest = reinterpret_cast<Destination*>(cinfo->dest);
+    if (!dest->inSpare) {
+        dest->inSpare = true;
+        dest->base.next_output_byte = dest->spare;
+        dest->base.free_in_buffer = sizeof dest->spare;
+        return TRUE;
+    }
     dest->errors->full = true;
     std::longjmp(dest->errors->jump, 1);
 }
@@ -197,6 +208,7 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
     dest.errors = &errors;
     dest.buffer = m_output;
     dest.capacity = m_capacity;
+    dest.inSpare = false;
     cinfo.dest = &dest.base;
 
     const bool gray = source.chromaFormat == 0;
@@ -240,8 +252,11 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
         }
     }
     jpeg_finish_compress(&cinfo);
-    const size_t written = m_capacity - dest.base.free_in_buffer;
+    const bool overflowed = dest.inSpare && dest.base.free_in_buffer != sizeof dest.spare;
+    const size_t written = dest.inSpare ? m_capacity : m_capacity - dest.base.free_in_buffer;
     jpeg_destroy_compress(&cinfo);
+    if (overflowed)
+        return DECODEX_ERR_OUTPUT_TOO_SMALL;
     return written > size_t(INT32_MAX) ? DECODEX_ERR_OUTPUT_TOO_SMALL : int32_t(written);
 }
 

@@ -51,6 +51,12 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
 {
     if (int(de265_get_chroma_format(picture)) != out.chromaFormat())
         return false;
+    // Only BT.601 at full range is JPEG's own YCbCr; a bitstream that says
+    // otherwise (cameras often code limited range) goes the libheif way,
+    // which converts the samples properly.
+    const int matrix = de265_get_image_matrix_coefficients(picture);
+    if (!de265_get_image_full_range_flag(picture) || (matrix != 2 && matrix != 5 && matrix != 6))
+        return false;
     const int x0 = int(index % size_t(layout.columns)) * layout.tileWidth;
     const int y0 = int(index / size_t(layout.columns)) * layout.tileHeight;
     for (int c = 0; c < out.components(); ++c) {

@@ -188,6 +188,8 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         // A tile libde265 did not take; libheif may still manage the file.
     }
 
+    if (!layout.referencesResolve)
+        return DECODEX_ERR_DECODE_FAILED;
     RgbImage rgb;
     if (const int err = RgbConverter::decode(handle, colour.haveNclx ? colour.transfer : 2, rgb))
         return err;

@@ -1,0 +1,142 @@
+#include "BatchConvertProgress.h"
+#include "ui_BatchConvertProgress.h"
+
+#include "BatchRules.h"
+#include "TipDialog.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QPointer>
+
+BatchConvertProgress::BatchConvertProgress(QWidget* parent)
+    : VNStyleDialog(parent)
+    , ui(new Ui::BatchConvertProgress)
+{
+    ui->setupUi(this);
+
+    ui->widget->setTitleText(tr("Converting Photos"));
+    // The title bar's close must go through the cancel question, not close
+    // the dialog under a running batch.
+    ui->widget->setEmitCloseSignal(true);
+    ui->widget->setParentWidget(this, QPoint(5, 5), true);
+
+    const QFont regular = m_skin.font(34);
+    for (QWidget* w : {static_cast<QWidget*>(ui->label_Converting),
+                       static_cast<QWidget*>(ui->label_Progress),
+                       static_cast<QWidget*>(ui->label_files),
+                       static_cast<QWidget*>(ui->progressBar),
+                       static_cast<QWidget*>(ui->pushButton_OpenFolder),
+                       static_cast<QWidget*>(ui->pushButton_Cancel),
+                       static_cast<QWidget*>(ui->pushButton_OK)})
+        w->setFont(regular);
+
+    const QString skin = m_skin.skinDir();
+    ui->pushButton_OpenFolder->setImages(skin + "/Button/button100_normal.png",
+                                         skin + "/Button/button100_hover.png",
+                                         skin + "/Button/button100_pressing.png");
+    ui->pushButton_Cancel->setImages(skin + "/Button/button100_normal.png",
+                                     skin + "/Button/button100_hover.png",
+                                     skin + "/Button/button100_pressing.png");
+    ui->pushButton_OK->setImages(skin + "/Button/button100_2_normal.png",
+                                 skin + "/Button/button100_2_hover.png",
+                                 skin + "/Button/button100_2_pressing.png");
+
+    ui->progressBar->setTextVisible(false);
+
+    ui->pushButton_Cancel->installEventFilter(this);
+    ui->pushButton_OpenFolder->installEventFilter(this);
+
+    ui->pushButton_OpenFolder->hide();
+    ui->pushButton_OK->hide();
+
+    connect(ui->pushButton_Cancel, SIGNAL(clicked()), this, SLOT(slot_isCancelView()));
+    connect(ui->pushButton_OpenFolder, SIGNAL(clicked()), this, SLOT(slot_OpenFolder()));
+    connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+    connect(ui->widget, SIGNAL(signal_Close()), this, SLOT(slot_isCancelView()));
+}
+
+BatchConvertProgress::~BatchConvertProgress()
+{
+    delete ui;
+}
+
+void BatchConvertProgress::setProgress(const int& percent, const QString& countText)
+{
+    ui->label_Progress->setText(countText);
+    ui->progressBar->setValue(percent);
+}
+
+void BatchConvertProgress::setFinished(int count)
+{
+    ui->pushButton_OpenFolder->show();
+    ui->pushButton_OK->show();
+    ui->pushButton_Cancel->hide();
+
+    const QString result = BatchRules::finishedText(count);
+    if (!result.isEmpty())
+        ui->label_Converting->setText(result);
+
+    ui->label_Progress->hide();
+    ui->label_files->hide();
+}
+
+int BatchConvertProgress::runModal(QDialog* dialog)
+{
+    return dialog->exec();
+}
+
+void BatchConvertProgress::slot_isCancelView()
+{
+    if (!m_cancelTip) {
+        m_cancelTip = new TipDialog(this);
+        m_cancelTip->setCancelConvertTip();
+        connect(m_cancelTip, SIGNAL(signal_CancelConver()), this, SLOT(slot_CancelConvert()));
+    }
+    runModal(m_cancelTip);
+}
+
+void BatchConvertProgress::slot_CancelConvert()
+{
+    if (m_cancelTip)
+        m_cancelTip->hide();
+    // The page answers by scheduling this dialog's deletion and showing its
+    // own notice; should anything delete us outright, stop touching members.
+    QPointer<BatchConvertProgress> alive(this);
+    emit signal_CancelConvert();
+    if (alive && m_cancelTip) {
+        m_cancelTip->close();
+        m_cancelTip->deleteLater();
+        m_cancelTip = nullptr;
+    }
+}
+
+void BatchConvertProgress::slot_OpenFolder()
+{
+    emit signal_OpenFolder();
+}
+
+void BatchConvertProgress::slot_Close()
+{
+    close();
+}
+
+bool BatchConvertProgress::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == ui->pushButton_Cancel || watched == ui->pushButton_OpenFolder) {
+        auto* button = static_cast<QWidget*>(watched);
+        if (event->type() == QEvent::HoverEnter)
+            button->setStyleSheet(QStringLiteral("color:#ffffff"));
+        else if (event->type() == QEvent::HoverLeave)
+            button->setStyleSheet(QStringLiteral("color:#3598fe"));
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void BatchConvertProgress::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        slot_isCancelView();
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "SkinStyle.h"
+#include "VNStyleDialog.h"
+
+class TipDialog;
+
+namespace Ui {
+class BatchConvertProgress;
+}
+
+// Shows a batch run: "Converting 3/10 files" with a bar and Cancel, then the
+// result with Open Folder and OK. The batch page feeds it; cancelling is
+// confirmed first.
+class BatchConvertProgress : public VNStyleDialog
+{
+    Q_OBJECT
+
+public:
+    explicit BatchConvertProgress(QWidget* parent);
+    ~BatchConvertProgress() override;
+
+    void setProgress(const int& percent, const QString& countText);
+    void setFinished(int count);
+
+signals:
+    void signal_CancelConvert();
+    void signal_OpenFolder();
+
+public slots:
+    void slot_isCancelView();
+    void slot_CancelConvert();
+    void slot_OpenFolder();
+    void slot_Close();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    // Escape would close the dialog under a running batch and leave it
+    // without a way to cancel; it asks the cancel question instead.
+    void keyPressEvent(QKeyEvent* event) override;
+
+    // Runs the cancel question modally. Tests replace it so no nested event
+    // loop waits for a click that never comes.
+    virtual int runModal(QDialog* dialog);
+
+private:
+    Ui::BatchConvertProgress* ui;
+    SkinStyle m_skin;
+    TipDialog* m_cancelTip = nullptr;
+};

@@ -1,0 +1,55 @@
+#include "BatchRules.h"
+
+namespace BatchRules {
+
+QString megabytesText(double bytes)
+{
+    return QString::number(bytes / 1024.0 / 1024.0, 'f', 1) + QStringLiteral("MB");
+}
+
+QString fileCountText(int count)
+{
+    return QString::number(count) + QStringLiteral(" File(s), ");
+}
+
+QString clearedCountText()
+{
+    return QStringLiteral("0 File(s), ");
+}
+
+QString clearedSizeText()
+{
+    return QStringLiteral("0 MB");
+}
+
+QString progressText(int done, int total)
+{
+    return QString::number(done) + QLatin1Char('/') + QString::number(total);
+}
+
+int progressPercent(int done, int total)
+{
+    if (total <= 0)
+        return 0;
+    const double ratio = double(done) / double(total);
+    return int(ratio * 100.0);
+}
+
+QString finishedText(int count)
+{
+    if (count >= 2)
+        return QString::number(count) + QStringLiteral(" files have been successfully converted!");
+    if (count == 1)
+        return QString::number(count) + QStringLiteral(" file have been successfully converted!");
+    return QString();
+}
+
+void removeTickedRow(QList<int>& tickedRows, int row)
+{
+    for (int i = 0; i < tickedRows.size(); ++i) {
+        if (tickedRows.at(i) == row)
+            tickedRows.removeAt(i);
+    }
+}
+
+} // namespace BatchRules

@@ -1,0 +1,32 @@
+#include "AboutDlg.h"
+#include "ui_AboutDlg.h"
+
+#include "Platform.h"
+#include "ProductInfo.h"
+
+#include <QCoreApplication>
+#include <QPixmap>
+
+AboutDlg::AboutDlg(QWidget* parent)
+    : QWidget(parent)
+    , ui(new Ui::AboutDlg)
+{
+    ui->setupUi(this);
+    ui->label_logo_img->setPixmap(QPixmap(m_style.skinDir() + QStringLiteral("/main/48x48.png")));
+
+    ui->LabelVantoraName->setFont(m_style.font(43));
+    ui->LabelApplicationName->setFont(m_style.font(32));
+    ui->LabelAbout->setFont(m_style.font(32));
+    const QList<QLabel*> facts = ui->WidgetDeveloper->findChildren<QLabel*>();
+    for (QLabel* label : facts)
+        label->setFont(m_style.font(34));
+
+    // The form's version is only a placeholder; a program without a version
+    // shows none rather than a wrong one.
+    ui->LabelVersionText->setText(Platform::fileVersion(QCoreApplication::applicationFilePath()));
+    ui->LabelNameText->setText(ProductInfo::productName());
+    ui->LabelVantoraName->setText(ProductInfo::productName());
+    ui->LabelCompanyText->setText(ProductInfo::companyName());
+}
+
+AboutDlg::~AboutDlg() = default;

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+// Draws the program's artwork: one flat style on the accent blue #3598fe,
+// with hover a shade lighter, pressed a shade darker and disabled grey.
+class ArtworkPainter
+{
+public:
+    // The picture for a path of widgets/SkinImages.h ("/Button/...",
+    // ":/VNRSC/logo.png", ...), at the given size; a null image when the path
+    // has no drawing.
+    static QImage render(const QString& path, QSize size);
+};

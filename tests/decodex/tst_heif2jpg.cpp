@@ -1,0 +1,514 @@
+// The library's contract as the program relies on it, through the public C
+// functions only.
+#include "HeicFixture.h"
+#include "JpegInspector.h"
+#include "decodex/heif2jpg.h"
+
+#include <QColorSpace>
+#include <QDir>
+#include <QDirIterator>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <QtTest>
+
+#include <libheif/heif.h>
+
+#include <memory>
+#include <thread>
+
+namespace {
+
+struct Result
+{
+    int code = 0;
+    QByteArray jpeg;
+};
+
+// Converts as the engine does: the first try with ten times the input, a
+// second one with the size the library asks for.
+Result convert(const QByteArray& heic, int quality = 90, const char* scratch = nullptr)
+{
+    const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
+    QByteArray out(heic.size() * 10, '\0');
+    int code = heif2jpg(in, heic.size(), quality, reinterpret_cast<uint8_t*>(out.data()), out.size(), scratch);
+    if (code == DECODEX_ERR_OUTPUT_TOO_SMALL) {
+        const int capacity = heif2jpg_capacity(in, heic.size(), quality);
+        out.resize(capacity > 0 ? capacity : 1);
+        code = heif2jpg(in, heic.size(), quality, reinterpret_cast<uint8_t*>(out.data()), out.size(), scratch);
+    }
+    return {code, code > 0 ? out.left(code) : QByteArray()};
+}
+
+QImage decoded(const Result& r)
+{
+    return QImage::fromData(r.jpeg, "JPG").convertToFormat(QImage::Format_RGB32);
+}
+
+int ifd0Orientation(const QByteArray& tiff)
+{
+    if (tiff.size() < 8)
+        return -1;
+    const bool le = tiff.startsWith("II");
+    auto u16 = [&](int at) { return le ? qFromLittleEndian<quint16>(tiff.constData() + at) : qFromBigEndian<quint16>(tiff.constData() + at); };
+    auto u32 = [&](int at) { return le ? qFromLittleEndian<quint32>(tiff.constData() + at) : qFromBigEndian<quint32>(tiff.constData() + at); };
+    const int ifd = int(u32(4));
+    if (ifd + 2 > tiff.size())
+        return -1;
+    const int count = u16(ifd);
+    for (int i = 0; i < count && ifd + 2 + i * 12 + 12 <= tiff.size(); ++i) {
+        const int e = ifd + 2 + i * 12;
+        if (u16(e) == 0x0112)
+            return u16(e + 8);
+    }
+    return 0;
+}
+
+QColor at(const QImage& image, double fx, double fy)
+{
+    return image.pixelColor(int(fx * image.width()), int(fy * image.height()));
+}
+
+bool close(const QColor& a, const QColor& b, int tolerance = 40)
+{
+    return qAbs(a.red() - b.red()) <= tolerance && qAbs(a.green() - b.green()) <= tolerance
+           && qAbs(a.blue() - b.blue()) <= tolerance;
+}
+
+double meanLevel(const QImage& image)
+{
+    double sum = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb p = image.pixel(x, y);
+            sum += qRed(p) + qGreen(p) + qBlue(p);
+        }
+    return sum / (3.0 * image.width() * image.height());
+}
+
+// The picture a viewer shows for a stored picture with this EXIF orientation.
+QImage oriented(const QImage& stored, int orientation)
+{
+    QTransform t;
+    switch (orientation) {
+    case 2: return stored.mirrored(true, false);
+    case 3: return stored.transformed(t.rotate(180));
+    case 4: return stored.mirrored(false, true);
+    case 5: return stored.mirrored(true, false).transformed(t.rotate(270));
+    case 6: return stored.transformed(t.rotate(90));
+    case 7: return stored.mirrored(true, false).transformed(t.rotate(90));
+    case 8: return stored.transformed(t.rotate(270));
+    default: return stored;
+    }
+}
+
+QByteArray encodeOrSkip(const QImage& picture, const HeicFixtureOptions& options = {})
+{
+    QString error;
+    const QByteArray bytes = HeicFixture::encode(picture, options, &error);
+    if (bytes.isEmpty())
+        qWarning("fixture not encoded: %s", qPrintable(error));
+    return bytes;
+}
+
+heif_error appendBytes(heif_context*, const void* data, size_t size, void* userdata)
+{
+    static_cast<QByteArray*>(userdata)->append(static_cast<const char*>(data), int(size));
+    return {heif_error_Ok, heif_suberror_Unspecified, "ok"};
+}
+
+// libheif 1.15 leaves the nclx box out by default (a macOS workaround), so
+// photos described by nclx primaries are made here with it switched off.
+QByteArray encodeWithNclx(const QImage& picture, int primaries)
+{
+    std::unique_ptr<heif_context, void (*)(heif_context*)> ctx(heif_context_alloc(), heif_context_free);
+    heif_encoder* encoder = nullptr;
+    if (heif_context_get_encoder_for_format(ctx.get(), heif_compression_HEVC, &encoder).code != heif_error_Ok)
+        return {};
+    std::unique_ptr<heif_encoder, void (*)(heif_encoder*)> encoderOwner(encoder, heif_encoder_release);
+    heif_image* image = nullptr;
+    heif_image_create(picture.width(), picture.height(), heif_colorspace_RGB, heif_chroma_interleaved_RGB, &image);
+    std::unique_ptr<heif_image, void (*)(const heif_image*)> imageOwner(image, heif_image_release);
+    heif_image_add_plane(image, heif_channel_interleaved, picture.width(), picture.height(), 8);
+    int stride = 0;
+    uint8_t* plane = heif_image_get_plane(image, heif_channel_interleaved, &stride);
+    const QImage rgb = picture.convertToFormat(QImage::Format_RGB888);
+    for (int y = 0; y < rgb.height(); ++y)
+        memcpy(plane + y * stride, rgb.constScanLine(y), size_t(rgb.width()) * 3);
+    std::unique_ptr<heif_color_profile_nclx, void (*)(heif_color_profile_nclx*)> nclx(
+        heif_nclx_color_profile_alloc(), heif_nclx_color_profile_free);
+    nclx->color_primaries = heif_color_primaries(primaries);
+    nclx->transfer_characteristics = heif_transfer_characteristic_IEC_61966_2_1;
+    nclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_601_6;
+    nclx->full_range_flag = 1;
+    std::unique_ptr<heif_encoding_options, void (*)(heif_encoding_options*)> options(
+        heif_encoding_options_alloc(), heif_encoding_options_free);
+    heif_image_set_nclx_color_profile(image, nclx.get());
+    options->output_nclx_profile = nclx.get();
+    options->macOS_compatibility_workaround_no_nclx_profile = 0;
+    if (heif_context_encode_image(ctx.get(), image, encoder, options.get(), nullptr).code != heif_error_Ok)
+        return {};
+    QByteArray bytes;
+    heif_writer writer{};
+    writer.writer_api_version = 1;
+    writer.write = appendBytes;
+    heif_context_write(ctx.get(), &writer, &bytes);
+    return bytes;
+}
+
+} // namespace
+
+class TestHeif2Jpg : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void metadataIsCarried();
+    void largeIccProfileIsChunked();
+    void nclxDisplayP3GetsProfile();
+    void orientationsAreApplied_data();
+    void orientationsAreApplied();
+    void highBitDepthsAreScaled_data();
+    void highBitDepthsAreScaled();
+    void alphaIsCompositedOnWhite();
+    void subsamplingFollowsPhoto();
+    void qualityIsClampedAndMatters();
+    void badInputsGiveErrors();
+    void outputNeverPassesCapacity();
+    void oversizedImageIsRefused();
+    void scratchNameWritesNoFile();
+    void concurrentCallsGiveSameBytes();
+    void regressionInputsFail();
+    void corpusConverts();
+    void phonePhotoKeepsItsDetails();
+};
+
+void TestHeif2Jpg::metadataIsCarried()
+{
+    HeicFixtureOptions options;
+    options.exifTiff = HeicFixture::exifBlock(6, "2021:05:06 07:08:09");
+    options.xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF/></x:xmpmeta>";
+    options.icc = QColorSpace(QColorSpace::AdobeRgb).iccProfile();
+    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48), options);
+    QVERIFY(!heic.isEmpty());
+    const Result r = convert(heic);
+    QVERIFY2(r.code > 0, heif2jpg_error_text(r.code));
+    const JpegInspector jpeg(r.jpeg);
+    QVERIFY(jpeg.valid());
+    QVERIFY(jpeg.baseline());
+    const QByteArray tiff = jpeg.exifTiff();
+    QCOMPARE(ifd0Orientation(tiff), 1);
+    QVERIFY(tiff.contains("2021:05:06 07:08:09"));
+    QVERIFY(tiff.contains(QByteArray("\x25\x88\x04\x00", 4))); // the GPS IFD pointer
+    QCOMPARE(tiff.size(), options.exifTiff.size());
+    bool xmpFound = false;
+    for (const QByteArray& s : jpeg.segments(0xE1))
+        xmpFound |= s.startsWith(QByteArray("http://ns.adobe.com/xap/1.0/\0", 29)) && s.endsWith(options.xmp);
+    QVERIFY(xmpFound);
+    QCOMPARE(jpeg.iccProfile(), options.icc);
+}
+
+void TestHeif2Jpg::largeIccProfileIsChunked()
+{
+    HeicFixtureOptions options;
+    QByteArray icc = QColorSpace(QColorSpace::SRgb).iccProfile();
+    // Padding after the tagged data keeps the profile readable and makes it
+    // need three APP2 segments.
+    icc.append(QByteArray(150000 - icc.size(), '\x5A'));
+    qToBigEndian<quint32>(quint32(icc.size()), icc.data());
+    options.icc = icc;
+    const Result r = convert(encodeOrSkip(HeicFixture::quadrants(32, 32), options));
+    QVERIFY(r.code > 0);
+    const JpegInspector jpeg(r.jpeg);
+    QCOMPARE(jpeg.segments(0xE2).size(), 3);
+    QCOMPARE(jpeg.iccProfile(), icc);
+}
+
+void TestHeif2Jpg::nclxDisplayP3GetsProfile()
+{
+    const Result r = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 12));
+    QVERIFY(r.code > 0);
+    const QByteArray icc = JpegInspector(r.jpeg).iccProfile();
+    QVERIFY(!icc.isEmpty());
+    const QColorSpace space = QColorSpace::fromIccProfile(icc);
+    QVERIFY(space.isValid());
+    QCOMPARE(space.primaries(), QColorSpace::Primaries::DciP3D65);
+    QCOMPARE(space.transferFunction(), QColorSpace::TransferFunction::SRgb);
+
+    // BT.709 primaries are what a JPEG without a profile means already.
+    const Result plain = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 1));
+    QVERIFY(plain.code > 0);
+    QVERIFY(JpegInspector(plain.jpeg).iccProfile().isEmpty());
+}
+
+void TestHeif2Jpg::orientationsAreApplied_data()
+{
+    QTest::addColumn<int>("orientation");
+    for (int o = 1; o <= 8; ++o)
+        QTest::addRow("orientation %d", o) << o;
+}
+
+void TestHeif2Jpg::orientationsAreApplied()
+{
+    QFETCH(int, orientation);
+    const QImage source = HeicFixture::quadrants(96, 64);
+    HeicFixtureOptions options;
+    options.orientation = orientation;
+    options.exifTiff = HeicFixture::exifBlock(orientation, "2020:01:01 00:00:00");
+    const Result r = convert(encodeOrSkip(source, options));
+    QVERIFY(r.code > 0);
+    const QImage image = decoded(r);
+    const QImage expected = oriented(source, orientation);
+    QCOMPARE(image.size(), expected.size());
+    for (double fx : {0.25, 0.75})
+        for (double fy : {0.25, 0.75})
+            QVERIFY2(close(at(image, fx, fy), at(expected, fx, fy)),
+                     qPrintable(QStringLiteral("at %1,%2").arg(fx).arg(fy)));
+    QCOMPARE(ifd0Orientation(JpegInspector(r.jpeg).exifTiff()), 1);
+}
+
+void TestHeif2Jpg::highBitDepthsAreScaled_data()
+{
+    QTest::addColumn<int>("bits");
+    QTest::newRow("10 bit") << 10;
+    QTest::newRow("12 bit") << 12;
+}
+
+void TestHeif2Jpg::highBitDepthsAreScaled()
+{
+    QFETCH(int, bits);
+    const QImage source = HeicFixture::gradient(128, 96);
+    HeicFixtureOptions options;
+    options.encoderQuality = 95;
+    const Result eight = convert(encodeOrSkip(source, options), 95);
+    options.bitDepth = bits;
+    const Result deep = convert(encodeOrSkip(source, options), 95);
+    QVERIFY(eight.code > 0);
+    QVERIFY(deep.code > 0);
+    const QImage a = decoded(eight), b = decoded(deep);
+    // Dropping the low bits would darken the picture by about half a level
+    // per bit dropped; rounding keeps the mean where the source has it.
+    QVERIFY2(qAbs(meanLevel(b) - meanLevel(source)) < 1.5,
+             qPrintable(QStringLiteral("%1 vs %2").arg(meanLevel(b)).arg(meanLevel(source))));
+    QVERIFY(qAbs(meanLevel(a) - meanLevel(b)) < 1.5);
+    QVERIFY(close(at(b, 0.9, 0.9), at(source, 0.9, 0.9), 8));
+}
+
+void TestHeif2Jpg::alphaIsCompositedOnWhite()
+{
+    QImage picture(64, 64, QImage::Format_ARGB32);
+    picture.fill(Qt::transparent);
+    for (int y = 0; y < 64; ++y)
+        for (int x = 0; x < 32; ++x)
+            picture.setPixel(x, y, qRgba(0, 0, 200, 255));
+    HeicFixtureOptions options;
+    options.alpha = true;
+    const Result r = convert(encodeOrSkip(picture, options));
+    QVERIFY(r.code > 0);
+    const QImage image = decoded(r);
+    QVERIFY(close(at(image, 0.8, 0.5), QColor(255, 255, 255), 12));
+    QVERIFY(close(at(image, 0.2, 0.5), QColor(0, 0, 200), 20));
+}
+
+void TestHeif2Jpg::subsamplingFollowsPhoto()
+{
+    const QImage picture = HeicFixture::quadrants(64, 48);
+    for (int chroma : {420, 444}) {
+        HeicFixtureOptions options;
+        options.chroma = chroma;
+        const Result r = convert(encodeOrSkip(picture, options));
+        QVERIFY(r.code > 0);
+        const QList<int> sampling = JpegInspector(r.jpeg).sampling();
+        QCOMPARE(sampling.size(), 3);
+        QCOMPARE(sampling[0], chroma == 420 ? 0x22 : 0x11);
+        QCOMPARE(sampling[1], 0x11);
+    }
+}
+
+void TestHeif2Jpg::qualityIsClampedAndMatters()
+{
+    const QByteArray heic = encodeOrSkip(HeicFixture::gradient(96, 64));
+    const Result low = convert(heic, 0), below = convert(heic, -20);
+    const Result high = convert(heic, 100), above = convert(heic, 250);
+    const Result middle = convert(heic, 50);
+    QVERIFY(low.code > 0 && high.code > 0 && middle.code > 0);
+    QCOMPARE(below.jpeg, low.jpeg);
+    QCOMPARE(above.jpeg, high.jpeg);
+    QVERIFY(low.jpeg.size() < middle.jpeg.size());
+    QVERIFY(middle.jpeg.size() < high.jpeg.size());
+}
+
+void TestHeif2Jpg::badInputsGiveErrors()
+{
+    uint8_t out[4096];
+    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
+    const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
+    QCOMPARE(heif2jpg(nullptr, 100, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+    QCOMPARE(heif2jpg(in, 0, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+    QCOMPARE(heif2jpg(in, -5, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+    QCOMPARE(heif2jpg(in, heic.size(), 90, nullptr, 100, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+    QCOMPARE(heif2jpg(in, heic.size(), 90, out, 0, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+    QCOMPARE(heif2jpg_capacity(nullptr, 10, 90), int(DECODEX_ERR_BAD_ARGUMENT));
+
+    const QByteArray garbage(5000, '\x37');
+    QCOMPARE(convert(garbage).code, int(DECODEX_ERR_NOT_HEIF));
+    QCOMPARE(convert(QByteArray("\xFF\xD8\xFF\xE0 a JPEG, not HEIF")).code, int(DECODEX_ERR_NOT_HEIF));
+
+    for (double cut : {0.02, 0.1, 0.3, 0.5, 0.8, 0.97}) {
+        const int code = convert(heic.left(int(heic.size() * cut))).code;
+        QVERIFY2(code < 0, qPrintable(QString::number(cut)));
+        QVERIFY(QByteArray(heif2jpg_error_text(code)) != "unknown error");
+    }
+
+    const QString bad = HeicFixture::corpusDir() + "/bad";
+    for (const QFileInfo& info : QDir(bad).entryInfoList({"*.heic"}, QDir::Files)) {
+        QFile f(info.filePath());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QVERIFY2(convert(f.readAll()).code < 0, qPrintable(info.fileName()));
+    }
+}
+
+void TestHeif2Jpg::outputNeverPassesCapacity()
+{
+    const QByteArray heic = encodeOrSkip(HeicFixture::gradient(256, 192));
+    const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
+    const int guard = 256;
+    for (int capacity : {1, 100, 2000}) {
+        QByteArray out(capacity + guard, '\xC3');
+        const int code = heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(out.data()), capacity, nullptr);
+        QCOMPARE(code, int(DECODEX_ERR_OUTPUT_TOO_SMALL));
+        QCOMPARE(out.mid(capacity), QByteArray(guard, '\xC3'));
+    }
+    const int capacity = heif2jpg_capacity(in, heic.size(), 100);
+    QVERIFY(capacity > 0);
+    QByteArray out(capacity + guard, '\xC3');
+    const int written = heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(out.data()), capacity, nullptr);
+    QVERIFY(written > 0 && written <= capacity);
+    QCOMPARE(out.mid(capacity), QByteArray(guard, '\xC3'));
+    // Exactly the bytes it needs is enough too.
+    QByteArray exact(written, '\0');
+    QCOMPARE(heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(exact.data()), written, nullptr), written);
+    QCOMPARE(exact, out.left(written));
+}
+
+void TestHeif2Jpg::oversizedImageIsRefused()
+{
+    // The coded picture is tiny; only its 'ispe' claims 20000 x 20000.
+    QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
+    int patched = 0;
+    for (int at = heic.indexOf("ispe"); at >= 0; at = heic.indexOf("ispe", at + 4)) {
+        qToBigEndian<quint32>(20000, heic.data() + at + 8);
+        qToBigEndian<quint32>(20000, heic.data() + at + 12);
+        ++patched;
+    }
+    QVERIFY(patched > 0);
+    QCOMPARE(convert(heic).code, int(DECODEX_ERR_IMAGE_TOO_LARGE));
+    QCOMPARE(heif2jpg_capacity(reinterpret_cast<const uint8_t*>(heic.constData()), heic.size(), 90),
+             int(DECODEX_ERR_IMAGE_TOO_LARGE));
+}
+
+void TestHeif2Jpg::scratchNameWritesNoFile()
+{
+    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
+    QTemporaryDir dir;
+    const QString previous = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(dir.path()));
+    const Result named = convert(heic, 90, "temp1.hevc");
+    const Result unnamed = convert(heic, 90, nullptr);
+    const QStringList left = QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+    QDir::setCurrent(previous);
+    QVERIFY(named.code > 0);
+    QCOMPARE(named.jpeg, unnamed.jpeg);
+    QVERIFY2(left.isEmpty(), qPrintable(left.join(", ")));
+}
+
+void TestHeif2Jpg::concurrentCallsGiveSameBytes()
+{
+    QList<QByteArray> inputs;
+    HeicFixtureOptions grid;
+    inputs << encodeOrSkip(HeicFixture::gradient(600, 400));
+    HeicFixtureOptions deep;
+    deep.bitDepth = 10;
+    deep.orientation = 6;
+    inputs << encodeOrSkip(HeicFixture::quadrants(320, 200), deep);
+    const QString photo = HeicFixture::corpusDir() + "/nokia/grid_960x640.heic";
+    QFile f(photo);
+    if (f.open(QIODevice::ReadOnly))
+        inputs << f.readAll();
+
+    QList<QByteArray> sequential;
+    for (const QByteArray& in : inputs)
+        sequential << convert(in).jpeg;
+    for (const QByteArray& s : sequential)
+        QVERIFY(!s.isEmpty());
+
+    QVector<QList<QByteArray>> results(5);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 5; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 2; ++round)
+                for (int i = 0; i < inputs.size(); ++i)
+                    results[t] << convert(inputs[(i + t) % inputs.size()]).jpeg;
+        });
+    }
+    for (std::thread& t : threads)
+        t.join();
+    for (int t = 0; t < 5; ++t)
+        for (int i = 0; i < results[t].size(); ++i)
+            QVERIFY(results[t][i] == sequential[(i % inputs.size() + t) % inputs.size()]);
+}
+
+void TestHeif2Jpg::regressionInputsFail()
+{
+    // Inputs the fuzzer once found trouble with: each must just give a result.
+    QDirIterator it(QStringLiteral(DECODEX_TEST_DATA), {"*"}, QDir::Files);
+    while (it.hasNext()) {
+        QFile f(it.next());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        const QByteArray bytes = f.readAll();
+        const Result r = convert(bytes);
+        if (r.code > 0)
+            QVERIFY(JpegInspector(r.jpeg).valid());
+        heif2jpg_capacity(reinterpret_cast<const uint8_t*>(bytes.constData()), bytes.size(), 90);
+    }
+}
+
+void TestHeif2Jpg::corpusConverts()
+{
+    const QString corpus = HeicFixture::corpusDir();
+    if (corpus.isEmpty())
+        QSKIP("no photo corpus");
+    int converted = 0;
+    for (const QString& folder : {QStringLiteral("nokia"), QStringLiteral("real")}) {
+        for (const QFileInfo& info : QDir(corpus + "/" + folder).entryInfoList({"*.heic"}, QDir::Files)) {
+            QFile f(info.filePath());
+            QVERIFY(f.open(QIODevice::ReadOnly));
+            const Result r = convert(f.readAll());
+            QVERIFY2(r.code > 0, qPrintable(info.fileName() + ": " + heif2jpg_error_text(r.code)));
+            QVERIFY2(!decoded(r).isNull(), qPrintable(info.fileName()));
+            ++converted;
+        }
+    }
+    QVERIFY(converted > 0);
+}
+
+void TestHeif2Jpg::phonePhotoKeepsItsDetails()
+{
+    QFile f(HeicFixture::corpusDir() + "/real/IMG_3578.heic");
+    if (HeicFixture::corpusDir().isEmpty() || !f.open(QIODevice::ReadOnly))
+        QSKIP("no photo corpus");
+    const Result r = convert(f.readAll(), 90);
+    QVERIFY(r.code > 0);
+    const JpegInspector jpeg(r.jpeg);
+    QCOMPARE(jpeg.sampling().value(0), 0x22);
+    const QByteArray tiff = jpeg.exifTiff();
+    QCOMPARE(ifd0Orientation(tiff), 1);
+    QVERIFY(tiff.contains("2020:04:17 10:03:40"));
+    const QColorSpace space = QColorSpace::fromIccProfile(jpeg.iccProfile());
+    QVERIFY(space.isValid());
+    QCOMPARE(space.primaries(), QColorSpace::Primaries::DciP3D65);
+    const QImage image = QImage::fromData(r.jpeg, "JPG");
+    QCOMPARE(image.size(), QSize(4032, 3024));
+}
+
+QTEST_GUILESS_MAIN(TestHeif2Jpg)
+#include "tst_heif2jpg.moc"

@@ -1,0 +1,414 @@
+#include "ConvertThread.h"
+#include "DecoderLibrary.h"
+#include "EngineTestSupport.h"
+#include "HeicFixture.h"
+#include "OutputNaming.h"
+#include "WorkQueue.h"
+
+#include <QLibrary>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+int fakeCalls()
+{
+    using CallsFn = int (*)();
+    static const auto calls =
+        reinterpret_cast<CallsFn>(QLibrary::resolve(EngineTest::fakeLibrary(), "fake_decodex_calls"));
+    return calls ? calls() : -1;
+}
+
+QStringList drainGlobalQueue()
+{
+    QStringList left;
+    for (QString path = WorkQueue::global().take(); path != QLatin1String("exit");
+         path = WorkQueue::global().take())
+        left << path;
+    return left;
+}
+
+} // namespace
+
+// What the workers of one run reported, gathered on this thread.
+struct RunReport
+{
+    QStringList sources;
+    QStringList targets;
+    QMap<QString, QString> failures; // source -> reason
+    int successes = 0;
+};
+
+class ConvertThreadTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void fourWorkersConvertEveryFileOnce();
+    void defaultFolderIsOnTheDesktop();
+    void emptyQueueEndsEveryWorkerAtOnce();
+    void failedSaveLeavesNoFileAndNoSignal();
+    void unwritableFolderLeavesNoFile();
+    void stopFlagFinishesTheFileInHandAndKeepsTheRest();
+    void fileNamedExitIsConvertedAndEndsTheWorker();
+    void sourceIsNeverReplacedByItsJpeg();
+    void missingDecoderFailsEveryFileWithoutCalling();
+    void destroyingARunningWorkerWaitsForIt();
+    void realLibraryConvertsAFixture();
+    void realLibraryConvertsACorpusPhoto();
+
+private:
+    void watch(ConvertThread& worker, RunReport& report);
+    RunReport run(const QStringList& paths, const QString& savePath, int workerCount = 4,
+                  QStringList* savePathsAfter = nullptr);
+    QString makeFile(const QString& name, const QByteArray& bytes);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    DecoderLibrary::Functions m_fake;
+};
+
+void ConvertThreadTest::initTestCase()
+{
+    m_fake = DecoderLibrary::bindFrom(EngineTest::fakeLibrary());
+    QVERIFY2(m_fake.isBound(), qPrintable(m_fake.error));
+    // Each failed file logs a line; the reasons are checked through signals.
+    QLoggingCategory::setFilterRules(QStringLiteral("pictova.engine.warning=false"));
+}
+
+void ConvertThreadTest::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    // The usual chosen folder; the workers make only its Vantora below it.
+    QVERIFY(QDir(m_dir->path()).mkdir("out"));
+}
+
+void ConvertThreadTest::cleanup()
+{
+    drainGlobalQueue();
+    m_dir.reset();
+}
+
+QString ConvertThreadTest::makeFile(const QString& name, const QByteArray& bytes)
+{
+    const QString path = m_dir->filePath(name);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    return EngineTest::writeFile(path, bytes) ? path : QString();
+}
+
+void ConvertThreadTest::watch(ConvertThread& worker, RunReport& report)
+{
+    connect(&worker, &ConvertThread::signal_FileConverted, this,
+            [&report](const QString& source, const QString& target) {
+                report.sources << source;
+                report.targets << target;
+            });
+    connect(&worker, &ConvertThread::signal_FileFailed, this,
+            [&report](const QString& source, const QString& reason) {
+                report.failures.insert(source, reason);
+            });
+    connect(&worker, &ConvertThread::signal_ConvertSuccess, this,
+            [&report] { ++report.successes; });
+}
+
+RunReport ConvertThreadTest::run(const QStringList& paths, const QString& savePath,
+                                 int workerCount, QStringList* savePathsAfter)
+{
+    static const char* const scratch[] = {"temp1.hevc", "temp2.hevc", "temp3.hevc", "temp4.hevc"};
+    RunReport report;
+    std::vector<std::unique_ptr<ConvertThread>> workers;
+    for (const QString& path : paths)
+        WorkQueue::global().put(path);
+    for (int i = 0; i < workerCount; ++i) {
+        workers.push_back(std::make_unique<ConvertThread>());
+        ConvertThread& worker = *workers.back();
+        watch(worker, report);
+        worker.setDecoder(m_fake.convert);
+        worker.setQuality(90);
+        worker.setSavePath(savePath);
+        worker.setScratchFileName(scratch[i % 4]);
+        worker.setStopFlag(false);
+        worker.start();
+    }
+    for (auto& worker : workers)
+        worker->wait();
+    QCoreApplication::sendPostedEvents();
+    if (savePathsAfter)
+        for (auto& worker : workers)
+            *savePathsAfter << worker->savePath();
+    return report;
+}
+
+void ConvertThreadTest::fourWorkersConvertEveryFileOnce()
+{
+    QStringList paths;
+    QMap<QString, QByteArray> expected; // output name -> bytes
+    for (int i = 0; i < 16; ++i) {
+        const QString name = QStringLiteral("in/IMG_%1.%2").arg(i).arg(i % 2 ? "HEIC" : "heic");
+        const QByteArray jpeg = EngineTest::jpeg(20 + i, 10);
+        paths << makeFile(name, EngineTest::fakeHeic(jpeg));
+        expected.insert(QStringLiteral("IMG_%1.jpg").arg(i), jpeg);
+    }
+    const QByteArray odd = EngineTest::jpeg(9, 9);
+    paths << makeFile("in/odd.Heic", EngineTest::fakeHeic(odd));
+    expected.insert("odd.Heic", odd); // name kept, JPEG inside
+    const QString garbage = makeFile("in/garbage.heic", "definitely not a photo");
+    const QString missing = m_dir->filePath("in/missing.heic");
+    paths << garbage << missing;
+
+    const QString out = m_dir->filePath("out");
+    QStringList savePaths;
+    const RunReport report = run(paths, out, 4, &savePaths);
+
+    QCOMPARE(report.successes, expected.size());
+    QCOMPARE(report.sources.size(), expected.size());
+    QCOMPARE(QSet<QString>(report.sources.begin(), report.sources.end()).size(), expected.size());
+    QCOMPARE(report.failures.value(garbage), QString("not a HEIF file"));
+    QCOMPARE(report.failures.value(missing), QString("no such file"));
+    QCOMPARE(report.failures.size(), 2);
+
+    const QString folder = out + "/Vantora";
+    QVERIFY(savePaths.contains(folder));
+    for (const QString& target : report.targets)
+        QCOMPARE(QFileInfo(target).absolutePath(), folder);
+    // Exactly the files expected, each with the library's bytes, no leftovers.
+    QCOMPARE(EngineTest::entries(folder), QStringList(expected.keys()));
+    for (auto it = expected.cbegin(); it != expected.cend(); ++it)
+        QCOMPARE(EngineTest::readFile(folder + '/' + it.key()), it.value());
+    QCOMPARE(drainGlobalQueue(), QStringList());
+}
+
+void ConvertThreadTest::defaultFolderIsOnTheDesktop()
+{
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    QVERIFY(desktop.startsWith(EngineTest::home()));
+    QVERIFY(QDir().mkpath(desktop));
+    const QByteArray jpeg = EngineTest::jpeg();
+    const QString source = makeFile("IMG_0001.HEIC", EngineTest::fakeHeic(jpeg));
+
+    QStringList savePaths;
+    const RunReport report = run({source}, QString(), 1, &savePaths);
+    QCOMPARE(report.targets, QStringList(desktop + "/Vantora//IMG_0001.jpg"));
+    QCOMPARE(savePaths, QStringList(desktop + "/Vantora/"));
+    QCOMPARE(EngineTest::readFile(desktop + "/Vantora/IMG_0001.jpg"), jpeg);
+    QVERIFY(QDir(desktop + "/Vantora").removeRecursively());
+}
+
+void ConvertThreadTest::emptyQueueEndsEveryWorkerAtOnce()
+{
+    const RunReport report = run({}, m_dir->path(), 4);
+    QCOMPARE(report.successes, 0);
+    QVERIFY(report.failures.isEmpty());
+    QCOMPARE(EngineTest::entries(m_dir->path()), QStringList("out"));
+}
+
+void ConvertThreadTest::failedSaveLeavesNoFileAndNoSignal()
+{
+    const QByteArray heic = EngineTest::fakeHeic(EngineTest::jpeg());
+
+    // "Vantora" exists as a file, so the folder can be neither made nor used.
+    const QString blocked = m_dir->filePath("blocked");
+    QVERIFY(QDir().mkpath(blocked));
+    QVERIFY(EngineTest::writeFile(blocked + "/Vantora", "in the way"));
+    const QString first = makeFile("a.heic", heic);
+    RunReport report = run({first}, blocked, 1);
+    QCOMPARE(report.successes, 0);
+    QVERIFY(report.targets.isEmpty());
+    QVERIFY2(report.failures.value(first).startsWith("cannot write " + blocked + "/Vantora/a.jpg: "),
+             qPrintable(report.failures.value(first)));
+    QCOMPARE(EngineTest::entries(blocked), QStringList("Vantora"));
+    QCOMPARE(EngineTest::readFile(blocked + "/Vantora"), QByteArray("in the way"));
+
+    // A chosen folder whose parent is missing: only one level is made.
+    const QString deep = m_dir->filePath("missing/deeper");
+    report = run({first}, deep, 1);
+    QCOMPARE(report.successes, 0);
+    QVERIFY(report.failures.value(first).startsWith("cannot write "));
+    QVERIFY(!QFileInfo::exists(m_dir->filePath("missing")));
+}
+
+void ConvertThreadTest::unwritableFolderLeavesNoFile()
+{
+#ifdef Q_OS_UNIX
+    if (::geteuid() == 0)
+        QSKIP("root writes into read-only folders");
+#endif
+    const QString out = m_dir->filePath("ro");
+    QVERIFY(QDir().mkpath(out + "/Vantora"));
+    QVERIFY(QFile::setPermissions(out + "/Vantora", QFile::ReadOwner | QFile::ExeOwner));
+    const QString source = makeFile("b.heic", EngineTest::fakeHeic(EngineTest::jpeg()));
+    const RunReport report = run({source}, out, 1);
+    QFile::setPermissions(out + "/Vantora", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QCOMPARE(report.successes, 0);
+    QVERIFY(report.failures.value(source).contains("Permission denied"));
+    QCOMPARE(EngineTest::entries(out + "/Vantora"), QStringList());
+}
+
+void ConvertThreadTest::stopFlagFinishesTheFileInHandAndKeepsTheRest()
+{
+    const QByteArray slowJpeg = EngineTest::jpeg(33, 22);
+    const QString slow = makeFile("slow.heic", EngineTest::fakeHeic(slowJpeg, "FAKESLOW"));
+    const QStringList rest{makeFile("r1.heic", EngineTest::fakeHeic(EngineTest::jpeg())),
+                           makeFile("r2.heic", EngineTest::fakeHeic(EngineTest::jpeg())),
+                           m_dir->filePath("r3-missing.heic")};
+    WorkQueue::global().put(slow);
+    for (const QString& path : rest)
+        WorkQueue::global().put(path);
+
+    RunReport report;
+    ConvertThread worker;
+    watch(worker, report);
+    worker.setDecoder(m_fake.convert);
+    worker.setSavePath(m_dir->filePath("out"));
+    const int before = fakeCalls();
+    worker.start();
+    QTRY_VERIFY(fakeCalls() > before); // the slow file is in the library
+    worker.setStopFlag(true);
+    QVERIFY(worker.wait(10000));
+    QCoreApplication::sendPostedEvents();
+
+    QCOMPARE(report.successes, 1);
+    QCOMPARE(report.sources, QStringList(slow));
+    QCOMPARE(EngineTest::readFile(m_dir->filePath("out/Vantora/slow.jpg")), slowJpeg);
+    QCOMPARE(drainGlobalQueue(), rest);
+}
+
+void ConvertThreadTest::fileNamedExitIsConvertedAndEndsTheWorker()
+{
+    const QByteArray jpeg = EngineTest::jpeg();
+    const QString exitFile = makeFile("exit", EngineTest::fakeHeic(jpeg));
+    const QString after = makeFile("after.heic", EngineTest::fakeHeic(jpeg));
+    const RunReport report = run({exitFile, after}, m_dir->filePath("out"), 1);
+    QCOMPARE(report.sources, QStringList(exitFile));
+    QCOMPARE(EngineTest::readFile(m_dir->filePath("out/Vantora/exit")), jpeg);
+    QCOMPARE(drainGlobalQueue(), QStringList(after));
+}
+
+void ConvertThreadTest::sourceIsNeverReplacedByItsJpeg()
+{
+    const QByteArray heic = EngineTest::fakeHeic(EngineTest::jpeg());
+    const QString source = makeFile("keep/Vantora/photo.Heic", heic);
+    const RunReport report = run({source}, m_dir->filePath("keep/Vantora"), 1);
+    QCOMPARE(report.successes, 0);
+    QVERIFY(report.failures.value(source).startsWith("would replace the source file"));
+    QCOMPARE(EngineTest::readFile(source), heic);
+
+    // The same file name elsewhere is simply overwritten.
+    const QString out = m_dir->filePath("other");
+    QVERIFY(QDir().mkpath(out + "/Vantora"));
+    QVERIFY(EngineTest::writeFile(out + "/Vantora/photo.Heic", "old"));
+    QCOMPARE(run({source}, out, 1).successes, 1);
+    QCOMPARE(EngineTest::readFile(out + "/Vantora/photo.Heic"), heic.mid(8));
+}
+
+void ConvertThreadTest::missingDecoderFailsEveryFileWithoutCalling()
+{
+    const QString source = makeFile("c.heic", EngineTest::fakeHeic(EngineTest::jpeg()));
+    RunReport report;
+    ConvertThread worker;
+    watch(worker, report);
+    worker.setDecoder(nullptr);
+    worker.setSavePath(m_dir->filePath("out"));
+    WorkQueue::global().put(source);
+    const int before = fakeCalls();
+    worker.start();
+    QVERIFY(worker.wait(5000));
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(fakeCalls(), before);
+    QCOMPARE(report.successes, 0);
+    QCOMPARE(report.failures.value(source), QString("decoding library not found"));
+
+    // A null decoder handed over later keeps the one already set.
+    worker.setDecoder(m_fake.convert);
+    worker.setDecoder(nullptr);
+    WorkQueue::global().put(source);
+    worker.start();
+    QVERIFY(worker.wait(5000));
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(report.successes, 1);
+}
+
+void ConvertThreadTest::destroyingARunningWorkerWaitsForIt()
+{
+    const QString slow = makeFile("slow2.heic", EngineTest::fakeHeic(EngineTest::jpeg(), "FAKESLOW"));
+    const QString next = makeFile("next.heic", EngineTest::fakeHeic(EngineTest::jpeg()));
+    WorkQueue::global().put(slow);
+    WorkQueue::global().put(next);
+    auto worker = std::make_unique<ConvertThread>();
+    worker->setDecoder(m_fake.convert);
+    worker->setSavePath(m_dir->filePath("out"));
+    const int before = fakeCalls();
+    worker->start();
+    QTRY_VERIFY(fakeCalls() > before);
+    worker.reset();
+    QVERIFY(QFileInfo::exists(m_dir->filePath("out/Vantora/slow2.jpg")));
+    QCOMPARE(drainGlobalQueue(), QStringList(next));
+}
+
+void ConvertThreadTest::realLibraryConvertsAFixture()
+{
+#ifndef PICTOVA_HAVE_DECODEX
+    QSKIP("the decoding library is not part of this build");
+#else
+    const auto real = DecoderLibrary::bind();
+    QVERIFY2(real.isBound(), qPrintable(real.error));
+    QString why;
+    const QByteArray heic = HeicFixture::encode(HeicFixture::quadrants(64, 48), {}, &why);
+    if (heic.isEmpty())
+        QSKIP(qPrintable("no HEVC encoder: " + why));
+    const QString source = makeFile("quad.HEIC", heic);
+
+    RunReport report;
+    ConvertThread worker;
+    watch(worker, report);
+    worker.setDecoder(real.convert);
+    worker.setSavePath(m_dir->filePath("out"));
+    WorkQueue::global().put(source);
+    worker.start();
+    QVERIFY(worker.wait(60000));
+    QCoreApplication::sendPostedEvents();
+    QVERIFY2(report.successes == 1, qPrintable(report.failures.value(source)));
+    const QImage image(m_dir->filePath("out/Vantora/quad.jpg"));
+    QCOMPARE(image.size(), QSize(64, 48));
+    const QColor topLeft = image.pixelColor(8, 8);
+    QVERIFY2(topLeft.red() > 200 && topLeft.green() < 60 && topLeft.blue() < 60,
+             qPrintable(topLeft.name()));
+#endif
+}
+
+void ConvertThreadTest::realLibraryConvertsACorpusPhoto()
+{
+#ifndef PICTOVA_HAVE_DECODEX
+    QSKIP("the decoding library is not part of this build");
+#else
+    const QString corpus = HeicFixture::corpusDir();
+    const QString photo = corpus + "/real/Stonehenge.heic";
+    if (corpus.isEmpty() || !QFileInfo::exists(photo))
+        QSKIP("the test photos are not here");
+    const auto real = DecoderLibrary::bind();
+    QVERIFY(real.isBound());
+    RunReport report;
+    ConvertThread worker;
+    watch(worker, report);
+    worker.setDecoder(real.convert);
+    worker.setSavePath(m_dir->filePath("out"));
+    WorkQueue::global().put(photo);
+    worker.start();
+    QVERIFY(worker.wait(60000));
+    QCoreApplication::sendPostedEvents();
+    QVERIFY2(report.successes == 1, qPrintable(report.failures.value(photo)));
+    QCOMPARE(QImage(m_dir->filePath("out/Vantora/Stonehenge.jpg")).size(), QSize(300, 200));
+#endif
+}
+
+PICTOVA_TEST_MAIN_WITH_TEMP_HOME(ConvertThreadTest)
+#include "test_convert_thread.moc"

@@ -1,0 +1,68 @@
+#include "EngineTestSupport.h"
+#include "Platform.h"
+
+#include <QDesktopServices>
+#include <QUrl>
+
+// Receives the URLs that QDesktopServices would hand to the file manager.
+class UrlCatcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<QUrl> urls;
+
+public slots:
+    void open(const QUrl& url) { urls << url; }
+};
+
+class PlatformTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void resolvesAnExportByPath();
+    void reportsMissingLibraryAndMissingExport();
+    void openFolderHandsTheFolderToTheFileManager();
+};
+
+void PlatformTest::resolvesAnExportByPath()
+{
+    QString error;
+    QVERIFY(Platform::resolveFunction(EngineTest::fakeLibrary(), "heif2jpg", &error));
+    QVERIFY(error.isEmpty());
+#ifdef Q_OS_WIN
+    QCOMPARE(Platform::libraryFileName("Decodex"), QString("Decodex.dll"));
+#elif defined(Q_OS_LINUX)
+    QCOMPARE(Platform::libraryFileName("Decodex"), QString("libDecodex.so"));
+    // The full file name works as well as the name without prefix and suffix.
+    QVERIFY(Platform::resolveFunction(QStringLiteral(FAKE_DECODEX_DIR "/libDecodex.so"), "heif2jpg"));
+#endif
+}
+
+void PlatformTest::reportsMissingLibraryAndMissingExport()
+{
+    QString error;
+    QVERIFY(!Platform::resolveFunction(EngineTest::home() + "/nowhere/Decodex", "heif2jpg", &error));
+    QVERIFY(!error.isEmpty());
+
+    error.clear();
+    QVERIFY(!Platform::resolveFunction(EngineTest::fakeLibrary(), "no_such_function", &error));
+    QVERIFY2(error.contains("no_such_function"), qPrintable(error));
+}
+
+void PlatformTest::openFolderHandsTheFolderToTheFileManager()
+{
+#ifdef Q_OS_WIN
+    QSKIP("starts explorer");
+#else
+    UrlCatcher catcher;
+    QDesktopServices::setUrlHandler("file", &catcher, "open");
+    QVERIFY(Platform::openFolder(EngineTest::home() + "/My Photos/Vantora"));
+    QDesktopServices::unsetUrlHandler("file");
+    QCOMPARE(catcher.urls, QList<QUrl>{QUrl::fromLocalFile(EngineTest::home() + "/My Photos/Vantora")});
+#endif
+}
+
+PICTOVA_TEST_MAIN_WITH_TEMP_HOME(PlatformTest)
+#include "test_platform.moc"

@@ -1,0 +1,480 @@
+#include "API_VersionControl.h"
+#include "BuiltInLinks.h"
+#include "PrivateProfile.h"
+#include "ProductInfo.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <string>
+
+using LL::API_VersionControl;
+
+namespace {
+
+// Little-endian UTF-16 of ASCII text, built by hand so that the expected
+// bytes do not come from the code under test; zero-padded to `units`.
+QByteArray ascii16(const char* text, int units)
+{
+    QByteArray out(2 * units, '\0');
+    for (int i = 0; text[i] && i < units; ++i)
+        out[2 * i] = text[i];
+    return out;
+}
+
+QByteArray le32(qint32 v)
+{
+    QByteArray out(4, '\0');
+    for (int i = 0; i < 4; ++i)
+        out[i] = char((quint32(v) >> (8 * i)) & 0xFF);
+    return out;
+}
+
+QByteArray record(qint32 state, const QByteArray& url512)
+{
+    return le32(state) + url512;
+}
+
+QByteArray readAll(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool writeAll(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
+}
+
+QString urlOf(API_VersionControl& vc, int number, int* state)
+{
+    wchar_t url[API_VersionControl::kPathChars] = L"untouched";
+    vc.GetMenuStateAndURL(number, state, url);
+    return QString::fromWCharArray(url);
+}
+
+std::wstring w(const QString& s)
+{
+    return s.toStdWString();
+}
+
+// An address with a letter outside Latin-1 and one outside the basic plane,
+// which is where a four-byte wchar_t copied into the file would show.
+const QString kWideUrl = QStringLiteral("https://www.vantora.com/caf\u00e9/\U0001F600");
+QByteArray wideUrlBytes()
+{
+    QByteArray b = ascii16("https://www.vantora.com/caf", 27);
+    b += QByteArray("\xE9\x00/\x00\x3D\xD8\x00\xDE", 8);
+    b.append(512 - b.size(), '\0');
+    return b;
+}
+
+const char kMarker[] = "E15436C9-F797-4CBD-B3AA-9E27D649D47E";
+
+} // namespace
+
+class tst_ProductConfiguration : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void menuKeys_data();
+    void menuKeys();
+    void productTable();
+
+    void missingFileOrKeyGivesEmptyAddressAndStateOne();
+    void shippedVersionIniMatchesBuiltInLinks();
+    void iniReadsLikeWindowsProfileFunctions();
+    void iniWritesLikeWindowsProfileFunctions();
+    void utf16IniKeepsItsEncoding();
+
+    void installerTrailerBytes();
+    void installerTrailerRoundTrip();
+    void trailerSearchBound_data();
+    void trailerSearchBound();
+    void notAnInstaller();
+
+    void binaryRecordsFromIniFile();
+    void versionBinFromStartMenuLink();
+    void internetShortcut();
+
+private:
+    QTemporaryDir m_dataHome;
+};
+
+void tst_ProductConfiguration::initTestCase()
+{
+    // The Start menu lives under the data folder here; keep it in the test's
+    // own folder.
+    QVERIFY(m_dataHome.isValid());
+    qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path()));
+}
+
+void tst_ProductConfiguration::menuKeys_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("tutorial") << 3 << "VANTORA_MENU_TUTORIAL";
+    QTest::newRow("twitter") << 8 << "VANTORA_MENU_FOLLOW_US_ON_TWITTER";
+    QTest::newRow("by product") << 17 << "VANTORA_MENU_BY_PRODUCT";
+    QTest::newRow("past the end") << 19 << "VANTORA_MENU_MAX_LENGTH";
+    QTest::newRow("negative") << -1 << "VANTORA_MENU_MAX_LENGTH";
+    QTest::newRow("reserved") << 14 << "";
+}
+
+void tst_ProductConfiguration::menuKeys()
+{
+    QFETCH(int, number);
+    QFETCH(QString, key);
+    API_VersionControl vc;
+    wchar_t buffer[API_VersionControl::kTextChars];
+    vc.MenuNumberToString(number, buffer);
+    QCOMPARE(QString::fromWCharArray(buffer), key);
+}
+
+void tst_ProductConfiguration::productTable()
+{
+    API_VersionControl vc;
+    QCOMPARE(vc.SelectProductNumber(w(ProductInfo::productName()).c_str()), 10);
+    QCOMPARE(vc.SelectProductNumber(L"Vantora Pictova"), 10);
+    QCOMPARE(vc.SelectProductNumber(L"vantora pictova"), -1); // exact match only
+    QCOMPARE(vc.SelectProductNumber(L""), -1);
+
+    // Every other product of the family has its own, non-empty name.
+    QSet<QString> names;
+    for (int i = 0; i < vc.GetProductMaxNumber(); ++i) {
+        wchar_t name[API_VersionControl::kTextChars];
+        vc.GetProductName(i, name);
+        QVERIFY(name[0] != L'\0');
+        QCOMPARE(vc.SelectProductNumber(name), i);
+        names.insert(QString::fromWCharArray(name));
+    }
+    QCOMPARE(names.size(), 11);
+}
+
+void tst_ProductConfiguration::missingFileOrKeyGivesEmptyAddressAndStateOne()
+{
+    QTemporaryDir dir;
+    API_VersionControl vc;
+    vc.SetProgramDirectory(dir.path());
+
+    int state = 7;
+    QCOMPARE(urlOf(vc, 3, &state), QString());
+    QCOMPARE(state, 1);
+
+    // A file that has other keys but not this one behaves the same.
+    QVERIFY(writeAll(dir.filePath("Version.ini"),
+                     "[VERSION]\r\nVANTORA_MENU_CONTACT_US=https://c.example/\r\n"
+                     "[STATE]\r\nVANTORA_MENU_CONTACT_US=0\r\n"));
+    state = 7;
+    QCOMPARE(urlOf(vc, 3, &state), QString());
+    QCOMPARE(state, 1);
+    QCOMPARE(urlOf(vc, 6, &state), QStringLiteral("https://c.example/"));
+    QCOMPARE(state, 0);
+}
+
+void tst_ProductConfiguration::shippedVersionIniMatchesBuiltInLinks()
+{
+    // The test runs from the build's program folder, where the shipped
+    // Version.ini is copied: the menu must read the same addresses from it
+    // as the built-in fall-backs.
+    QVERIFY(QFile::exists(QCoreApplication::applicationDirPath() + "/Version.ini"));
+    API_VersionControl vc;
+    for (int id = 3; id <= 8; ++id) {
+        int state = 0;
+        QCOMPARE(urlOf(vc, id, &state), BuiltInLinks::url(id));
+        QVERIFY(BuiltInLinks::url(id).startsWith("https://"));
+        QCOMPARE(state, 1);
+    }
+}
+
+void tst_ProductConfiguration::iniReadsLikeWindowsProfileFunctions()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("Version.ini");
+    QVERIFY(writeAll(path,
+                     "; comment line\n"
+                     "[version]\n"
+                     "  vantora_menu_tutorial =  https://t.example/a;b,c%20d#e  \n"
+                     "VANTORA_MENU_CONTACT_US=\"https://quoted.example/\"\n"
+                     "VANTORA_MENU_TUTORIAL=https://second.example/\n"
+                     "[ STATE ]\r\n"
+                     "VANTORA_MENU_TUTORIAL=0 ; hidden\r\n"
+                     "VANTORA_MENU_CONTACT_US=  -3x\r\n"
+                     "VANTORA_MENU_FREQUENTLY_ASKED_QUESTIONS=\r\n"
+                     "[VERSION]\n"
+                     "VANTORA_MENU_FREQUENTLY_ASKED_QUESTIONS=https://later-section.example/\n"));
+    API_VersionControl vc;
+    vc.SetProgramDirectory(dir.path());
+    int state = 0;
+    // Case-insensitive names, trimmed value, no escapes, first key wins.
+    QCOMPARE(urlOf(vc, 3, &state), QStringLiteral("https://t.example/a;b,c%20d#e"));
+    QCOMPARE(state, 0);
+    QCOMPARE(urlOf(vc, 6, &state), QStringLiteral("https://quoted.example/"));
+    QCOMPARE(state, -3);
+    // Only the first section of a name is read; an empty state reads as 0.
+    QCOMPARE(urlOf(vc, 4, &state), QString());
+    QCOMPARE(state, 0);
+
+    // Addresses longer than the 256-character buffer are cut, not overrun.
+    const QString longUrl = "https://x.example/" + QString(400, 'a');
+    QVERIFY(PrivateProfile(path).writeString("VERSION", "VANTORA_MENU_CONTACT_US", longUrl));
+    QCOMPARE(urlOf(vc, 6, &state), longUrl.left(255));
+}
+
+void tst_ProductConfiguration::iniWritesLikeWindowsProfileFunctions()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("Version.ini");
+    API_VersionControl vc;
+    const std::wstring wpath = w(path);
+    const int one = 1, zero = 0;
+    QVERIFY(vc.WriteVersion(L"VANTORA_MENU_TUTORIAL", L"https://t.example/", &one, wpath.c_str()));
+    QCOMPARE(readAll(path), QByteArray("[VERSION]\r\nVANTORA_MENU_TUTORIAL=https://t.example/\r\n"
+                                       "[STATE]\r\nVANTORA_MENU_TUTORIAL=1\r\n"));
+
+    // A new key joins the end of its section; an existing one is replaced
+    // in place under the caller's spelling; other lines stay as they were.
+    QVERIFY(writeAll(path, "; keep me\n[VERSION]\nvantora_menu_tutorial=old\n\n[STATE]\n"
+                           "VANTORA_MENU_TUTORIAL=1\n\n[Other]\nx=1\n"));
+    QVERIFY(vc.WriteVersion(L"VANTORA_MENU_TUTORIAL", L"https://n.example/", &zero, wpath.c_str()));
+    QVERIFY(vc.WriteVersion(L"VANTORA_MENU_CONTACT_US", L"https://c.example/", &one, wpath.c_str()));
+    QCOMPARE(readAll(path), QByteArray("; keep me\r\n[VERSION]\r\n"
+                                       "VANTORA_MENU_TUTORIAL=https://n.example/\r\n"
+                                       "VANTORA_MENU_CONTACT_US=https://c.example/\r\n\r\n"
+                                       "[STATE]\r\nVANTORA_MENU_TUTORIAL=0\r\n"
+                                       "VANTORA_MENU_CONTACT_US=1\r\n\r\n[Other]\r\nx=1\r\n"));
+
+    // A folder that cannot be written to reports failure.
+    QVERIFY(!vc.WriteVersion(L"K", L"v", &one, w(dir.filePath("missing/Version.ini")).c_str()));
+}
+
+void tst_ProductConfiguration::utf16IniKeepsItsEncoding()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("Version.ini");
+    // "[STATE]\r\nA=2\r\n" as UTF-16LE with a byte-order mark.
+    const QByteArray before = QByteArray("\xFF\xFE", 2) + ascii16("[STATE]\r\nA=2\r\n", 14);
+    QVERIFY(writeAll(path, before));
+    PrivateProfile profile(path);
+    QCOMPARE(profile.readString("state", "a", "1"), QStringLiteral("2"));
+    QVERIFY(profile.writeString("STATE", "B", QStringLiteral("\u00e9")));
+    QCOMPARE(readAll(path), before + QByteArray("B\0=\0\xE9\0\r\0\n\0", 10));
+}
+
+void tst_ProductConfiguration::installerTrailerBytes()
+{
+    QTemporaryDir dir;
+    const QString source = dir.filePath("setup.exe");
+    const QString target = dir.filePath("setup-product.exe");
+    const QByteArray program("MZ installer body \x00\x01\x02", 21);
+    QVERIFY(writeAll(source, program));
+
+    API_VersionControl vc;
+    const int shown = 1, hidden = 0;
+    vc.SetMenuStateAndURL(3, &shown, L"https://t.example/");
+    vc.SetMenuStateAndURL(18, &hidden, w(kWideUrl).c_str());
+    vc.SetCurrProductName(L"Vantora Pictova");
+    QVERIFY(vc.ProductInstallFile(w(source).c_str(), w(target).c_str()));
+
+    QByteArray table;
+    for (int n = 0; n < 19; ++n) {
+        if (n == 3)
+            table += record(1, ascii16("https://t.example/", 256));
+        else if (n == 18)
+            table += record(0, wideUrlBytes());
+        else
+            table += record(0, QByteArray(512, '\0'));
+    }
+    const QByteArray trailer = le32(16534) + ascii16(kMarker, 256) + ascii16("Version", 256)
+                               + ascii16("Vantora Pictova", 256);
+    QCOMPARE(table.size(), 9804);
+    QCOMPARE(trailer.size(), 1540);
+    QCOMPARE(readAll(target), program + table + trailer);
+    QCOMPARE(readAll(source), program);
+
+    QVERIFY(!vc.ProductInstallFile(w(dir.filePath("absent.exe")).c_str(), w(target).c_str()));
+    QCOMPARE(readAll(target), program + table + trailer); // a failed copy leaves it alone
+}
+
+void tst_ProductConfiguration::installerTrailerRoundTrip()
+{
+    QTemporaryDir dir;
+    const QString source = dir.filePath("setup.exe");
+    const QString target = dir.filePath("setup-product.exe");
+    QVERIFY(writeAll(source, QByteArray(20000, 'x')));
+
+    API_VersionControl writer;
+    for (int n = 0; n < 19; ++n) {
+        const int state = n % 3;
+        writer.SetMenuStateAndURL(n, &state, w(QString("https://e.example/%1").arg(n)).c_str());
+    }
+    writer.SetMenuStateAndURL(5, nullptr, w(kWideUrl).c_str());
+    writer.SetCurrProductName(L"Vantora GIF Maker");
+    QVERIFY(writer.ProductInstallFile(w(source).c_str(), w(target).c_str()));
+
+    API_VersionControl reader;
+    QVERIFY(reader.ReadInstallFile(w(target).c_str()));
+    QCOMPARE(reader.TableBytes(), writer.TableBytes());
+    QCOMPARE(reader.TrailerBytes(), writer.TrailerBytes());
+    int state = -1;
+    wchar_t url[API_VersionControl::kTextChars];
+    reader.GetMenuStateAndURLEx(5, &state, url);
+    QCOMPARE(QString::fromWCharArray(url), kWideUrl);
+    QCOMPARE(state, 2);
+
+    // A copy made by the copy constructor carries the whole table.
+    API_VersionControl copy(reader);
+    QCOMPARE(copy.TableBytes(), writer.TableBytes());
+}
+
+void tst_ProductConfiguration::trailerSearchBound_data()
+{
+    QTest::addColumn<int>("bytesAfterTrailer");
+    QTest::addColumn<bool>("found");
+    QTest::newRow("at the end") << 0 << true;
+    QTest::newRow("one byte in") << 1 << true;
+    QTest::newRow("last place searched") << 98459 << true;
+    QTest::newRow("one byte too far") << 98460 << false;
+}
+
+void tst_ProductConfiguration::trailerSearchBound()
+{
+    QFETCH(int, bytesAfterTrailer);
+    QFETCH(bool, found);
+    QTemporaryDir dir;
+    const QString source = dir.filePath("setup.exe");
+    const QString target = dir.filePath("setup-product.exe");
+    QVERIFY(writeAll(source, QByteArray(4096, 'a')));
+    API_VersionControl writer;
+    const int state = 1;
+    writer.SetMenuStateAndURL(3, &state, L"https://t.example/");
+    QVERIFY(writer.ProductInstallFile(w(source).c_str(), w(target).c_str()));
+    {
+        QFile f(target);
+        QVERIFY(f.open(QIODevice::Append));
+        f.write(QByteArray(bytesAfterTrailer, '\0'));
+    }
+    API_VersionControl reader;
+    QCOMPARE(reader.ReadInstallFile(w(target).c_str()), found);
+    QCOMPARE(reader.TableBytes() == writer.TableBytes(), found);
+}
+
+void tst_ProductConfiguration::notAnInstaller()
+{
+    QTemporaryDir dir;
+    API_VersionControl vc;
+    QVERIFY(!vc.ReadInstallFile(w(dir.filePath("absent.exe")).c_str()));
+
+    const QString empty = dir.filePath("empty.exe");
+    QVERIFY(writeAll(empty, QByteArray()));
+    QVERIFY(!vc.ReadInstallFile(w(empty).c_str()));
+
+    // The right magic and marker but no "Version" word is not a trailer.
+    const QString forged = dir.filePath("forged.exe");
+    QVERIFY(writeAll(forged, QByteArray(9804, 'x') + le32(16534) + ascii16(kMarker, 256)
+                                 + ascii16("Versio", 256) + ascii16("", 256)));
+    QVERIFY(!vc.ReadInstallFile(w(forged).c_str()));
+
+    // A trailer with no room for the table before it is refused, not read
+    // from before the start of the file.
+    const QString cut = dir.filePath("cut.exe");
+    QVERIFY(writeAll(cut, QByteArray(100, 'x') + le32(16534) + ascii16(kMarker, 256)
+                              + ascii16("Version", 256) + ascii16("", 256)));
+    QVERIFY(!vc.ReadInstallFile(w(cut).c_str()));
+}
+
+void tst_ProductConfiguration::binaryRecordsFromIniFile()
+{
+    // GetVersionInfo reads the file beside the program as 516-byte records.
+    QTemporaryDir dir;
+    QVERIFY(writeAll(dir.filePath("Version.ini"),
+                     record(5, ascii16("https://r0.example/", 256))
+                         + record(-2, wideUrlBytes())));
+    API_VersionControl vc;
+    vc.SetProgramDirectory(dir.path());
+    int state = 0;
+    wchar_t url[API_VersionControl::kPathChars];
+    QVERIFY(vc.GetVersionInfo(1, &state, url));
+    QCOMPARE(state, -2);
+    QCOMPARE(QString::fromWCharArray(url), kWideUrl);
+    QVERIFY(!vc.GetVersionInfo(2, &state, url)); // past the last whole record
+    QVERIFY(!vc.GetVersionInfo(-1, &state, url));
+
+    vc.SetProgramDirectory(dir.filePath("nowhere"));
+    QVERIFY(!vc.GetVersionInfo(0, &state, url));
+}
+
+void tst_ProductConfiguration::versionBinFromStartMenuLink()
+{
+    // The installed program folder, found through the product's Start-menu
+    // link, as the installer tools find it.
+    QTemporaryDir install;
+    QVERIFY(writeAll(install.filePath("Pictova"), "program"));
+    const QString linkDir = m_dataHome.path() + "/applications/Vantora/Vantora Pictova";
+    QVERIFY(QDir().mkpath(linkDir));
+    QFile::remove(linkDir + "/Vantora Pictova.lnk");
+    QVERIFY(QFile::link(install.filePath("Pictova"), linkDir + "/Vantora Pictova.lnk"));
+
+    API_VersionControl writer;
+    writer.SetCurrProductName(L"Vantora Pictova");
+    for (int n = 0; n < 19; ++n) {
+        const int state = n == 6 ? 0 : 1;
+        writer.SetMenuStateAndURL(n, &state, w(QString("https://v.example/%1").arg(n)).c_str());
+    }
+    QVERIFY(writer.WriteVersionFile());
+    const QByteArray ini = readAll(install.filePath("Version.ini"));
+    QVERIFY(ini.startsWith("[VERSION]\r\nVANTORA_MENU_TYPE=https://v.example/0\r\n"));
+    QVERIFY(ini.contains("\r\n[STATE]\r\n"));
+    QVERIFY(ini.contains("\r\nVANTORA_MENU_CONTACT_US=0\r\n"));
+    QVERIFY(!ini.contains("VANTORA_MENU_MAX_LENGTH")); // reserved entries have no key
+
+    API_VersionControl translator;
+    translator.SetCurrProductName(L"Vantora Pictova");
+    translator.VersionTranslated();
+
+    // Header: the last key worked on, zero-filled to 256 bytes; then the
+    // table, where reserved entries read back as missing keys (state 1).
+    QByteArray expected = ascii16("VANTORA_MENU_BY_PRODUCT", 128);
+    for (int n = 0; n < 19; ++n) {
+        const bool reserved = n == 1 || n == 2 || n == 14 || n == 18;
+        const QByteArray url = QString("https://v.example/%1").arg(n).toLatin1();
+        expected += reserved ? record(0, QByteArray(512, '\0'))
+                             : record(n == 6 ? 0 : 1, ascii16(url.constData(), 256));
+    }
+    QCOMPARE(readAll(install.filePath("Version.bin")), expected);
+
+    // Without a link for the product nothing is written anywhere.
+    API_VersionControl stranger;
+    stranger.SetCurrProductName(L"Vantora DVD Ripper");
+    QVERIFY(!stranger.WriteVersionFile());
+}
+
+void tst_ProductConfiguration::internetShortcut()
+{
+    QTemporaryDir dir;
+    API_VersionControl vc;
+    wchar_t first[260], homepage[260], howTo[260];
+    vc.SetCurrProductName(L"Vantora Pictova");
+    vc.GetVersionStartMenuPath(first, homepage, howTo);
+    QVERIFY(QString::fromWCharArray(homepage).endsWith("/Vantora/Vantora Pictova/ Homepage on the Web.url"));
+    QVERIFY(QString::fromWCharArray(howTo).endsWith("/Vantora/Vantora Pictova/ How to Use on the Web.url"));
+
+    const QString path = dir.filePath(" Homepage on the Web.url");
+    vc.SetLinkUrl(w(path).c_str(), L"https://www.vantora.com/pictova/");
+    QCOMPARE(readAll(path), QByteArray("[InternetShortcut]\r\nURL=https://www.vantora.com/pictova/"));
+
+    // An address too long for the shortcut buffer writes nothing.
+    const QString tooLong = dir.filePath("long.url");
+    vc.SetLinkUrl(w(tooLong).c_str(), w("https://x.example/" + QString(300, 'a')).c_str());
+    QVERIFY(!QFile::exists(tooLong));
+}
+
+QTEST_GUILESS_MAIN(tst_ProductConfiguration)
+#include "tst_ProductConfiguration.moc"

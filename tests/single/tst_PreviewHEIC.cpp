@@ -1,0 +1,517 @@
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QLabel>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "DecoderLibrary.h"
+#include "HeicFixture.h"
+#include "PreviewHEIC.h"
+#include "SingleConverting.h"
+#include "VNStyleButton.h"
+
+// QSKIP leaves only the function it is written in, so this stays a macro.
+#define REQUIRE_DECODER()                                                                          \
+    do {                                                                                           \
+        if (!m_decoder)                                                                            \
+            QSKIP("the decoding library was not built");                                          \
+    } while (false)
+
+// Stands in for the desktop's file manager.
+class FolderOpener : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<QUrl> opened;
+
+public slots:
+    void open(const QUrl& url) { opened << url; }
+};
+
+namespace {
+
+// The page with its two dialogs answered by the test.
+class ScriptedPreview : public PreviewHEIC
+{
+public:
+    using PreviewHEIC::PreviewHEIC;
+
+    QString folderAnswer;
+    QStringList startFolders;
+    int dialogsRun = 0;
+
+protected:
+    QString chooseSaveFolder(const QString& startFolder) override
+    {
+        startFolders << startFolder;
+        return folderAnswer;
+    }
+    void runConvertingDialog(SingleConverting*) override { ++dialogsRun; }
+};
+
+QLabel* previewLabel(QWidget* page)
+{
+    return page->findChild<QLabel*>("label_HEIC");
+}
+
+QSize shownSize(QWidget* page)
+{
+    return previewLabel(page)->pixmap(Qt::ReturnByValue).size();
+}
+
+// Quadrants with grain on top: flat colours compress to almost nothing at
+// any quality, grain makes the quality show in the file size.
+QImage grainyQuadrants(int width, int height)
+{
+    QImage picture = HeicFixture::quadrants(width, height).convertToFormat(QImage::Format_RGB32);
+    quint32 seed = 12345;
+    for (int y = 0; y < height; ++y) {
+        auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            seed = seed * 1664525u + 1013904223u;
+            const int grain = int(seed >> 27) - 16;
+            const QRgb p = line[x];
+            line[x] = qRgb(qBound(0, qRed(p) + grain, 255), qBound(0, qGreen(p) + grain, 255),
+                           qBound(0, qBlue(p) + grain, 255));
+        }
+    }
+    return picture;
+}
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestPreviewHEIC : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestPreviewHEIC(const QString& home) : m_home(home) {}
+
+private slots:
+    void initTestCase();
+
+    void detailsFromTheFileSystem();
+    void sizeText_data();
+    void sizeText();
+    void missingFileStillGetsAPage();
+    void scalingRule_data();
+    void scalingRule();
+    void outputFolderRules_data();
+    void outputFolderRules();
+    void folderChooserRemembersLastFolder();
+    void failedSaveShowsNothing();
+    void qualitySliderShowsPercent();
+
+    void previewAndConvertAtBothQualities();
+    void defaultFolderIsVantoraOnTheDesktop();
+    void photoInfoCarriesResolutionOnceDecoded();
+    void unwritableTargetLeavesNothing();
+    void realPhotoFromDropToJpeg();
+    void destroyedWhileDecoding();
+
+private:
+    QString writeHeic(const QString& name, const QImage& picture,
+                      const HeicFixtureOptions& options = {});
+
+    QString m_home;
+    QTemporaryDir m_work;
+    Heif2JpgFn m_decoder = nullptr;
+};
+
+void TestPreviewHEIC::initTestCase()
+{
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    QVERIFY2(desktop.startsWith(m_home), qPrintable(desktop));
+    QVERIFY(QDir().mkpath(desktop));
+    QVERIFY(m_work.isValid());
+    // Drive-letter folders of the folder table must not land in the source tree.
+    QVERIFY(QDir::setCurrent(m_work.path()));
+    m_decoder = DecoderLibrary::bind().convert;
+}
+
+QString TestPreviewHEIC::writeHeic(const QString& name, const QImage& picture,
+                                   const HeicFixtureOptions& options)
+{
+    const QString path = m_work.filePath(name);
+    if (!HeicFixture::write(path, picture, options))
+        return QString();
+    return path;
+}
+
+void TestPreviewHEIC::detailsFromTheFileSystem()
+{
+    const QString path = m_work.filePath("IMG_0001.HEIC");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(1572864, 'x'));
+    const QDateTime modified(QDate(2019, 3, 7), QTime(10, 30));
+    QVERIFY(file.setFileTime(modified, QFileDevice::FileModificationTime));
+    file.close();
+
+    PreviewHEIC page(path);
+    QCOMPARE(page.fileName(), QString("IMG_0001.HEIC"));
+    QCOMPARE(page.fileSize(), QString("1.50MB"));
+    // A file system without birth times reports the last modification.
+    const QDateTime birth = QFileInfo(path).birthTime();
+    QCOMPARE(page.createdDate(),
+             birth.isValid() ? birth.toString("MM-dd-yyyy") : QString("03-07-2019"));
+    QVERIFY(page.resolution().isEmpty());
+}
+
+void TestPreviewHEIC::sizeText_data()
+{
+    QTest::addColumn<qint64>("bytes");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("empty") << qint64(0) << "0.00MB";
+    QTest::newRow("one and a half") << qint64(1572864) << "1.50MB";
+    QTest::newRow("two and a half") << qint64(2621440) << "2.50MB";
+    QTest::newRow("rounds up") << qint64(1048576 * 2 - 1) << "2.00MB";
+    QTest::newRow("largest accepted") << qint64(16777214) << "16.00MB";
+}
+
+void TestPreviewHEIC::sizeText()
+{
+    QFETCH(qint64, bytes);
+    QFETCH(QString, text);
+    QCOMPARE(PreviewHEIC::sizeText(bytes), text);
+}
+
+void TestPreviewHEIC::missingFileStillGetsAPage()
+{
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not exist"));
+    PreviewHEIC page(m_work.filePath("gone.HEIC"));
+    QVERIFY(page.fileName().isEmpty());
+    QVERIFY(page.fileSize().isEmpty());
+    QVERIFY(page.createdDate().isEmpty());
+}
+
+void TestPreviewHEIC::scalingRule_data()
+{
+    QTest::addColumn<QSize>("picture");
+    QTest::addColumn<QSize>("shown");
+    QTest::newRow("wide: to the width") << QSize(1020, 340) << QSize(510, 170);
+    QTest::newRow("tall: to the height") << QSize(510, 680) << QSize(255, 340);
+    QTest::newRow("same ratio: by height") << QSize(1020, 680) << QSize(510, 340);
+    QTest::newRow("small same ratio enlarged") << QSize(255, 170) << QSize(510, 340);
+    QTest::newRow("small wide enlarged") << QSize(100, 20) << QSize(510, 102);
+    QTest::newRow("phone portrait") << QSize(3024, 4032) << QSize(255, 340);
+}
+
+void TestPreviewHEIC::scalingRule()
+{
+    QFETCH(QSize, picture);
+    QFETCH(QSize, shown);
+    PreviewHEIC page(m_work.filePath("none.HEIC"));
+    QImage image(picture, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+
+    page.slot_GetJpgInfo(image, picture.width(), picture.height());
+
+    QVERIFY(page.isPreviewShown());
+    QCOMPARE(shownSize(&page), shown);
+    QCOMPARE(previewLabel(&page)->alignment(), Qt::AlignCenter);
+    QCOMPARE(page.resolution(),
+             QString("%1*%2").arg(picture.width()).arg(picture.height()));
+}
+
+void TestPreviewHEIC::outputFolderRules_data()
+{
+    QTest::addColumn<QString>("chosen");
+    QTest::addColumn<QString>("folder");
+    QTest::newRow("drive root") << "D:/" << "D:/Vantora";
+    QTest::newRow("plain folder") << "C:/Photos" << "C:/Photos/Vantora";
+    QTest::newRow("already Vantora") << "C:/Photos/Vantora" << "C:/Photos/Vantora";
+    QTest::newRow("Vantora further up") << "C:/Vantora/Photos" << "C:/Vantora/Photos";
+    QTest::newRow("case matters") << "C:/my/vantora" << "C:/my/vantora/Vantora";
+}
+
+void TestPreviewHEIC::outputFolderRules()
+{
+    QFETCH(QString, chosen);
+    QFETCH(QString, folder);
+    ScriptedPreview page(m_work.filePath("a.HEIC"));
+    page.folderAnswer = chosen;
+    page.slot_SelectSaveFolder();
+    QCOMPARE(page.savePath(), chosen);
+
+    // No decoded bytes, so nothing is written; the folder is decided all the same.
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("nothing decoded"));
+    page.slot_SaveJpg();
+    QCOMPARE(page.savePath(), folder);
+    QCOMPARE(page.dialogsRun, 0);
+}
+
+void TestPreviewHEIC::folderChooserRemembersLastFolder()
+{
+    ScriptedPreview page(m_work.filePath("a.HEIC"));
+    page.folderAnswer = "/first";
+    page.slot_SelectSaveFolder();
+    page.folderAnswer = ""; // cancelled
+    page.slot_SelectSaveFolder();
+    QCOMPARE(page.savePath(), QString("/first"));
+    page.folderAnswer = "/second";
+    page.slot_SelectSaveFolder();
+    QCOMPARE(page.startFolders, (QStringList{"", "/first", "/first"}));
+    QCOMPARE(page.savePath(), QString("/second"));
+}
+
+void TestPreviewHEIC::failedSaveShowsNothing()
+{
+    // A folder that cannot be made (its parent is missing): the write fails,
+    // nothing is left behind and no dialog appears.
+    ScriptedPreview page(m_work.filePath("a.HEIC"));
+    const QString parent = m_work.filePath("missing/deeper");
+    page.folderAnswer = parent;
+    page.slot_SelectSaveFolder();
+    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("nothing decoded|cannot write"));
+    page.slot_SaveJpg();
+    QCOMPARE(saved.count(), 0);
+    QCOMPARE(page.dialogsRun, 0);
+    QVERIFY(!QFileInfo::exists(m_work.filePath("missing")));
+}
+
+void TestPreviewHEIC::qualitySliderShowsPercent()
+{
+    PreviewHEIC page(m_work.filePath("a.HEIC"));
+    auto* slider = page.findChild<QSlider*>("Slider_PhotoQuality");
+    auto* value = page.findChild<QLabel*>("label_QualityValue");
+    QVERIFY(slider && value);
+    QCOMPARE(slider->minimum(), 0);
+    QCOMPARE(slider->value(), 100);
+    QCOMPARE(page.quality(), 100);
+    slider->setValue(0);
+    QCOMPARE(value->text(), QString("0%"));
+    QCOMPARE(page.quality(), 0);
+    slider->setValue(57);
+    QCOMPARE(value->text(), QString("57%"));
+}
+
+void TestPreviewHEIC::previewAndConvertAtBothQualities()
+{
+    REQUIRE_DECODER();
+    HeicFixtureOptions options;
+    options.exifTiff = HeicFixture::exifBlock(1, "2021:06:01 12:00:00");
+    const QString heic = writeHeic("quadrants.HEIC", grainyQuadrants(640, 480), options);
+    if (heic.isEmpty())
+        QSKIP("libheif has no HEVC encoder here");
+
+    ScriptedPreview page(heic);
+    page.setDecoderEntry(m_decoder);
+    page.setDecoderEntry(nullptr); // keeps the entry it has
+    const QString out = m_work.filePath("out");
+    QVERIFY(QDir().mkpath(out));
+    page.folderAnswer = out;
+    page.slot_SelectSaveFolder();
+    page.show();
+
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+    QCOMPARE(page.resolution(), QString("640*480"));
+    QCOMPARE(shownSize(&page), QSize(453, 340)); // 640x480 has rw < rh: by height
+    QCOMPARE(page.dialogsRun, 0);                // the preview itself writes nothing
+
+    const QString jpg = out + "/Vantora/quadrants.jpg";
+    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+    auto* slider = page.findChild<QSlider*>("Slider_PhotoQuality");
+    auto* convert = page.findChild<VNStyleButton*>("pushButton_Convert");
+    QVERIFY(slider && convert);
+
+    slider->setValue(0);
+    QTest::mouseClick(convert, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
+    QCOMPARE(saved.at(0).at(0).toString(), jpg);
+    QCOMPARE(page.dialogsRun, 1);
+    QVERIFY(page.convertingDialog());
+    const QByteArray atZero = readAll(jpg);
+
+    // "Open Folder" in the success dialog shows the folder the JPEG went to.
+    FolderOpener opener;
+    QDesktopServices::setUrlHandler("file", &opener, "open");
+    auto* openFolder = page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder");
+    QVERIFY(openFolder);
+    QTest::mouseClick(openFolder, Qt::LeftButton);
+    QDesktopServices::unsetUrlHandler("file");
+    QCOMPARE(opener.opened, QList<QUrl>{QUrl::fromLocalFile(out + "/Vantora")});
+
+    slider->setValue(100);
+    QTest::mouseClick(convert, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 2, 20000);
+    const QByteArray atHundred = readAll(jpg);
+
+    QVERIFY(!atZero.isEmpty());
+    QVERIFY2(atHundred.size() > 2 * atZero.size(),
+             qPrintable(QString("%1 vs %2").arg(atHundred.size()).arg(atZero.size())));
+    // What is on disk is the library's JPEG: it keeps the photo's EXIF.
+    QVERIFY(atHundred.startsWith("\xFF\xD8"));
+    QVERIFY(atHundred.contains(QByteArray("Exif\0\0", 6)));
+    const QImage written = QImage::fromData(atHundred, "JPG");
+    QCOMPARE(written.size(), QSize(640, 480));
+    // Top-left red, bottom-right white: the picture is upright and whole.
+    const QColor topLeft = written.pixelColor(40, 40);
+    const QColor bottomRight = written.pixelColor(600, 440);
+    QVERIFY(topLeft.red() > 200 && topLeft.green() < 60 && topLeft.blue() < 60);
+    QVERIFY(bottomRight.red() > 200 && bottomRight.green() > 200 && bottomRight.blue() > 200);
+    // Nothing but the one JPEG in the output folder: no temporary left over.
+    QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden),
+             QStringList{"quadrants.jpg"});
+}
+
+void TestPreviewHEIC::defaultFolderIsVantoraOnTheDesktop()
+{
+    REQUIRE_DECODER();
+    const QString heic = writeHeic("a.heic.HEIC", HeicFixture::quadrants(64, 48));
+    if (heic.isEmpty())
+        QSKIP("libheif has no HEVC encoder here");
+
+    ScriptedPreview page(heic);
+    page.setDecoderEntry(m_decoder);
+    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+    page.slot_Preview();
+    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
+
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    QCOMPARE(page.savePath(), desktop + "/Vantora");
+    QCOMPARE(saved.at(0).at(0).toString(), desktop + "/Vantora/a.jpg.jpg");
+    QVERIFY(QFileInfo(desktop + "/Vantora/a.jpg.jpg").size() > 0);
+}
+
+void TestPreviewHEIC::photoInfoCarriesResolutionOnceDecoded()
+{
+    REQUIRE_DECODER();
+    const QString heic = writeHeic("info.HEIC", HeicFixture::quadrants(96, 64));
+    if (heic.isEmpty())
+        QSKIP("libheif has no HEVC encoder here");
+
+    PreviewHEIC page(heic);
+    page.setDecoderEntry(m_decoder);
+    QSignalSpy info(&page, &PreviewHEIC::signal_PhotoInfo);
+    page.slot_PhotoInfo();
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+    page.slot_PhotoInfo();
+
+    QCOMPARE(info.count(), 2);
+    QCOMPARE(info.at(0).at(0).toString(), QString("info.HEIC"));
+    QVERIFY(info.at(0).at(3).toString().isEmpty());
+    QCOMPARE(info.at(1).at(3).toString(), QString("96*64"));
+    QCOMPARE(info.at(1).at(2).toString(), PreviewHEIC::sizeText(QFileInfo(heic).size()));
+}
+
+void TestPreviewHEIC::unwritableTargetLeavesNothing()
+{
+    REQUIRE_DECODER();
+    const QString heic = writeHeic("blocked.HEIC", HeicFixture::quadrants(64, 48));
+    if (heic.isEmpty())
+        QSKIP("libheif has no HEVC encoder here");
+
+    // A folder where the JPEG should go: the final rename cannot replace it.
+    const QString out = m_work.filePath("blocked");
+    QVERIFY(QDir().mkpath(out + "/Vantora/blocked.jpg"));
+    ScriptedPreview page(heic);
+    page.setDecoderEntry(m_decoder);
+    page.folderAnswer = out;
+    page.slot_SelectSaveFolder();
+    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot write .*blocked.jpg"));
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
+    QTest::qWait(50);
+    QCOMPARE(saved.count(), 0);
+    QCOMPARE(page.dialogsRun, 0);
+    QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
+}
+
+void TestPreviewHEIC::realPhotoFromDropToJpeg()
+{
+    REQUIRE_DECODER();
+    const QString photo = HeicFixture::corpusDir() + "/real/IMG_3578.heic";
+    if (HeicFixture::corpusDir().isEmpty() || !QFileInfo::exists(photo))
+        QSKIP("the real test photos are not here");
+
+    ScriptedPreview page(photo);
+    page.setDecoderEntry(m_decoder);
+    const QString out = m_work.filePath("real");
+    QVERIFY(QDir().mkpath(out));
+    page.folderAnswer = out;
+    page.slot_SelectSaveFolder();
+    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+
+    page.slot_Preview();
+    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 60000);
+    QCOMPARE(page.resolution(), QString("4032*3024"));
+    QCOMPARE(shownSize(&page), QSize(453, 340));
+
+    page.slot_Preview();
+    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 60000);
+    const QString jpg = out + "/Vantora/IMG_3578.jpg";
+    QCOMPARE(saved.at(0).at(0).toString(), jpg);
+    const QByteArray bytes = readAll(jpg);
+    QVERIFY(bytes.contains(QByteArray("Exif\0\0", 6)));
+    QVERIFY(bytes.contains("ICC_PROFILE"));
+    QImageReader reader(jpg);
+    QCOMPARE(reader.size(), QSize(4032, 3024));
+}
+
+void TestPreviewHEIC::destroyedWhileDecoding()
+{
+    REQUIRE_DECODER();
+    const QString heic = writeHeic("big.HEIC", HeicFixture::gradient(1024, 768));
+    if (heic.isEmpty())
+        QSKIP("libheif has no HEVC encoder here");
+
+    // Pages dropped at once, after a moment, and with several decodes
+    // running; the results must not reach the deleted pages.
+    for (int delayMs : {0, 5, 30}) {
+        QPointer<ScriptedPreview> page = new ScriptedPreview(heic);
+        page->setDecoderEntry(m_decoder);
+        page->slot_Preview();
+        page->slot_Preview();
+        page->slot_Preview();
+        QTest::qWait(delayMs);
+        delete page;
+        QVERIFY(page.isNull());
+        QTest::qWait(50); // any late queued result would be delivered here
+    }
+
+    // deleteLater, the way the main window leaves a page.
+    auto* page = new ScriptedPreview(heic);
+    page->setDecoderEntry(m_decoder);
+    page->slot_Preview();
+    page->deleteLater();
+    QTest::qWait(100);
+}
+
+int main(int argc, char** argv)
+{
+    // The desktop folder must be a scratch folder before Qt first asks for it.
+    QTemporaryDir home;
+    if (!home.isValid())
+        return 1;
+    qputenv("HOME", home.path().toLocal8Bit());
+    qputenv("XDG_CONFIG_HOME", (home.path() + "/.config").toLocal8Bit());
+    qunsetenv("XDG_DESKTOP_DIR");
+    QApplication app(argc, argv);
+    TestPreviewHEIC test(home.path());
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_PreviewHEIC.moc"

@@ -1,0 +1,197 @@
+#include "VNStyleButton.h"
+
+#include <QMouseEvent>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+void send(QWidget* w, QEvent::Type type, QPoint at, Qt::MouseButton button)
+{
+    QMouseEvent event(type, at, w->mapToGlobal(at), button,
+                      type == QEvent::MouseButtonRelease ? Qt::MouseButtons() : Qt::MouseButtons(button),
+                      Qt::NoModifier);
+    QApplication::sendEvent(w, &event);
+}
+
+void enter(QWidget* w)
+{
+    QEvent e(QEvent::Enter);
+    QApplication::sendEvent(w, &e);
+}
+
+void leave(QWidget* w)
+{
+    QEvent e(QEvent::Leave);
+    QApplication::sendEvent(w, &e);
+}
+
+} // namespace
+
+class TestVNStyleButton : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void stateMachine();
+    void releaseOutsideEmitsNothing();
+    void rightButtonChangesNothing();
+    void plainButtonStillClicksOnLeftRelease();
+    void disabledPicture();
+    void textCentredOverWholeButtonWithImageRect();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_normal, m_hover, m_pressed, m_disabled;
+};
+
+void TestVNStyleButton::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    auto make = [&](const char* name, QColor colour) {
+        QImage image(10, 10, QImage::Format_RGB32);
+        image.fill(colour);
+        const QString path = m_dir.filePath(name);
+        image.save(path);
+        return path;
+    };
+    m_normal = make("n.png", Qt::red);
+    m_hover = make("h.png", Qt::green);
+    m_pressed = make("p.png", Qt::blue);
+    m_disabled = make("d.png", Qt::gray);
+}
+
+void TestVNStyleButton::stateMachine()
+{
+    VNStyleButton button;
+    button.resize(100, 30);
+    QSignalSpy entered(&button, &VNStyleButton::mouseEnter);
+    QSignalSpy left(&button, &VNStyleButton::mouseLeave);
+    QSignalSpy clicked(&button, &QAbstractButton::clicked);
+    QSignalSpy pressedSpy(&button, &QAbstractButton::pressed);
+
+    // Without pictures the state stays 0, but the hover signals still come.
+    enter(&button);
+    QCOMPARE(button.state(), int(VNStyleButton::NoImages));
+    QCOMPARE(entered.count(), 1);
+
+    button.setImages(m_normal, m_hover, m_pressed, QString());
+    QCOMPARE(button.state(), int(VNStyleButton::Normal));
+    enter(&button);
+    QCOMPARE(button.state(), int(VNStyleButton::Hover));
+    send(&button, QEvent::MouseButtonPress, QPoint(50, 15), Qt::LeftButton);
+    QCOMPARE(button.state(), int(VNStyleButton::Pressed));
+    QCOMPARE(button.currentImage(), m_pressed);
+    send(&button, QEvent::MouseButtonRelease, QPoint(50, 15), Qt::LeftButton);
+    QCOMPARE(button.state(), int(VNStyleButton::Hover));
+    QCOMPARE(clicked.count(), 1);
+    QCOMPARE(clicked.at(0).at(0).toBool(), false);
+    leave(&button);
+    QCOMPARE(button.state(), int(VNStyleButton::Normal));
+    QCOMPARE(left.count(), 1);
+    // The base class's press handling never runs.
+    QCOMPARE(pressedSpy.count(), 0);
+    QVERIFY(!button.isDown());
+}
+
+void TestVNStyleButton::releaseOutsideEmitsNothing()
+{
+    VNStyleButton button;
+    button.resize(100, 30);
+    button.setImages(m_normal, m_hover, m_pressed);
+    QSignalSpy clicked(&button, &QAbstractButton::clicked);
+    send(&button, QEvent::MouseButtonPress, QPoint(50, 15), Qt::LeftButton);
+    send(&button, QEvent::MouseButtonRelease, QPoint(150, 15), Qt::LeftButton);
+    QCOMPARE(clicked.count(), 0);
+    // Where it is let go counts, not where it was pressed.
+    send(&button, QEvent::MouseButtonRelease, QPoint(99, 29), Qt::LeftButton);
+    QCOMPARE(clicked.count(), 1);
+}
+
+void TestVNStyleButton::rightButtonChangesNothing()
+{
+    VNStyleButton button;
+    button.resize(100, 30);
+    button.setImages(m_normal, m_hover, m_pressed);
+    QSignalSpy clicked(&button, &QAbstractButton::clicked);
+    send(&button, QEvent::MouseButtonPress, QPoint(50, 15), Qt::RightButton);
+    QCOMPARE(button.state(), int(VNStyleButton::Normal));
+    send(&button, QEvent::MouseButtonRelease, QPoint(50, 15), Qt::RightButton);
+    QCOMPARE(button.state(), int(VNStyleButton::Normal));
+    QCOMPARE(clicked.count(), 0);
+}
+
+void TestVNStyleButton::plainButtonStillClicksOnLeftRelease()
+{
+    VNStyleButton button;
+    button.resize(100, 30);
+    QSignalSpy clicked(&button, &QAbstractButton::clicked);
+    QTest::mouseClick(&button, Qt::LeftButton);
+    QCOMPARE(clicked.count(), 1);
+    QCOMPARE(button.state(), int(VNStyleButton::NoImages));
+    QVERIFY(button.currentImage().isEmpty());
+}
+
+void TestVNStyleButton::disabledPicture()
+{
+    VNStyleButton withLook;
+    withLook.setImages(m_normal, m_hover, m_pressed, m_disabled);
+    withLook.setEnabled(false);
+    QCOMPARE(withLook.currentImage(), m_disabled);
+    // A press on a disabled button changes nothing.
+    send(&withLook, QEvent::MouseButtonPress, QPoint(1, 1), Qt::LeftButton);
+    QCOMPARE(withLook.state(), int(VNStyleButton::Normal));
+
+    // Without a disabled look the last state's picture stays.
+    VNStyleButton without;
+    without.setImages(m_normal, m_hover, m_pressed, QString());
+    enter(&without);
+    without.setEnabled(false);
+    QCOMPARE(without.currentImage(), m_hover);
+
+    // The three-picture setter keeps the disabled picture set before.
+    VNStyleButton kept;
+    kept.setImages(m_normal, m_hover, m_pressed, m_disabled);
+    kept.setImages(m_normal, m_hover, m_pressed);
+    kept.setEnabled(false);
+    QCOMPARE(kept.currentImage(), m_disabled);
+
+    // A disabled button is not repainted by refresh().
+    QSignalSpy updates(&kept, &VNStyleButton::signalUpdate);
+    kept.refresh();
+    QCOMPARE(updates.count(), 0);
+}
+
+void TestVNStyleButton::textCentredOverWholeButtonWithImageRect()
+{
+    VNStyleButton button;
+    button.resize(120, 30);
+    button.setImages(m_normal, m_normal, m_normal);
+    button.setImageRect(QRect(0, 0, 30, 30));
+    button.setText(QStringLiteral("IIIIIIII"));
+    QFont font = button.font();
+    font.setPixelSize(16);
+    button.setFont(font);
+
+    const QImage shot = button.grab().toImage().convertToFormat(QImage::Format_RGB32);
+    // The picture covers only the image rectangle.
+    QCOMPARE(shot.pixelColor(5, 5), QColor(Qt::red));
+    QVERIFY(shot.pixelColor(100, 5) != QColor(Qt::red));
+    // The dark text (rgb 66, 66, 66) is centred on the whole button.
+    int left = shot.width(), right = -1;
+    for (int y = 0; y < shot.height(); ++y)
+        for (int x = 30; x < shot.width(); ++x) {
+            const QColor c = shot.pixelColor(x, y);
+            if (c.red() < 150 && c.green() < 150 && c.blue() < 150) {
+                left = qMin(left, x);
+                right = qMax(right, x);
+            }
+        }
+    QVERIFY(right > left);
+    QVERIFY2(qAbs((left + right) / 2 - 60) <= 2, qPrintable(QString("text spans %1..%2").arg(left).arg(right)));
+}
+
+QTEST_MAIN(TestVNStyleButton)
+#include "tst_vnstylebutton.moc"

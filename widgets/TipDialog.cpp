@@ -1,0 +1,135 @@
+#include "TipDialog.h"
+
+#include "ui_TipDialog.h"
+
+#include <QEvent>
+#include <QPixmap>
+
+TipDialog::TipDialog(QWidget* parent)
+    : VNStyleDialog(parent)
+    , ui(new Ui::TipDialog)
+{
+    ui->setupUi(this);
+    ui->widget_Title->setParentWidget(this, QPoint(5, 5), true);
+
+    ui->label_StatesText->setFont(m_style.font(38));
+    ui->label_SuccessText->setFont(m_style.font(34));
+    ui->pushButton_Yes->setFont(m_style.font(34));
+    ui->pushButton_OK->setFont(m_style.font(34));
+
+    const QString skin = m_style.skinDir();
+    for (VNStyleButton* button : {ui->pushButton_Yes, ui->pushButton_OK})
+        button->setImages(skin + "/Button/button100_normal.png", skin + "/Button/button100_hover.png",
+                          skin + "/Button/button100_pressing.png", QString());
+
+    ui->pushButton_OK->installEventFilter(this);
+    ui->pushButton_Yes->installEventFilter(this);
+
+    ui->widget_Title->setTitleText(tr("Attention"));
+}
+
+TipDialog::~TipDialog()
+{
+    delete ui;
+}
+
+void TipDialog::showPicture(const QString& skinPath)
+{
+    ui->label_StatesImage->setPixmap(QPixmap(m_style.skinDir() + skinPath));
+}
+
+void TipDialog::setCancelConvertTip()
+{
+    disconnect(this);
+    showPicture(QStringLiteral("/Label/tips_confirm.png"));
+    ui->label_StatesText->setText(tr("Are you sure to cancel the file conversion?"));
+    ui->label_StatesText->setFont(m_style.font(34));
+    ui->label_StatesText->setStyleSheet(QStringLiteral("color:#484848"));
+    ui->label_SuccessText->hide();
+    ui->pushButton_OK->setText(tr("No"));
+    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_CancelConver()));
+    connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+}
+
+void TipDialog::setClearTableTip()
+{
+    disconnect(this);
+    showPicture(QStringLiteral("/Label/tips_confirm.png"));
+    ui->label_StatesText->setText(tr("Are you sure to trash all the files here?"));
+    ui->label_StatesText->setFont(m_style.font(34));
+    ui->label_StatesText->setStyleSheet(QStringLiteral("color:#484848"));
+    ui->label_SuccessText->hide();
+    ui->pushButton_OK->setText(tr("No"));
+    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_ClearTable()));
+    connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+}
+
+void TipDialog::setConvertCancelledTip()
+{
+    disconnect(this);
+    showPicture(QStringLiteral("/Label/tips_cancel.png"));
+    ui->label_StatesText->setText(tr("Conversion Cancelled!"));
+    ui->label_StatesText->setFont(m_style.font(38));
+    ui->label_StatesText->setStyleSheet(QStringLiteral("color:#484848"));
+    // The number goes straight in front of the text, hence its leading blank.
+    ui->label_SuccessText->setText(QString::number(m_convertedCount)
+                                   + tr(" files have been successfully converted."));
+    ui->label_SuccessText->setFont(m_style.font(34));
+    ui->label_SuccessText->setStyleSheet(QStringLiteral("color:#787878"));
+    ui->label_SuccessText->show();
+    ui->pushButton_Yes->setText(tr("Open Folder"));
+    ui->pushButton_OK->setText(tr("No"));
+    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_OpenFolder()));
+    connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+}
+
+void TipDialog::setConvertedCount(int count)
+{
+    m_convertedCount = count;
+    ui->label_SuccessText->setText(QString::number(count)
+                                   + QStringLiteral(" files have been successfully converted."));
+    ui->pushButton_OK->setText(QStringLiteral("OK"));
+}
+
+void TipDialog::setQuitTip()
+{
+    showPicture(QStringLiteral("/Label/tips_confirm.png"));
+    ui->label_StatesText->setText(tr("Are you sure to quit the program?"));
+    ui->label_SuccessText->hide();
+    ui->pushButton_Yes->setText(tr("Yes"));
+    ui->pushButton_Yes->show();
+    ui->pushButton_OK->setText(tr("No"));
+    ui->pushButton_OK->show();
+    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SLOT(slot_Exit()));
+    connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+    ui->widget_Title->setTitleText(tr("Attention"));
+}
+
+void TipDialog::slot_Close()
+{
+    close();
+}
+
+void TipDialog::slot_Exit()
+{
+    emit signal_ExitApp();
+    close();
+}
+
+bool TipDialog::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == ui->pushButton_OK || watched == ui->pushButton_Yes) {
+        auto* button = static_cast<QWidget*>(watched);
+        if (event->type() == QEvent::HoverEnter)
+            button->setStyleSheet(QStringLiteral("color:#ffffff"));
+        else if (event->type() == QEvent::HoverLeave)
+            button->setStyleSheet(QStringLiteral("color:#3598fe"));
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void TipDialog::paintEvent(QPaintEvent* event)
+{
+    m_shadow.paint(this);
+    QWidget::paintEvent(event);
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "ShadowFrame.h"
+#include "SkinStyle.h"
+#include "VNStyleDialog.h"
+
+namespace Ui {
+class TipDialog;
+}
+
+// The program's confirmation and result box. Configure it with exactly one
+// of the set...Tip() calls right after construction: the button wiring they
+// make is never undone, so a dialog object serves one purpose in its life.
+class TipDialog : public VNStyleDialog
+{
+    Q_OBJECT
+
+public:
+    explicit TipDialog(QWidget* parent = nullptr);
+    ~TipDialog() override;
+
+    // "Are you sure to cancel the file conversion?": Yes emits signal_CancelConver().
+    void setCancelConvertTip();
+    // "Are you sure to trash all the files here?": Yes emits signal_ClearTable().
+    void setClearTableTip();
+    // "Conversion Cancelled!" with the count: "Open Folder" emits signal_OpenFolder().
+    void setConvertCancelledTip();
+    // The count shown under "Conversion Cancelled!"; the right button becomes "OK".
+    void setConvertedCount(int count);
+    // "Are you sure to quit the program?": Yes emits signal_ExitApp() and closes.
+    void setQuitTip();
+
+    int convertedCount() const { return m_convertedCount; }
+
+signals:
+    void signal_CancelConver();
+    void signal_ClearTable();
+    void signal_OpenFolder();
+    void signal_ExitApp();
+
+public slots:
+    void slot_Close();
+    void slot_Exit();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void showPicture(const QString& skinPath);
+
+    Ui::TipDialog* ui;
+    ShadowFrame m_shadow;
+    SkinStyle m_style;
+    int m_convertedCount = 0;
+};
