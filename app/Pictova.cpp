@@ -299,6 +299,14 @@ void Pictova::buildToolsMenu()
 {
     m_toolsMenu = std::make_unique<QMenu>();
     QMenu* menu = m_toolsMenu.get();
+    // The menu is a window of its own, so it does not inherit the card's
+    // look; it gets the program's white, blue-accented style here.
+    menu->setFont(m_style.font(0));
+    menu->setStyleSheet(QStringLiteral(
+        "QMenu { background-color: #ffffff; border: 1px solid #dddddd; padding: 6px 0px; }"
+        "QMenu::item { color: #484848; padding: 7px 28px 7px 20px; background: transparent; }"
+        "QMenu::item:selected { background-color: rgb(234, 244, 255); color: #3598fe; }"
+        "QMenu::separator { height: 1px; background: #eeeeee; margin: 5px 12px; }"));
     m_actTutorial = new QAction(tr("Tutorial"), menu);
     m_actFaq = new QAction(tr("Frequently Asked Questions"), menu);
     m_actReview = new QAction(tr("Write a Product Review"), menu);
