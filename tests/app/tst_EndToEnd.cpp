@@ -224,10 +224,11 @@ void tst_EndToEnd::cancelledBatchThenHomeLeavesOnlyWholeFiles()
     // each of them is on disk whole or not at all.
     const QString outDir = m_photos.filePath("out");
     QVERIFY(QDir().mkpath(outDir));
+    const int kFiles = 16;
     const QString source = m_photos.filePath("IMG_C0.HEIC");
-    QVERIFY(HeicFixture::write(source, HeicFixture::gradient(1024, 768)));
+    QVERIFY(HeicFixture::write(source, HeicFixture::gradient(2048, 1536)));
     QVector<QString> photos;
-    for (int i = 1; i <= 8; ++i) {
+    for (int i = 1; i <= kFiles; ++i) {
         photos << m_photos.filePath(QStringLiteral("IMG_C%1.HEIC").arg(i));
         QVERIFY(QFile::copy(source, photos.last()));
     }
@@ -242,7 +243,7 @@ void tst_EndToEnd::cancelledBatchThenHomeLeavesOnlyWholeFiles()
                           .first()
                           ->findChild<QCheckBox*>(),
                       Qt::LeftButton, {}, QPoint(7, 7));
-    QCOMPARE(table->tickedRows().size(), 8);
+    QCOMPARE(table->tickedRows().size(), kFiles);
 
     auto isTip = [](const char* headline) {
         return [headline](QWidget* modal) {
@@ -282,12 +283,12 @@ void tst_EndToEnd::cancelledBatchThenHomeLeavesOnlyWholeFiles()
 
     // Whatever was written is complete; nothing temporary is left behind.
     const QFileInfoList written = QDir(outDir + "/Vantora").entryInfoList(QDir::Files);
-    qInfo("%d of 8 files written before the cancel took effect", int(written.size()));
-    QVERIFY2(written.size() < 8, "the run was not cancelled in time to test anything");
+    qInfo("%d of %d files written before the cancel took effect", int(written.size()), kFiles);
+    QVERIFY2(written.size() < kFiles, "the run was not cancelled in time to test anything");
     for (const QFileInfo& file : written) {
         QVERIFY2(file.suffix() == "jpg", qPrintable(file.fileName()));
         QImageReader reader(file.filePath());
-        QCOMPARE(reader.size(), QSize(1024, 768));
+        QCOMPARE(reader.size(), QSize(2048, 1536));
         QVERIFY2(!reader.read().isNull(), qPrintable(file.fileName()));
     }
 }
