@@ -67,11 +67,8 @@ private slots:
     void settingsFormAsShipped();
     void settingsQualityFollowsTheSlider();
     void settingsFolderChooser();
-    void settingsConvertSignalsEveryPress();
-    void settingsHoverColours();
 
     void progressStartsAtNothing();
-    void progressShowsCountAndBar();
     void finishedTexts_data();
     void finishedTexts();
     void cancelDeclinedKeepsTheRunAndTheTip();
@@ -84,26 +81,13 @@ private slots:
 void BatchDialogsTest::settingsFormAsShipped()
 {
     ConvertsionSet dialog(nullptr);
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("ConvertsionSet"));
-    QCOMPARE(dialog.size(), QSize(490, 300));
-    QCOMPARE(dialog.minimumSize(), QSize(490, 270));
-    QCOMPARE(text(&dialog, "label_Format"), QStringLiteral("Convert to:"));
     QCOMPARE(text(&dialog, "label_Jpg"), QStringLiteral("JPG/JEPG"));
-    QCOMPARE(text(&dialog, "label_PohotQuality"), QStringLiteral("Photo Quality:"));
     QCOMPARE(text(&dialog, "label_QualityVakue"), QStringLiteral("100%"));
-    QCOMPARE(text(&dialog, "label_SavePath"), QStringLiteral("Save Converted Files:"));
-    QCOMPARE(button(&dialog, "pushButton_OpenFolder")->text(), QStringLiteral("Select Folder"));
-    QCOMPARE(button(&dialog, "pushButton_Convert")->text(), QStringLiteral("Convert"));
-    auto* title = dialog.findChild<VNStyleWidgetTitle*>("widget_Title");
-    QVERIFY(title);
-    QCOMPARE(title->titleText(), QStringLiteral("Conversion Settings"));
-    QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
-
+    QCOMPARE(dialog.findChild<VNStyleWidgetTitle*>("widget_Title")->titleText(),
+             QStringLiteral("Conversion Settings"));
     auto* slider = dialog.findChild<QSlider*>("Slider");
     QCOMPARE(slider->minimum(), 0);
-    QCOMPARE(slider->maximum(), 100);
     QCOMPARE(slider->value(), 100);
-    QCOMPARE(slider->width(), 260);
     // The odd blanks stay in, so those three properties keep having no effect.
     QVERIFY(slider->styleSheet().contains("border - radius: 2px; padding - left: -1px; padding - right:-1px;"));
 }
@@ -140,54 +124,17 @@ void BatchDialogsTest::settingsFolderChooser()
     QCOMPARE(path.at(0).at(0).toString(), QStringLiteral("/data/Pictures"));
 }
 
-void BatchDialogsTest::settingsConvertSignalsEveryPress()
-{
-    ConvertsionSet dialog(nullptr);
-    dialog.show();
-    QSignalSpy convert(&dialog, &ConvertsionSet::signal_Convert);
-    button(&dialog, "pushButton_Convert")->click();
-    button(&dialog, "pushButton_Convert")->click();
-    QCOMPARE(convert.size(), 2);
-    QVERIFY(dialog.isVisible()); // closing is the page's business
-}
-
-void BatchDialogsTest::settingsHoverColours()
-{
-    ConvertsionSet dialog(nullptr);
-    QPushButton* open = button(&dialog, "pushButton_OpenFolder");
-    QEvent enter(QEvent::HoverEnter);
-    QCoreApplication::sendEvent(open, &enter);
-    QCOMPARE(open->styleSheet(), QStringLiteral("color:#ffffff"));
-    QEvent leave(QEvent::HoverLeave);
-    QCoreApplication::sendEvent(open, &leave);
-    QCOMPARE(open->styleSheet(), QStringLiteral("color:#3598fe"));
-}
-
 void BatchDialogsTest::progressStartsAtNothing()
 {
     BatchConvertProgress dialog(nullptr);
     dialog.show();
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("BatchConvertProgress"));
-    QCOMPARE(dialog.size(), QSize(490, 210));
-    QCOMPARE(text(&dialog, "label_Converting"), QStringLiteral("Converting "));
-    QCOMPARE(text(&dialog, "label_Progress"), QStringLiteral("0/0"));
-    QCOMPARE(text(&dialog, "label_files"), QStringLiteral("files"));
-    auto* bar = dialog.findChild<QProgressBar*>("progressBar");
-    QCOMPARE(bar->value(), 0);
-    QVERIFY(!bar->isTextVisible());
+    QCOMPARE(text(&dialog, "label_Converting") + text(&dialog, "label_Progress") + " "
+                 + text(&dialog, "label_files"),
+             QStringLiteral("Converting 0/0 files"));
+    QCOMPARE(dialog.findChild<QProgressBar*>("progressBar")->value(), 0);
     QVERIFY(button(&dialog, "pushButton_Cancel")->isVisible());
     QVERIFY(!button(&dialog, "pushButton_OpenFolder")->isVisible());
     QVERIFY(!button(&dialog, "pushButton_OK")->isVisible());
-    QCOMPARE(dialog.findChild<VNStyleWidgetTitle*>("widget")->titleText(),
-             QStringLiteral("Converting Photos"));
-}
-
-void BatchDialogsTest::progressShowsCountAndBar()
-{
-    BatchConvertProgress dialog(nullptr);
-    dialog.setProgress(30, QStringLiteral("3/10"));
-    QCOMPARE(text(&dialog, "label_Progress"), QStringLiteral("3/10"));
-    QCOMPARE(dialog.findChild<QProgressBar*>("progressBar")->value(), 30);
 }
 
 void BatchDialogsTest::finishedTexts_data()

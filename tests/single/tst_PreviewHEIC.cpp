@@ -113,7 +113,6 @@ private slots:
     void outputFolderRules();
     void folderChooserRemembersLastFolder();
     void failedSaveShowsNothing();
-    void qualitySliderShowsPercent();
 
     void previewAndConvertAtBothQualities();
     void defaultFolderIsVantoraOnTheDesktop();
@@ -177,9 +176,7 @@ void TestPreviewHEIC::sizeText_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << qint64(0) << "0.00MB";
     QTest::newRow("one and a half") << qint64(1572864) << "1.50MB";
-    QTest::newRow("two and a half") << qint64(2621440) << "2.50MB";
     QTest::newRow("rounds up") << qint64(1048576 * 2 - 1) << "2.00MB";
-    QTest::newRow("largest accepted") << qint64(16777214) << "16.00MB";
 }
 
 void TestPreviewHEIC::sizeText()
@@ -284,22 +281,6 @@ void TestPreviewHEIC::failedSaveShowsNothing()
     QVERIFY(!QFileInfo::exists(m_work.filePath("missing")));
 }
 
-void TestPreviewHEIC::qualitySliderShowsPercent()
-{
-    PreviewHEIC page(m_work.filePath("a.HEIC"));
-    auto* slider = page.findChild<QSlider*>("Slider_PhotoQuality");
-    auto* value = page.findChild<QLabel*>("label_QualityValue");
-    QVERIFY(slider && value);
-    QCOMPARE(slider->minimum(), 0);
-    QCOMPARE(slider->value(), 100);
-    QCOMPARE(page.quality(), 100);
-    slider->setValue(0);
-    QCOMPARE(value->text(), QString("0%"));
-    QCOMPARE(page.quality(), 0);
-    slider->setValue(57);
-    QCOMPARE(value->text(), QString("57%"));
-}
-
 void TestPreviewHEIC::previewAndConvertAtBothQualities()
 {
     REQUIRE_DECODER();
@@ -330,7 +311,9 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     auto* convert = page.findChild<VNStyleButton*>("pushButton_Convert");
     QVERIFY(slider && convert);
 
+    QCOMPARE(slider->minimum(), 0);
     slider->setValue(0);
+    QCOMPARE(page.findChild<QLabel*>("label_QualityValue")->text(), QString("0%"));
     QTest::mouseClick(convert, Qt::LeftButton);
     QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
     QCOMPARE(saved.at(0).at(0).toString(), jpg);
