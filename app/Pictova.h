@@ -5,7 +5,6 @@
 #include "SkinStyle.h"
 
 #include <QMainWindow>
-#include <QPointer>
 #include <QString>
 #include <QUrl>
 #include <QVector>
