@@ -12,6 +12,14 @@ class Platform
 public:
     Platform() = delete;
 
+    // Takes the per-user lock that lets one copy of the program run at a
+    // time. True when this process is the first holder, false when another
+    // running process holds it. `handle` receives the lock's handle (0 when
+    // none); the lock is never given back: the system drops it when the
+    // process ends, crashes included. A lock that cannot be made at all
+    // counts as held by us, so a broken set-up never stops the program.
+    static bool acquireInstanceLock(const QString& name, quintptr* handle);
+
     // The file name a shared library with this base name has here:
     // "Decodex.dll" on Windows, "libDecodex.so" on Linux.
     static QString libraryFileName(const QString& baseName);

@@ -5,8 +5,50 @@
 #include <QFileInfo>
 #include <QLibrary>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QUrl>
+
+#include <QDir>
+#include <QFile>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+bool Platform::acquireInstanceLock(const QString& name, quintptr* handle)
+{
+    *handle = 0;
+    // The runtime folder is per user and per session, like the name space of
+    // a Windows named mutex. flock() belongs to the open file, so the kernel
+    // drops it when the process dies, however it dies.
+    // Without a runtime folder (a bare session), the shared temp folder with
+    // the user id in the name keeps users apart; a file another user made
+    // there only fails the open, which counts as the first copy.
+    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (folder.isEmpty() || !QDir(folder).exists())
+        folder = QDir::tempPath();
+    const QString path =
+        QStringLiteral("%1/%2-%3.lock").arg(folder, name, QString::number(::getuid()));
+    // Close-on-exec: a browser or file manager started by us must not inherit
+    // the lock and keep the next copy out after we have gone. No following a
+    // link planted in a shared temp folder.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (fd < 0) {
+        qWarning("Pictova: cannot create the instance lock %s: %s", qPrintable(path),
+                 strerror(errno));
+        return true;
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        const bool heldByOther = errno == EWOULDBLOCK;
+        if (heldByOther) {
+            ::close(fd);
+            return false;
+        }
+        qWarning("Pictova: cannot lock %s: %s", qPrintable(path), strerror(errno));
+    }
+    *handle = static_cast<quintptr>(fd);
+    return true;
+}
 
 QString Platform::libraryFileName(const QString& baseName)
 {

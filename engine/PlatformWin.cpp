@@ -10,6 +10,17 @@
 
 #include <memory>
 
+bool Platform::acquireInstanceLock(const QString& name, quintptr* handle)
+{
+    // Initial owner, no security attributes, the name in the session's name
+    // space. The handle is never closed: Windows removes the mutex with the
+    // process's last handle, also after a crash.
+    const HANDLE mutex = ::CreateMutexW(nullptr, TRUE, reinterpret_cast<const wchar_t*>(name.utf16()));
+    const DWORD error = ::GetLastError();
+    *handle = reinterpret_cast<quintptr>(mutex);
+    return error != ERROR_ALREADY_EXISTS;
+}
+
 QString Platform::libraryFileName(const QString& baseName)
 {
     return baseName + QStringLiteral(".dll");

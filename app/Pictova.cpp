@@ -1,0 +1,415 @@
+#include "Pictova.h"
+#include "ui_Pictova.h"
+
+#include "API_VersionControl.h"
+#include "BuiltInLinks.h"
+#include "HeicFileTable.h"
+#include "PhotoInfo.h"
+#include "PreviewHEIC.h"
+#include "SingalConverterHome.h"
+#include "TipDialog.h"
+#include "VNAbout.h"
+#include "VNStyleButton.h"
+
+#include <QAction>
+#include <QDesktopServices>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMenu>
+#include <QScreen>
+#include <QTextOption>
+
+Pictova::Pictova(QWidget* parent)
+    : QMainWindow(parent)
+    , ui(std::make_unique<Ui::PictovaClass>())
+{
+    ui->setupUi(this);
+    m_singleStart = new VNStyleButton(this);
+    m_batchStart = new VNStyleButton(this);
+    m_singleStart->setObjectName(QStringLiteral("pushButton_SingleStart"));
+    m_batchStart->setObjectName(QStringLiteral("pushButton_BatchStart"));
+
+    initWindow();
+
+    connect(m_singleStart, SIGNAL(clicked()), this, SLOT(slot_SinglePhotoView()));
+    connect(m_batchStart, SIGNAL(clicked()), this, SLOT(slot_BatchPhotoView()));
+    connect(ui->pushButton_BackHome, SIGNAL(clicked()), this, SLOT(slot_ToHome()));
+    connect(ui->pushButton_Menu, SIGNAL(clicked()), this, SLOT(slot_AddToolMenu()));
+    connect(ui->pushButton_Close, SIGNAL(clicked()), this, SLOT(slot_Exit()));
+    connect(ui->pushButton_Min, SIGNAL(clicked()), this, SLOT(showMinimized()));
+
+    bindDecoder();
+}
+
+Pictova::~Pictova()
+{
+    // Pages stop their own threads in their destructors; deleting them here,
+    // before the form goes, keeps them from outliving the widgets they use.
+    delete m_dropPage;
+    delete m_previewPage;
+    delete m_fileTable;
+}
+
+void Pictova::initWindow()
+{
+    resize(1010, 630);
+    setMinimumSize(1010, 630);
+    setMaximumSize(1010, 630);
+    setWindowFlags(Qt::FramelessWindowHint);
+    setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint
+                   | Qt::WindowMinMaxButtonsHint);
+    // The shadow frame is drawn into the transparent five-pixel margin.
+    setAttribute(Qt::WA_TranslucentBackground);
+
+    const QString skin = m_style.skinDir();
+    setWindowIcon(QIcon(skin + "/main/48x48.png"));
+
+    ui->title_Widget->setParentWidget(this, QPoint(5, 5), true);
+    ui->label_Icon->setPixmap(QPixmap(skin + "/main/heic_icon_26.png"));
+
+    ui->pushButton_Feedback->setImages(skin + "/Button/feedback_icon_normal.png",
+                                       skin + "/Button/feedback_icon_hover.png",
+                                       skin + "/Button/feedback_icon_pressing.png");
+    ui->pushButton_Menu->setImages(skin + "/Button/tools_icon_normal.png",
+                                   skin + "/Button/tools_icon_hover.png",
+                                   skin + "/Button/tools_icon_pressing.png");
+    ui->pushButton_Min->setImages(skin + "/Button/mini_icon_normal.png",
+                                  skin + "/Button/mini_icon_hover.png",
+                                  skin + "/Button/mini_icon_pressing.png");
+    ui->pushButton_Close->setImages(skin + "/Button/close_icon_normal.png",
+                                    skin + "/Button/close_icon_hover.png",
+                                    skin + "/Button/close_icon_pressing.png");
+    ui->pushButton_BackHome->setImages(skin + "/Button/home_button_normal.png",
+                                       skin + "/Button/home_button_hover.png",
+                                       skin + "/Button/home_button_pressing.png");
+    ui->pushButton_BackHome->setTextOption(QTextOption(Qt::AlignRight | Qt::AlignVCenter));
+    ui->pushButton_BackHome->hide();
+    ui->pushButton_Feedback->hide();
+
+    ui->label_Company->setText(QStringLiteral("Vantora"));
+    ui->label_Company->setFont(m_style.font(39));
+    ui->label_TitleName->setText(QStringLiteral("Pictova"));
+    ui->label_TitleName->setFont(m_style.font(39));
+
+    for (VNStyleButton* start : {m_singleStart, m_batchStart}) {
+        start->setFixedSize(168, 43);
+        start->setImages(skin + "/Button/big_button_normal.png",
+                         skin + "/Button/big_button_hover.png",
+                         skin + "/Button/big_button_pressing.png");
+        start->setText(tr("Start"));
+        start->setStyleSheet(QStringLiteral("color:#FFFFFF"));
+        start->setFont(m_style.font(39));
+    }
+    m_singleStart->move(210, 400);
+    m_batchStart->move(635, 400);
+    ui->pushButton_BackHome->setFont(m_style.font(38));
+
+    ui->label_SignalPhoto->installEventFilter(this);
+    ui->label_BatchPhoto->installEventFilter(this);
+
+    // Centre on the primary screen's work area rather than on the whole
+    // virtual desktop, so the window never straddles two monitors.
+    if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+        const QRect area = screen->availableGeometry();
+        move(area.x() + (area.width() - width()) / 2, area.y() + (area.height() - height()) / 2);
+    }
+    show();
+}
+
+void Pictova::bindDecoder()
+{
+    m_decoder = DecoderLibrary::bind().convert;
+}
+
+void Pictova::openPageHeader(const QString& title)
+{
+    ui->widget_Main->hide();
+    m_singleStart->hide();
+    m_batchStart->hide();
+    ui->label_Icon->hide();
+    ui->label_Company->hide();
+    ui->label_TitleName->hide();
+    ui->pushButton_BackHome->show();
+
+    // One header label, re-used for every page.
+    if (!m_pageTitle) {
+        m_pageTitle = new QLabel(this);
+        m_pageTitle->setObjectName(QStringLiteral("label_PageTitle"));
+        m_pageTitle->setFont(m_style.font(39));
+        m_pageTitle->setStyleSheet(QStringLiteral("color:#3598fe"));
+        m_pageTitle->setMinimumSize(190, 16);
+        m_pageTitle->move(422, 15);
+    }
+    m_pageTitle->setText(title);
+    m_pageTitle->adjustSize();
+    m_pageTitle->show();
+    m_pageTitle->raise();
+}
+
+void Pictova::placePage(QWidget* page)
+{
+    page->setGeometry(ui->widget_Main->rect());
+    ui->mainLayout->addWidget(page, 0);
+    page->show();
+    m_currentPage = page;
+}
+
+void Pictova::destroyCurrentPage()
+{
+    QWidget* page = m_currentPage;
+    m_currentPage = nullptr;
+    if (!page)
+        return;
+    const bool isDropPage = page == m_dropPage;
+    if (isDropPage)
+        m_dropPage = nullptr;
+    else if (page == m_previewPage)
+        m_previewPage = nullptr;
+    else if (page == m_fileTable)
+        m_fileTable = nullptr;
+    else
+        return;
+    page->hide();
+    ui->mainLayout->removeWidget(page);
+    // The drop page is left from inside its own signal, so it must wait for
+    // the event loop. The other pages go at once: their destructors stop their
+    // decode threads, so no late result reaches a page that is gone.
+    if (isDropPage)
+        page->deleteLater();
+    else
+        delete page;
+}
+
+void Pictova::slot_SinglePhotoView()
+{
+    if (!m_dropPage) {
+        m_dropPage = new SingalConverterHome(this);
+        placePage(m_dropPage);
+        m_dropPage->setBatchMode(false);
+        openPageHeader(QStringLiteral("Conver Single Photo"));
+        m_currentPage = m_dropPage;
+        ui->pushButton_BackHome->setStyleSheet(
+            QStringLiteral("text-align: right; color: #3598fe;margin-top:5px"));
+        connect(m_dropPage, SIGNAL(signal_ToPreviewView(QString)), this,
+                SLOT(slot_ToPreviewView(QString)));
+    }
+    m_dropPage->show();
+}
+
+void Pictova::slot_BatchPhotoView()
+{
+    if (!m_dropPage) {
+        m_dropPage = new SingalConverterHome(this);
+        placePage(m_dropPage);
+        m_dropPage->setBatchMode(true);
+        openPageHeader(QStringLiteral("Convert Photos in Batch"));
+        m_dropPage->setSelectTipText(QStringLiteral("Select Files"));
+        m_dropPage->setDropTipText(QStringLiteral("Or you can directly drop the HEIC files here."));
+        m_currentPage = m_dropPage;
+        connect(m_dropPage, SIGNAL(signal_addHeicFile(QVector<QString>)), this,
+                SLOT(slot_addHeicFileToTable(QVector<QString>)));
+    }
+    m_dropPage->show();
+}
+
+void Pictova::slot_ToPreviewView(QString strFilePath)
+{
+    if (!m_previewPage) {
+        m_previewPage = new PreviewHEIC(strFilePath, this);
+        m_previewPage->setGeometry(ui->widget_Main->rect());
+        ui->mainLayout->addWidget(m_previewPage, 0);
+        m_previewPage->setDecoderEntry(m_decoder);
+        m_previewPage->slot_Preview();
+        connect(m_previewPage,
+                SIGNAL(signal_PhotoInfo(const QString&, const QString&, const QString&, const QString&)),
+                this, SLOT(slot_PhotoInfo(const QString&, const QString&, const QString&, const QString&)));
+    }
+    destroyCurrentPage();
+    m_previewPage->show();
+    m_currentPage = m_previewPage;
+}
+
+void Pictova::slot_addHeicFileToTable(QVector<QString> vStrPath)
+{
+    if (!m_fileTable) {
+        m_fileTable = new HeicFileTable(this);
+        m_fileTable->setGeometry(ui->widget_Main->rect());
+        ui->mainLayout->addWidget(m_fileTable);
+        m_fileTable->addFiles(vStrPath);
+        m_fileTable->setDecoder(m_decoder);
+    }
+    destroyCurrentPage();
+    m_fileTable->show();
+    m_currentPage = m_fileTable;
+}
+
+void Pictova::slot_ToHome()
+{
+    destroyCurrentPage();
+    ui->widget_Main->show();
+    m_singleStart->show();
+    m_batchStart->show();
+    if (m_pageTitle)
+        m_pageTitle->hide();
+    ui->label_Icon->show();
+    ui->label_Company->show();
+    ui->label_TitleName->show();
+    ui->pushButton_BackHome->hide();
+}
+
+void Pictova::slot_PhotoInfo(const QString& strName, const QString& strCreateDate,
+                             const QString& strFileSize, const QString& strResolution)
+{
+    if (!m_photoInfo)
+        m_photoInfo = new PhotoInfo(this);
+    // The dialog is kept, so every request fills it again: it always shows
+    // the photo on screen now, never the first one it was opened for.
+    m_photoInfo->setCreatedDate(strCreateDate);
+    m_photoInfo->setName(strName);
+    m_photoInfo->setFileSize(strFileSize);
+    m_photoInfo->setResolution(strResolution);
+    m_photoInfo->exec();
+}
+
+void Pictova::slot_Exit()
+{
+    if (!m_exitTip) {
+        m_exitTip = new TipDialog(this);
+        m_exitTip->setQuitTip();
+        connect(m_exitTip, SIGNAL(signal_ExitApp()), this, SLOT(close()));
+    }
+    m_exitTip->exec();
+}
+
+void Pictova::queryMenuEntry(int id, int* state, QString* url)
+{
+    LL::API_VersionControl config;
+    wchar_t text[260] = {};
+    config.GetMenuStateAndURL(id, state, text);
+    *url = QString::fromWCharArray(text);
+}
+
+QString Pictova::builtInAddress(int id)
+{
+    return BuiltInLinks::url(id);
+}
+
+void Pictova::buildToolsMenu()
+{
+    m_toolsMenu = std::make_unique<QMenu>();
+    QMenu* menu = m_toolsMenu.get();
+    // The menu is a window of its own, so it does not inherit the card's
+    // look; it gets the program's white, blue-accented style here.
+    menu->setFont(m_style.font(0));
+    menu->setStyleSheet(QStringLiteral(
+        "QMenu { background-color: #ffffff; border: 1px solid #dddddd; padding: 6px 0px; }"
+        "QMenu::item { color: #484848; padding: 7px 28px 7px 20px; background: transparent; }"
+        "QMenu::item:selected { background-color: rgb(234, 244, 255); color: #3598fe; }"
+        "QMenu::separator { height: 1px; background: #eeeeee; margin: 5px 12px; }"));
+    m_actTutorial = new QAction(tr("Tutorial"), menu);
+    m_actFaq = new QAction(tr("Frequently Asked Questions"), menu);
+    m_actReview = new QAction(tr("Write a Product Review"), menu);
+    m_actContactUs = new QAction(tr("Contact Us"), menu);
+    m_actFacebook = new QAction(tr("View Facebook Fan Page"), menu);
+    m_actTwitter = new QAction(tr("Follow Us on Twitter"), menu);
+    m_actAbout = new QAction(tr("About"), menu);
+    m_actExit = new QAction(tr("Exit"), menu);
+
+    int state = 1;
+    QString url;
+    const struct {
+        int id;
+        QAction* action;
+    } links[] = {{LinkTutorial, m_actTutorial},   {LinkFaq, m_actFaq},
+                 {LinkReview, m_actReview},       {LinkContactUs, m_actContactUs},
+                 {LinkFacebook, m_actFacebook},   {LinkTwitter, m_actTwitter}};
+    for (const auto& link : links) {
+        queryMenuEntry(link.id, &state, &url);
+        if (state != 1)
+            continue;
+        menu->addAction(link.action);
+        // Separators close the help group and the social group, and only
+        // when their last entry is there.
+        if (link.id == LinkContactUs || link.id == LinkTwitter)
+            menu->addSeparator();
+    }
+    menu->addAction(m_actAbout);
+    menu->addAction(m_actExit);
+
+    ui->pushButton_Menu->setMenu(menu);
+    connect(m_actTutorial, SIGNAL(triggered()), this, SLOT(slot_TutorialURL()));
+    connect(m_actFaq, SIGNAL(triggered()), this, SLOT(slot_Frequently_Asked_QuestionsURL()));
+    connect(m_actReview, SIGNAL(triggered()), this, SLOT(slot_WriteProductReviewURL()));
+    connect(m_actContactUs, SIGNAL(triggered()), this, SLOT(slot_ContactUsURL()));
+    connect(m_actFacebook, SIGNAL(triggered()), this, SLOT(slot_FacebookURL()));
+    connect(m_actTwitter, SIGNAL(triggered()), this, SLOT(slot_FollowUS()));
+    connect(m_actAbout, SIGNAL(triggered()), this, SLOT(slot_About()));
+    connect(m_actExit, SIGNAL(triggered()), this, SLOT(slot_Exit()));
+}
+
+void Pictova::slot_AddToolMenu()
+{
+    if (!m_toolsMenu)
+        buildToolsMenu();
+    const QPushButton* button = ui->pushButton_Menu;
+    m_toolsMenu->popup(QPoint(button->x() + x() + 5, button->y() + y() + button->height() + 8));
+}
+
+void Pictova::openMenuLink(int id)
+{
+    int state = 1;
+    QString url;
+    queryMenuEntry(id, &state, &url);
+    url = url.trimmed();
+    // Configured addresses are taken as written text, so an address with
+    // non-ASCII characters still reaches the browser intact.
+    const QUrl target(url.isEmpty() ? builtInAddress(id) : url, QUrl::TolerantMode);
+    if (!openUrl(target))
+        qWarning("Pictova: could not open %s", qPrintable(target.toString()));
+}
+
+bool Pictova::openUrl(const QUrl& url)
+{
+    return QDesktopServices::openUrl(url);
+}
+
+void Pictova::slot_TutorialURL() { openMenuLink(LinkTutorial); }
+void Pictova::slot_Frequently_Asked_QuestionsURL() { openMenuLink(LinkFaq); }
+void Pictova::slot_WriteProductReviewURL() { openMenuLink(LinkReview); }
+void Pictova::slot_ContactUsURL() { openMenuLink(LinkContactUs); }
+void Pictova::slot_FacebookURL() { openMenuLink(LinkFacebook); }
+void Pictova::slot_FollowUS() { openMenuLink(LinkTwitter); }
+
+void Pictova::slot_About()
+{
+    VNAbout about(this);
+    about.exec();
+}
+
+bool Pictova::eventFilter(QObject* watched, QEvent* event)
+{
+    const char* hover = nullptr;
+    const char* normal = nullptr;
+    if (watched == ui->label_SignalPhoto) {
+        hover = "/main/module1_bg_hover.png";
+        normal = "/main/module1_normal.png";
+    } else if (watched == ui->label_BatchPhoto) {
+        hover = "/main/module2_bg_hover.png";
+        normal = "/main/module2_normal.png";
+    }
+    if (hover) {
+        auto* tile = static_cast<QWidget*>(watched);
+        if (event->type() == QEvent::Enter)
+            tile->setStyleSheet("background-image: url(" + m_style.skinDir() + hover + ");");
+        else if (event->type() == QEvent::Leave)
+            tile->setStyleSheet("background-image: url(" + m_style.skinDir() + normal + ");");
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void Pictova::paintEvent(QPaintEvent* event)
+{
+    m_shadow.paint(this);
+    QMainWindow::paintEvent(event);
+}
