@@ -31,7 +31,7 @@ echo "  vips -P2:         ls IN/*.heic | xargs -P 2 -I{} vips copy {} 'OUT/{}.jp
 
 run() { # tool outdir
   case $1 in
-    pictova-convert) "$convert" -q 100 -o "$2" "$work/in" >/dev/null ;;
+    pictova-convert) "$convert" -q 100 -o "$2" "$work/in" >/dev/null 2>&1 ;;
     heif-convert-P2) (cd "$work/in" && ls -- *.heic | xargs -P 2 -I{} heif-convert -q 100 {} "$2/{}.jpg" >/dev/null) ;;
     vips-P2) (cd "$work/in" && ls -- *.heic | xargs -P 2 -I{} vips copy {} "$2/{}.jpg[Q=100]") ;;
   esac

@@ -28,7 +28,7 @@ echo "budget: $workers x ${width}x${height}x3 bytes + 100 MB = $((budget_kb / 10
 measure() { # count -> prints peak RSS in kB and wall seconds
   rm -rf "$work/in" "$work/out"; mkdir -p "$work/in" "$work/out"
   for ((i = 1; i <= $1; i++)); do cp "$photo" "$(printf '%s/in/photo_%03d.heic' "$work" "$i")"; done
-  /usr/bin/time -v -o "$work/time" "$convert" -q 100 -o "$work/out" "$work/in" >/dev/null
+  /usr/bin/time -v -o "$work/time" "$convert" -q 100 -o "$work/out" "$work/in" >/dev/null 2>&1
   made=$(find "$work/out" -name '*.jpg' | wc -l)
   [ "$made" = "$1" ] || { echo "wrote $made of $1 JPEGs" >&2; exit 1; }
   echo "$(sed -n 's/.*Maximum resident set size (kbytes): //p' "$work/time") $(sed -n 's/.*Elapsed (wall clock) time.*: //p' "$work/time")"
