@@ -5,6 +5,9 @@
 # where the last one stopped; crashes land in build-fuzz/crashes/ and must be
 # kept in tests/decodex/data/ once fixed. The run's summary (executions, new
 # coverage, crashes) is the tail of build-fuzz/fuzz-<date>.log.
+# Do not pause the fuzzer (kill -STOP) to free the machine for timings: its
+# per-input timeout runs on wall-clock time, so the input in hand when it is
+# resumed is reported as a timeout. Stop it and start it again instead.
 #   bench/fuzz.sh [SECONDS] [CORPUS_DIR]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
