@@ -3,7 +3,8 @@
 # heif2jpg-file), by pictova-convert when it is built, by heif-convert and by
 # vips, all at the same quality, and prints min/median wall time, the ratio
 # to heif-convert, peak memory and PSNR against heif-convert's output.
-#   bench/compare.sh [CORPUS_DIR] [REPETITIONS] [QUALITY] [BUILD_DIR]
+#   bench/compare.sh [CORPUS_DIR|PHOTO] [REPETITIONS] [QUALITY] [BUILD_DIR]
+# A single PHOTO instead of the corpus folder times just that file.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 corpus=${1:-$root/../shared/corpus}
@@ -20,7 +21,8 @@ trap 'rm -rf "$work"' EXIT
 echo "machine: $(nproc) cores, $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | xargs), load $(cut -d' ' -f1-3 /proc/loadavg)"
 echo "quality: $quality, repetitions: $reps (runs alternate between tools), times in ms"
 inputs=()
-for f in "$corpus"/real/*.heic "$corpus"/nokia/*.heic; do [ -f "$f" ] && inputs+=("$f"); done
+[ -f "$corpus" ] && inputs=("$corpus")
+[ -f "$corpus" ] || for f in "$corpus"/real/*.heic "$corpus"/nokia/*.heic; do [ -f "$f" ] && inputs+=("$f"); done
 [ ${#inputs[@]} -gt 0 ] || { echo "no photos in $corpus" >&2; exit 1; }
 
 tools=(decodex heif-convert vips)
@@ -41,7 +43,7 @@ printf "%-34s %-16s %8s %8s %7s %9s %6s\n" input tool min median ratio peak_MB p
 for input in "${inputs[@]}"; do
   name=$(basename "$input")
   declare -A times=() peaks=()
-  rm -f "$work"/*.jpg
+  rm -rf "$work"/*.jpg "$work/pc"
   ok=1
   for ((r = 0; r < reps; r++)); do
     for tool in "${tools[@]}"; do
@@ -54,6 +56,9 @@ for input in "${inputs[@]}"; do
       peaks[$tool]=$(tail -1 "$work/mem")
     done
   done
+  # pictova-convert names its output itself; compare it like the others.
+  pc=$(find "$work/pc" -name '*.jpg' 2>/dev/null | head -1)
+  [ -n "$pc" ] && cp "$pc" "$work/pictova-convert.jpg"
   # heif-convert numbers its outputs when a file holds several images.
   [ -f "$work/heif-convert.jpg" ] || cp "$work/heif-convert-1.jpg" "$work/heif-convert.jpg" 2>/dev/null || true
   [ -n "${times[heif-convert]:-}" ] || { echo "$name: heif-convert failed, skipped"; continue; }
