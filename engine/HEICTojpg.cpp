@@ -23,13 +23,19 @@ void HEICTojpg::setStopFlag(bool stop)
     m_stop.store(stop);
 }
 
+void HEICTojpg::setPreviewSize(const QSize& box)
+{
+    m_previewSize = box;
+}
+
 void HEICTojpg::run()
 {
     HeicDecoder decoder(m_decoderFn);
     HeicDecoder::Result result = decoder.convertFile(m_filePath, m_quality, kScratchFileName);
     m_fileSize.store(decoder.fileSize());
 
-    QImage image = HeicDecoder::imageFromJpeg(result.jpeg);
+    QSize fullSize;
+    QImage image = HeicDecoder::imageFromJpeg(result.jpeg, m_previewSize, &fullSize);
     if (result.ok() && image.isNull()) {
         result.failure = tr("the decoded picture could not be read");
         result.jpeg.clear();
@@ -41,5 +47,5 @@ void HEICTojpg::run()
     if (isInterruptionRequested())
         return;
     emit signal_SendJpegData(m_jpeg);
-    emit signal_SendHeicData(image, image.width(), image.height());
+    emit signal_SendHeicData(image, fullSize.width(), fullSize.height());
 }

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QSize>
 #include <QThread>
 
 #include <atomic>
@@ -16,8 +17,9 @@
 //                               failure);
 //   signal_SendHeicData(image, width, height)
 //                               the decoded picture as a QImage (null and
-//                               0 x 0 on failure); the page turns it into a
-//                               QPixmap on the GUI thread.
+//                               0 x 0 on failure) with the photo's full size;
+//                               the page turns it into a QPixmap on the GUI
+//                               thread.
 // Queued signals from one thread arrive in the order emitted, so a page that
 // keeps the bytes from the first can use them in the slot of the second.
 // After either arrives, jpegData() and failureReason() hold the same result.
@@ -38,6 +40,11 @@ public:
     ~HEICTojpg() override;
 
     void setQuality(int quality);
+    // When set, the picture is read from the JPEG at about this size (libjpeg
+    // scales while decoding, which is much cheaper than a full-size read for
+    // a 12 MP photo shown in a 510 x 340 label). width and height in the
+    // signal still give the photo's full size. Unset: the full picture.
+    void setPreviewSize(const QSize& box);
     // Kept for the page's interface; the preview decodes one file and has no
     // pass at which to stop. Use requestInterruption() to drop the result.
     void setStopFlag(bool stop);
@@ -63,6 +70,7 @@ private:
     QString m_filePath;
     std::atomic<qint32> m_fileSize{0};
     int m_quality = 100;
+    QSize m_previewSize;
     QByteArray m_jpeg;
     QString m_failure;
 };

@@ -3,9 +3,11 @@
 #include "DecoderLibrary.h"
 #include "EngineLog.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QImageReader>
 
 #include <atomic>
 #include <limits>
@@ -132,6 +134,24 @@ QImage HeicDecoder::imageFromJpeg(const QByteArray& jpeg)
     QImage image;
     if (!jpeg.isEmpty())
         image.loadFromData(jpeg, "JPG");
+    return image;
+}
+
+QImage HeicDecoder::imageFromJpeg(const QByteArray& jpeg, const QSize& box, QSize* fullSize)
+{
+    *fullSize = QSize(0, 0);
+    if (jpeg.isEmpty())
+        return {};
+    QBuffer buffer;
+    buffer.setData(jpeg);
+    QImageReader reader(&buffer, "JPG");
+    const QSize full = reader.size();
+    if (box.isValid() && full.isValid()
+        && (full.width() > box.width() || full.height() > box.height()))
+        reader.setScaledSize(full.scaled(box, Qt::KeepAspectRatio));
+    QImage image = reader.read();
+    if (!image.isNull())
+        *fullSize = full.isValid() ? full : image.size();
     return image;
 }
 

@@ -56,6 +56,10 @@ public:
     // The picture inside a JPEG produced by the library; null when the bytes
     // are not a readable JPEG.
     static QImage imageFromJpeg(const QByteArray& jpeg);
+    // Reads the JPEG scaled down to fit `box` (never enlarged) and stores the
+    // picture's full size in `fullSize` (0 x 0 when it cannot be read).
+    // An invalid box reads it whole.
+    static QImage imageFromJpeg(const QByteArray& jpeg, const QSize& box, QSize* fullSize);
 
     // input size x 10, kept within what a 32-bit size can say.
     static qint32 outputCapacity(qint32 inputSize);

@@ -142,6 +142,9 @@ void PreviewHEIC::slot_Preview()
     auto* thread = new HEICTojpg(m_filePath, m_decoderEntry, this);
     m_decoderThread = thread;
     thread->setQuality(m_quality);
+    // Only the label's worth of pixels is shown; the saved file is the
+    // library's JPEG, so nothing needs the full-size picture.
+    thread->setPreviewSize(ui->label_HEIC->size());
     connect(thread, SIGNAL(signal_SendHeicData(QImage, int, int)), this,
             SLOT(slot_GetJpgInfo(QImage, int, int)));
     // Finished runs are freed at once instead of piling up until the page goes.

@@ -71,6 +71,8 @@ private slots:
     void capacityIsTenTimesAndNeverOverflows();
 
     void previewEmitsBytesThenPicture();
+    void previewIsReadAtTheLabelsSize_data();
+    void previewIsReadAtTheLabelsSize();
     void previewOfMissingFileEmitsNullPicture();
     void previewDestroyedWhileRunningDeliversNothing();
 
@@ -329,6 +331,44 @@ void HeicDecoderTest::previewEmitsBytesThenPicture()
     QCOMPARE(thread.jpegData(), jpeg);
     QCOMPARE(thread.fileSize(), jpeg.size() + 8);
     QVERIFY(thread.failureReason().isEmpty());
+}
+
+void HeicDecoderTest::previewIsReadAtTheLabelsSize_data()
+{
+    QTest::addColumn<QSize>("photo");
+    QTest::addColumn<QSize>("box");
+    QTest::addColumn<QSize>("shown");
+    QTest::newRow("wide photo, fits the width") << QSize(1200, 400) << QSize(510, 340) << QSize(510, 170);
+    QTest::newRow("tall photo, fits the height") << QSize(600, 800) << QSize(510, 340) << QSize(255, 340);
+    QTest::newRow("small photo is not enlarged") << QSize(120, 80) << QSize(510, 340) << QSize(120, 80);
+    QTest::newRow("no box: the whole picture") << QSize(700, 300) << QSize() << QSize(700, 300);
+}
+
+void HeicDecoderTest::previewIsReadAtTheLabelsSize()
+{
+    QFETCH(QSize, photo);
+    QFETCH(QSize, box);
+    QFETCH(QSize, shown);
+    const QByteArray jpeg = EngineTest::jpeg(photo.width(), photo.height());
+    const QString path = m_dir.filePath("scaled.HEIC");
+    QVERIFY(EngineTest::writeFile(path, EngineTest::fakeHeic(jpeg)));
+
+    HEICTojpg thread(path, m_fake.convert, nullptr);
+    thread.setPreviewSize(box);
+    QImage picture;
+    QSize reported;
+    connect(&thread, &HEICTojpg::signal_SendHeicData, this,
+            [&](const QImage& image, int width, int height) {
+                picture = image;
+                reported = QSize(width, height);
+            });
+    thread.start();
+    QTRY_VERIFY(reported.isValid());
+    QVERIFY(thread.wait(5000));
+    // The resolution text needs the photo's own size, whatever was read.
+    QCOMPARE(reported, photo);
+    QCOMPARE(picture.size(), shown);
+    QCOMPARE(thread.jpegData(), jpeg);
 }
 
 void HeicDecoderTest::previewOfMissingFileEmitsNullPicture()
