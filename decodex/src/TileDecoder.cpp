@@ -6,6 +6,8 @@
 #include <libde265/de265.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <atomic>
 #include <cstring>
 #include <memory>
@@ -47,16 +49,31 @@ bool pushTile(de265_decoder_context* decoder, const HeifLayout& layout, const He
     return de265_isOK(de265_flush_data(decoder));
 }
 
+// Limited ("video") range to full range, rounded and clamped, as JPEG's
+// YCbCr wants it: luma 16..235 onto 0..255, chroma 16..240 around 128.
+std::array<uint8_t, 256> makeStretch(double offset, double scale, double centre)
+{
+    std::array<uint8_t, 256> table{};
+    for (int v = 0; v < 256; ++v)
+        table[size_t(v)] = uint8_t(std::clamp(int(std::lround((v - offset) * scale + centre)), 0, 255));
+    return table;
+}
+
+const std::array<uint8_t, 256> kLimitedLuma = makeStretch(16.0, 255.0 / 219.0, 0.0);
+const std::array<uint8_t, 256> kLimitedChroma = makeStretch(128.0, 255.0 / 224.0, 128.0);
+
 bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t index, PlanarImage& out)
 {
     if (int(de265_get_chroma_format(picture)) != out.chromaFormat())
         return false;
-    // Only BT.601 at full range is JPEG's own YCbCr; a bitstream that says
-    // otherwise (cameras often code limited range) goes the libheif way,
-    // which converts the samples properly.
+    // JPEG's YCbCr is BT.601 at full range. Other matrices go the libheif
+    // way, which converts them properly; limited range (as many cameras
+    // code it) is only stretched, which is cheap enough to do here rather
+    // than decoding the whole picture a second time through libheif.
     const int matrix = de265_get_image_matrix_coefficients(picture);
-    if (!de265_get_image_full_range_flag(picture) || (matrix != 2 && matrix != 5 && matrix != 6))
+    if (matrix != 2 && matrix != 5 && matrix != 6)
         return false;
+    const bool limited = !de265_get_image_full_range_flag(picture);
     const int x0 = int(index % size_t(layout.columns)) * layout.tileWidth;
     const int y0 = int(index / size_t(layout.columns)) * layout.tileHeight;
     for (int c = 0; c < out.components(); ++c) {
@@ -74,8 +91,18 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
         if (!source || w <= 0 || h <= 0 || de265_get_image_width(picture, c) < w
             || de265_get_image_height(picture, c) < h)
             return false;
-        for (int y = 0; y < h; ++y)
-            std::memcpy(plane.row(py + y) + px, source + size_t(y) * size_t(stride), size_t(w));
+        if (!limited) {
+            for (int y = 0; y < h; ++y)
+                std::memcpy(plane.row(py + y) + px, source + size_t(y) * size_t(stride), size_t(w));
+            continue;
+        }
+        const std::array<uint8_t, 256>& stretch = c == 0 ? kLimitedLuma : kLimitedChroma;
+        for (int y = 0; y < h; ++y) {
+            const uint8_t* in = source + size_t(y) * size_t(stride);
+            uint8_t* outRow = plane.row(py + y) + px;
+            for (int x = 0; x < w; ++x)
+                outRow[x] = stretch[in[x]];
+        }
     }
     return true;
 }

@@ -13,6 +13,7 @@
 
 #include <libheif/heif.h>
 
+#include <cmath>
 #include <memory>
 #include <thread>
 
@@ -179,6 +180,7 @@ private slots:
     void concurrentCallsGiveSameBytes();
     void regressionInputsFail();
     void corpusConverts();
+    void limitedRangePhotoLooksLikeLibheifsDecode();
     void phonePhotoKeepsItsDetails();
 };
 
@@ -489,6 +491,46 @@ void TestHeif2Jpg::corpusConverts()
         }
     }
     QVERIFY(converted > 0);
+}
+
+// The Nokia stills are coded in limited range, which our tile path stretches
+// itself; the picture must match libheif's own RGB decode of the same file.
+void TestHeif2Jpg::limitedRangePhotoLooksLikeLibheifsDecode()
+{
+    const QString path = HeicFixture::corpusDir() + "/nokia/summer_1440x960.heic";
+    QFile f(path);
+    if (HeicFixture::corpusDir().isEmpty() || !f.open(QIODevice::ReadOnly))
+        QSKIP("no photo corpus");
+    const QByteArray bytes = f.readAll();
+    const Result r = convert(bytes, 100);
+    QVERIFY(r.code > 0);
+    const QImage ours = decoded(r).convertToFormat(QImage::Format_RGB888);
+
+    heif_context* ctx = heif_context_alloc();
+    heif_image_handle* handle = nullptr;
+    heif_image* image = nullptr;
+    QVERIFY(heif_context_read_from_memory_without_copy(ctx, bytes.constData(), size_t(bytes.size()), nullptr).code
+            == heif_error_Ok);
+    QVERIFY(heif_context_get_primary_image_handle(ctx, &handle).code == heif_error_Ok);
+    QVERIFY(heif_decode_image(handle, &image, heif_colorspace_RGB, heif_chroma_interleaved_RGB, nullptr).code
+            == heif_error_Ok);
+    int stride = 0;
+    const uint8_t* plane = heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride);
+    QCOMPARE(ours.size(), QSize(heif_image_get_width(image, heif_channel_interleaved),
+                                heif_image_get_height(image, heif_channel_interleaved)));
+    double squared = 0;
+    for (int y = 0; y < ours.height(); ++y) {
+        const uchar* a = ours.constScanLine(y);
+        const uint8_t* b = plane + size_t(y) * size_t(stride);
+        for (int x = 0; x < ours.width() * 3; ++x)
+            squared += double(a[x] - b[x]) * double(a[x] - b[x]);
+    }
+    heif_image_release(image);
+    heif_image_handle_release(handle);
+    heif_context_free(ctx);
+    const double mse = squared / (double(ours.width()) * ours.height() * 3);
+    const double psnr = 10.0 * std::log10(255.0 * 255.0 / std::max(mse, 1e-9));
+    QVERIFY2(psnr >= 40.0, qPrintable(QString("PSNR %1 dB").arg(psnr)));
 }
 
 void TestHeif2Jpg::phonePhotoKeepsItsDetails()
