@@ -125,8 +125,12 @@ Colour colourOf(const heif_image_handle* handle)
 {
     Colour colour;
     heif_color_profile_nclx* raw = nullptr;
-    if (heif_image_handle_get_nclx_color_profile(handle, &raw).code == heif_error_Ok && raw) {
-        std::unique_ptr<heif_color_profile_nclx, NclxDeleter> nclx(raw);
+    const heif_error err = heif_image_handle_get_nclx_color_profile(handle, &raw);
+    // libheif fills in and hands over the profile before it checks the
+    // values, so a box with unknown primaries comes back as an error *and* a
+    // profile: it is ours to free either way.
+    const std::unique_ptr<heif_color_profile_nclx, NclxDeleter> nclx(raw);
+    if (err.code == heif_error_Ok && nclx) {
         colour.haveNclx = true;
         colour.primaries = nclx->color_primaries;
         colour.transfer = nclx->transfer_characteristics;
