@@ -62,7 +62,8 @@ std::array<uint8_t, 256> makeStretch(double offset, double scale, double centre)
 const std::array<uint8_t, 256> kLimitedLuma = makeStretch(16.0, 255.0 / 219.0, 0.0);
 const std::array<uint8_t, 256> kLimitedChroma = makeStretch(128.0, 255.0 / 224.0, 128.0);
 
-bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t index, PlanarImage& out)
+bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t index, TileDecoder::Range range,
+                 PlanarImage& out)
 {
     if (int(de265_get_chroma_format(picture)) != out.chromaFormat())
         return false;
@@ -73,7 +74,8 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
     const int matrix = de265_get_image_matrix_coefficients(picture);
     if (matrix != 2 && matrix != 5 && matrix != 6)
         return false;
-    const bool limited = !de265_get_image_full_range_flag(picture);
+    const bool limited = range == TileDecoder::Range::FromBitstream ? !de265_get_image_full_range_flag(picture)
+                                                                     : range == TileDecoder::Range::Limited;
     const int x0 = int(index % size_t(layout.columns)) * layout.tileWidth;
     const int y0 = int(index / size_t(layout.columns)) * layout.tileHeight;
     for (int c = 0; c < out.components(); ++c) {
@@ -107,7 +109,7 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
     return true;
 }
 
-bool decodeTile(const HeifLayout& layout, size_t index, PlanarImage& out)
+bool decodeTile(const HeifLayout& layout, size_t index, TileDecoder::Range range, PlanarImage& out)
 {
     std::unique_ptr<de265_decoder_context, DecoderDeleter> decoder(de265_new_decoder());
     if (!decoder || !pushTile(decoder.get(), layout, layout.tiles[index]))
@@ -119,7 +121,7 @@ bool decodeTile(const HeifLayout& layout, size_t index, PlanarImage& out)
         if (err != DE265_OK)
             break;
         if (const de265_image* picture = de265_get_next_picture(decoder.get())) {
-            const bool copied = copyPicture(picture, layout, index, out);
+            const bool copied = copyPicture(picture, layout, index, range, out);
             de265_release_next_picture(decoder.get());
             return copied;
         }
@@ -130,7 +132,7 @@ bool decodeTile(const HeifLayout& layout, size_t index, PlanarImage& out)
 
 } // namespace
 
-bool TileDecoder::decode(const HeifLayout& layout, int threads, PlanarImage& out)
+bool TileDecoder::decode(const HeifLayout& layout, int threads, Range range, PlanarImage& out)
 {
     if (!layout.direct || layout.tiles.empty() || !out.allocate(layout.width, layout.height, layout.chromaFormat))
         return false;
@@ -139,7 +141,7 @@ bool TileDecoder::decode(const HeifLayout& layout, int threads, PlanarImage& out
     std::atomic<bool> failed{false};
     auto work = [&] {
         for (size_t i = next++; i < layout.tiles.size() && !failed; i = next++) {
-            if (!decodeTile(layout, i, out))
+            if (!decodeTile(layout, i, range, out))
                 failed = true;
         }
     };

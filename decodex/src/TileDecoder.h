@@ -12,8 +12,12 @@ class PlanarImage;
 class TileDecoder
 {
 public:
+    // How the samples' range is decided: the file's nclx box when it has one
+    // (as libheif does), otherwise each tile's own bitstream flag.
+    enum class Range { FromBitstream, Full, Limited };
+
     // False when a tile fails to decode or does not match the layout.
-    static bool decode(const HeifLayout& layout, int threads, PlanarImage& out);
+    static bool decode(const HeifLayout& layout, int threads, Range range, PlanarImage& out);
 };
 
 } // namespace decodex

@@ -157,8 +157,9 @@ JpegMetadata metadataOf(const heif_image_handle* handle, const Colour& colour)
     return metadata;
 }
 
-// JPEG's YCbCr is BT.601 at full range; libheif reads a file without an
-// nclx box the same way, so those planes go to the encoder as they are.
+// JPEG's YCbCr is BT.601; libheif reads a file without an nclx box the same
+// way. Such planes go to the encoder as they are, stretched first when they
+// are limited range.
 bool jpegNativeColour(const Colour& colour)
 {
     if (!colour.haveNclx)
@@ -167,7 +168,7 @@ bool jpegNativeColour(const Colour& colour)
                        || colour.matrix == heif_matrix_coefficients_ITU_R_BT_470_6_System_B_G
                        || colour.matrix == heif_matrix_coefficients_unspecified;
     const bool sdr = colour.transfer != 16 && colour.transfer != 18;
-    return bt601 && colour.fullRange && sdr;
+    return bt601 && sdr;
 }
 
 int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity)
@@ -187,7 +188,10 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     if (layout.direct && !heif_image_handle_has_alpha_channel(handle) && jpegNativeColour(colour)
         && layout.width == file.width && layout.height == file.height) {
         PlanarImage planes;
-        if (TileDecoder::decode(layout, budget.threads(), planes))
+        const TileDecoder::Range range = !colour.haveNclx ? TileDecoder::Range::FromBitstream
+                                         : colour.fullRange ? TileDecoder::Range::Full
+                                                            : TileDecoder::Range::Limited;
+        if (TileDecoder::decode(layout, budget.threads(), range, planes))
             return writer.writePlanar(planes, quality, metadata);
         // A tile libde265 did not take; libheif may still manage the file.
     }
