@@ -47,6 +47,11 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     ui->label_QualityValue->setFont(regular16);
     ui->label_SaveFile->setFont(regular16);
     ui->pushButton_PhotoInfo->setFont(m_skin.font(0));
+    // The form leaves this one button to the platform's look, a grey bar
+    // under the picture; it reads as the link it is in the accent colour.
+    ui->pushButton_PhotoInfo->setStyleSheet(
+        QStringLiteral("QPushButton{color:#3598fe;border:none;background:transparent;}"
+                       "QPushButton:hover{text-decoration:underline;}"));
     ui->pushButton_SelectFolder->setFont(m_skin.font(0));
     ui->pushButton_Convert->setFont(m_skin.font(16));
 
