@@ -1,8 +1,11 @@
 #include "HeifLayout.h"
 
 #include "BoxReader.h"
+#include "HevcSps.h"
 
+#include <algorithm>
 #include <map>
+#include <set>
 
 namespace decodex {
 
@@ -19,6 +22,7 @@ constexpr uint32_t kIpco = BoxReader::fourcc("ipco");
 constexpr uint32_t kIpma = BoxReader::fourcc("ipma");
 constexpr uint32_t kIdat = BoxReader::fourcc("idat");
 constexpr uint32_t kDimg = BoxReader::fourcc("dimg");
+constexpr uint32_t kAuxl = BoxReader::fourcc("auxl");
 constexpr uint32_t kHvc1 = BoxReader::fourcc("hvc1");
 constexpr uint32_t kGrid = BoxReader::fourcc("grid");
 constexpr uint32_t kHvcC = BoxReader::fourcc("hvcC");
@@ -55,6 +59,7 @@ struct Meta
     std::map<uint32_t, uint32_t> itemTypes;
     std::map<uint32_t, Location> locations;
     std::map<uint32_t, std::vector<uint32_t>> derived; // dimg: item -> inputs
+    std::map<uint32_t, std::vector<uint32_t>> auxiliaries; // auxl: image -> alpha, depth...
     std::vector<Property> properties;
     std::map<uint32_t, std::vector<int>> associations; // item -> property indexes (1-based)
     HeifLayout::Span idat;
@@ -125,8 +130,13 @@ void readIref(BoxReader box, Meta& meta)
         std::vector<uint32_t> to;
         for (int i = 0; i < count && child.ok(); ++i)
             to.push_back(version == 0 ? child.u16() : child.u32());
-        if (child.ok() && type == kDimg)
+        if (!child.ok())
+            continue;
+        if (type == kDimg)
             meta.derived[from] = std::move(to);
+        else if (type == kAuxl)
+            for (uint32_t image : to)
+                meta.auxiliaries[image].push_back(from);
     }
 }
 
@@ -237,6 +247,105 @@ bool readIspe(const Property* ispe, int& width, int& height)
     return true;
 }
 
+// The item's bytes as the decoder will see them: extents in the file or in
+// idat, joined into `scratch` when there are several.
+bool itemBytes(const Meta& meta, uint32_t item, std::vector<uint8_t>& scratch, HeifLayout::Span& out)
+{
+    const auto it = meta.locations.find(item);
+    if (it == meta.locations.end() || it->second.extents.empty())
+        return false;
+    if (it->second.extents.size() == 1)
+        return itemData(meta, item, out);
+    const HeifLayout::Span source = it->second.method == 0 ? meta.file : it->second.method == 1 ? meta.idat : HeifLayout::Span{};
+    if (!source.data)
+        return false;
+    scratch.clear();
+    for (const Extent& extent : it->second.extents) {
+        if (extent.offset > source.size || extent.length > source.size - extent.offset
+            || extent.length > source.size - scratch.size())
+            return false;
+        scratch.insert(scratch.end(), source.data + extent.offset, source.data + extent.offset + extent.length);
+    }
+    out = {scratch.data(), scratch.size()};
+    return true;
+}
+
+uint64_t roundUp(uint64_t value, uint64_t step) { return (value + step - 1) / step * step; }
+
+// Checks every parameter set the decoder will be given for one HEVC item:
+// those in hvcC and any inside the coded data, which replace them. A
+// picture may be padded to whole coding blocks, never more.
+bool spsFit(const Meta& meta, uint32_t item, uint64_t maxWidth, uint64_t maxHeight, uint64_t& pixels)
+{
+    HevcConfig config;
+    const Property* hvcC = findProperty(meta, item, kHvcC);
+    if (!hvcC || !readHvcC(hvcC->body, config))
+        return true; // libheif refuses the item before decoding
+    std::vector<HeifLayout::Span> sets = config.parameterSets;
+    std::vector<uint8_t> scratch;
+    HeifLayout::Span data;
+    if (itemBytes(meta, item, scratch, data)) {
+        BoxReader units(data.data, data.size);
+        while (units.remaining() >= size_t(config.nalLengthSize)) {
+            const uint64_t length = units.uint(config.nalLengthSize);
+            if (length > units.remaining())
+                break;
+            if (HevcSps::isSps(units.current(), size_t(length)))
+                sets.push_back({units.current(), size_t(length)});
+            units.skip(size_t(length));
+        }
+    }
+    uint64_t largest = 0;
+    for (const HeifLayout::Span& set : sets) {
+        if (!HevcSps::isSps(set.data, set.size))
+            continue;
+        uint32_t width = 0, height = 0;
+        if (!HevcSps::pictureSize(set.data, set.size, width, height))
+            return false;
+        // libheif 1.15 writes a rotated photo's 'ispe' already turned, so
+        // the sides are compared either way round.
+        const uint64_t w = roundUp(maxWidth, 64), h = roundUp(maxHeight, 64);
+        if (!((width <= w && height <= h) || (width <= h && height <= w)))
+            return false;
+        largest = std::max(largest, uint64_t(width) * height);
+    }
+    pixels += largest;
+    return true;
+}
+
+// Walks every HEVC picture decoding the primary image can touch (grid
+// tiles, overlay and identity inputs, alpha and other auxiliary images) and
+// adds up the pictures their parameter sets declare.
+bool everyPictureFits(const Meta& meta, uint64_t& pixels)
+{
+    int primaryWidth = 0, primaryHeight = 0;
+    readIspe(findProperty(meta, meta.primary, kIspe), primaryWidth, primaryHeight);
+    std::set<uint32_t> seen;
+    std::vector<uint32_t> pending{meta.primary};
+    while (!pending.empty()) {
+        const uint32_t item = pending.back();
+        pending.pop_back();
+        if (!seen.insert(item).second)
+            continue;
+        for (const auto* refs : {&meta.derived, &meta.auxiliaries}) {
+            const auto it = refs->find(item);
+            if (it != refs->end())
+                pending.insert(pending.end(), it->second.begin(), it->second.end());
+        }
+        const auto type = meta.itemTypes.find(item);
+        if (type == meta.itemTypes.end() || type->second != kHvc1)
+            continue;
+        // An item without its own size is held to the primary image's.
+        int width = primaryWidth, height = primaryHeight;
+        readIspe(findProperty(meta, item, kIspe), width, height);
+        if (width <= 0 || height <= 0)
+            width = height = 65535;
+        if (!spsFit(meta, item, uint64_t(width), uint64_t(height), pixels))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
@@ -294,6 +403,9 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
                 layout.referencesResolve = false;
         }
     }
+
+    if (!everyPictureFits(meta, layout.codedPixels))
+        layout.codedSizesFit = false;
 
     const auto primaryType = meta.itemTypes.find(meta.primary);
     if (primaryType == meta.itemTypes.end())

@@ -35,6 +35,14 @@ public:
     // never reach its decoder.
     bool referencesResolve = true;
 
+    // False when a parameter set declares a picture larger than the item's
+    // 'ispe' (plus padding to whole coding blocks). libde265 allocates what
+    // the parameter set says, so such a file must not reach any decoder.
+    bool codedSizesFit = true;
+    // The pictures decoding the primary image would produce, in pixels, as
+    // their parameter sets declare them.
+    uint64_t codedPixels = 0;
+
     // From the first HEVC configuration found for the primary image, also
     // when it is not direct: 0 monochrome, 1 4:2:0, 2 4:2:2, 3 4:4:4, -1
     // unknown.

@@ -157,6 +157,20 @@ JpegMetadata metadataOf(const heif_image_handle* handle, const Colour& colour)
     return metadata;
 }
 
+// The HEVC pictures behind the primary image may exceed what it shows by
+// padding, grid tiles hanging over the edge and an alpha plane; a file whose
+// parameter sets declare far more than that would cost the decoder seconds
+// and gigabytes for a picture that cannot be right.
+bool codedPicturesPlausible(const HeifLayout& layout, const OpenedFile& file)
+{
+    if (!layout.codedSizesFit)
+        return false;
+    const uint64_t shown = uint64_t(file.width) * uint64_t(file.height);
+    const uint64_t coded = uint64_t(std::max(heif_image_handle_get_ispe_width(file.primary.get()), 0))
+                           * uint64_t(std::max(heif_image_handle_get_ispe_height(file.primary.get()), 0));
+    return layout.codedPixels <= 4 * std::max(shown, coded) + (uint64_t(1) << 22);
+}
+
 // JPEG's YCbCr is BT.601; libheif reads a file without an nclx box the same
 // way. Such planes go to the encoder as they are, stretched first when they
 // are limited range.
@@ -183,6 +197,8 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     const Colour colour = colourOf(handle);
     const JpegMetadata metadata = metadataOf(handle, colour);
     const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
+    if (!codedPicturesPlausible(layout, file))
+        return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
 
     if (layout.direct && !heif_image_handle_has_alpha_channel(handle) && jpegNativeColour(colour)
