@@ -95,6 +95,12 @@ int open(const uint8_t* input, int32_t size, int threads, OpenedFile& file)
     const int ispeHeight = heif_image_handle_get_ispe_height(handle);
     if ((ispeWidth > 0 || ispeHeight > 0) && !withinLimits(ispeWidth, ispeHeight))
         return DECODEX_ERR_IMAGE_TOO_LARGE;
+    // From here on libheif holds every canvas it builds (a grid's, an
+    // overlay's) to the size the file declares, plus padding to whole
+    // blocks: an overlay descriptor may claim any size, and libheif would
+    // fill a canvas of that size before it noticed anything amiss.
+    const int declared = std::max({file.width, file.height, ispeWidth, ispeHeight});
+    heif_context_set_maximum_image_size_limit(file.context.get(), std::min(declared, DECODEX_MAX_DIMENSION) + 65);
     return 0;
 }
 
