@@ -9,7 +9,7 @@
 
 namespace {
 
-QStringList photosIn(const QString& folder, bool recursive)
+QStringList photosIn(const QString& folder, bool recursive, const std::function<bool()>& stopRequested)
 {
     QStringList found;
     // Symbolic links to folders are not followed: a link back up the tree
@@ -17,6 +17,8 @@ QStringList photosIn(const QString& folder, bool recursive)
     QDirIterator it(folder, QDir::Files | QDir::NoDotAndDotDot,
                     recursive ? QDirIterator::Subdirectories : QDirIterator::NoIteratorFlags);
     while (it.hasNext()) {
+        if (stopRequested && stopRequested())
+            return {};
         const QString path = it.next();
         if (InputScanner::isPhotoName(it.fileName()))
             found << QDir::cleanPath(path);
@@ -46,7 +48,8 @@ bool InputScanner::isPhotoName(const QString& fileName)
         || fileName.endsWith(QLatin1String(".heif"), Qt::CaseInsensitive);
 }
 
-InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recursive)
+InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recursive,
+                                        const std::function<bool()>& stopRequested)
 {
     Result result;
     QSet<QString> seen;
@@ -62,8 +65,16 @@ InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recur
     for (const QString& argument : arguments) {
         const QFileInfo info(argument);
         const QString path = QDir::cleanPath(info.absoluteFilePath());
+        if (stopRequested && stopRequested()) {
+            result.stopped = true;
+            break;
+        }
         if (info.isDir()) {
-            const QStringList photos = photosIn(path, recursive);
+            const QStringList photos = photosIn(path, recursive, stopRequested);
+            if (stopRequested && stopRequested()) {
+                result.stopped = true;
+                break;
+            }
             if (photos.isEmpty()) {
                 QString note = QStringLiteral("%1: no .heic or .heif files found")
                                    .arg(QDir::toNativeSeparators(path));

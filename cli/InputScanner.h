@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <functional>
+
 // Turns the FILE|FOLDER arguments into the list of photos to convert.
 //
 // A file argument is taken whatever its name: the user named it, and the
@@ -27,11 +29,15 @@ public:
         QVector<Problem> missing;  // arguments that name nothing
         QVector<Problem> repeated; // photos named more than once (converted once)
         QStringList notes;         // folders that held no photo, with a hint
+        bool stopped = false;      // `stopRequested` said so; the lists are partial
     };
 
     InputScanner() = delete;
 
-    static Result scan(const QStringList& arguments, bool recursive);
+    // `stopRequested` is asked between files, so a Ctrl-C during a scan of a
+    // whole disk takes effect at once rather than when the walk ends.
+    static Result scan(const QStringList& arguments, bool recursive,
+                       const std::function<bool()>& stopRequested = {});
 
     // True for names ending in .heic or .heif, in any case.
     static bool isPhotoName(const QString& fileName);

@@ -83,7 +83,12 @@ int main(int argc, char* argv[])
     // the photos in hand always finish.
     InterruptWatcher interrupts;
 
-    const InputScanner::Result inputs = InputScanner::scan(options.inputs, options.recursive);
+    const InputScanner::Result inputs = InputScanner::scan(options.inputs, options.recursive,
+                                                           [&] { return interrupts.isInterrupted(); });
+    if (inputs.stopped) {
+        err << "pictova-convert: stopped while looking for photos; nothing was converted" << Qt::endl;
+        return InterruptWatcher::kExitInterrupted;
+    }
 
     const QString savePath = options.outputFolder.isEmpty()
         ? QString()
