@@ -432,19 +432,38 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
     layout.chromaFormat = first.chromaFormat;
     layout.bitDepth = first.bitDepthLuma;
 
-    // Anything that turns or crops the picture goes the libheif way, which
-    // applies the transforms in the order the file lists them.
-    // Phones write an 'irot' of 0 degrees on upright photos; that one is a no-op.
-    std::vector<uint32_t> items = tileItems;
-    items.push_back(meta.primary);
-    for (uint32_t item : items) {
-        if (findProperty(meta, item, kImir) || findProperty(meta, item, kClap))
+    // Turns and mirrors of the primary image are done on the planes, in the
+    // order the file lists them; a crop, or a transform on a single tile,
+    // goes the libheif way. Phones write an 'irot' of 0 degrees on upright
+    // photos; that one is a no-op.
+    for (uint32_t item : tileItems) {
+        if (item != meta.primary
+            && (findProperty(meta, item, kImir) || findProperty(meta, item, kClap) || findProperty(meta, item, kIrot)))
             return layout;
-        if (const Property* irot = findProperty(meta, item, kIrot)) {
-            BoxReader angle = irot->body;
-            if ((angle.u8() & 3) != 0 || !angle.ok())
-                return layout;
+    }
+    if (findProperty(meta, meta.primary, kClap))
+        return layout;
+    const auto primaryProperties = meta.associations.find(meta.primary);
+    for (int index : primaryProperties != meta.associations.end() ? primaryProperties->second : std::vector<int>{}) {
+        if (index < 1 || size_t(index) > meta.properties.size())
+            continue;
+        const Property& property = meta.properties[size_t(index) - 1];
+        BoxReader body = property.body;
+        if (property.type == kIrot) {
+            const int quarters = body.u8() & 3;
+            if (quarters != 0)
+                layout.transforms.push_back(quarters == 1   ? PlaneTransform::Step::RotateLeft
+                                            : quarters == 2 ? PlaneTransform::Step::RotateHalf
+                                                            : PlaneTransform::Step::RotateRight);
+        } else if (property.type == kImir) {
+            // The amended standard, iPhones and libheif agree: 0 exchanges
+            // top and bottom, 1 left and right (the first edition's wording
+            // read the other way).
+            layout.transforms.push_back((body.u8() & 1) ? PlaneTransform::Step::MirrorLeftRight
+                                                        : PlaneTransform::Step::MirrorTopBottom);
         }
+        if (!body.ok())
+            return layout;
     }
     if (first.bitDepthLuma != 8 || first.bitDepthChroma != 8)
         return layout;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PlaneTransform.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -26,7 +28,7 @@ public:
     static HeifLayout read(const uint8_t* data, size_t size);
 
     // True when every tile is a plain HEVC item stored in the file and no
-    // transform applies; only then are the fields below the chroma format
+    // crop applies; only then are the fields below the chroma format
     // complete.
     bool direct = false;
 
@@ -48,6 +50,8 @@ public:
     // unknown.
     int chromaFormat = -1;
     int bitDepth = 0;
+
+    std::vector<PlaneTransform::Step> transforms; // the primary's turns and mirrors, in order
 
     int width = 0;      // the primary image before any transform
     int height = 0;

@@ -8,6 +8,7 @@
 #include "HeifLayout.h"
 #include "JpegWriter.h"
 #include "PlanarImage.h"
+#include "PlaneTransform.h"
 #include "RgbConverter.h"
 #include "ThreadBudget.h"
 #include "TileDecoder.h"
@@ -207,14 +208,20 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
 
+    int shownWidth = layout.width, shownHeight = layout.height;
+    PlaneTransform::resultSize(layout.transforms, shownWidth, shownHeight);
     if (layout.direct && !heif_image_handle_has_alpha_channel(handle) && jpegNativeColour(colour)
-        && layout.width == file.width && layout.height == file.height) {
+        && PlaneTransform::supports(layout.transforms, layout.chromaFormat)
+        && shownWidth == file.width && shownHeight == file.height) {
         PlanarImage planes;
         const TileDecoder::Range range = !colour.haveNclx ? TileDecoder::Range::FromBitstream
                                          : colour.fullRange ? TileDecoder::Range::Full
                                                             : TileDecoder::Range::Limited;
-        if (TileDecoder::decode(layout, budget.threads(), range, planes))
+        if (TileDecoder::decode(layout, budget.threads(), range, planes)) {
+            if (!PlaneTransform::apply(layout.transforms, planes))
+                return DECODEX_ERR_ENCODE_FAILED;
             return writer.writePlanar(planes, quality, metadata);
+        }
         // A tile libde265 did not take; libheif may still manage the file.
     }
 
