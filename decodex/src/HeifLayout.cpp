@@ -60,6 +60,7 @@ struct Meta
     std::map<uint32_t, Location> locations;
     std::map<uint32_t, std::vector<uint32_t>> derived; // dimg: item -> inputs
     std::map<uint32_t, std::vector<uint32_t>> auxiliaries; // auxl: image -> alpha, depth...
+    bool damagedReferences = false;
     std::vector<Property> properties;
     std::map<uint32_t, std::vector<int>> associations; // item -> property indexes (1-based)
     HeifLayout::Span idat;
@@ -130,14 +131,21 @@ void readIref(BoxReader box, Meta& meta)
         std::vector<uint32_t> to;
         for (int i = 0; i < count && child.ok(); ++i)
             to.push_back(version == 0 ? child.u16() : child.u32());
-        if (!child.ok())
+        if (!child.ok()) {
+            // libheif still takes a cut 'dimg' box, with inputs that are
+            // not there, and asserts when it decodes the image.
+            if (type == kDimg)
+                meta.damagedReferences = true;
             continue;
+        }
         if (type == kDimg)
             meta.derived[from] = std::move(to);
         else if (type == kAuxl)
             for (uint32_t image : to)
                 meta.auxiliaries[image].push_back(from);
     }
+    if (!box.ok())
+        meta.damagedReferences = true;
 }
 
 void readIprp(BoxReader box, Meta& meta)
@@ -397,6 +405,8 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
                 return true;
         return false;
     };
+    if (meta.damagedReferences)
+        layout.referencesResolve = false;
     for (const auto& derived : meta.derived) {
         for (uint32_t input : derived.second) {
             if (!isImage(input) || input == derived.first)
