@@ -146,7 +146,7 @@ void TestDecodexInternals::spsPictureSizeIsRead()
     std::vector<bool> bits;
     auto put = [&](uint32_t value, int count) {
         for (int i = count - 1; i >= 0; --i)
-            bits.push_back((value >> i) & 1);
+            bits.push_back(i < 32 && ((value >> i) & 1));
     };
     auto ue = [&](uint32_t value) {
         int length = 0;
