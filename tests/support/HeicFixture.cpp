@@ -7,6 +7,7 @@
 
 #include <libheif/heif.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -84,8 +85,10 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
         heif_encoder_set_lossless(encoder.get(), 1);
     else
         heif_encoder_set_lossy_quality(encoder.get(), options.encoderQuality);
+    const bool monochrome = options.chroma == 400;
     const QByteArray chroma = QByteArray::number(options.chroma);
-    heif_encoder_set_parameter_string(encoder.get(), "chroma", chroma.constData());
+    if (!monochrome)
+        heif_encoder_set_parameter_string(encoder.get(), "chroma", chroma.constData());
 
     heif_chroma layout;
     if (options.bitDepth == 8)
@@ -94,15 +97,25 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
         layout = options.alpha ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RRGGBB_LE;
 
     heif_image* rawImage = nullptr;
-    if (failed(heif_image_create(picture.width(), picture.height(), heif_colorspace_RGB, layout, &rawImage),
+    if (failed(heif_image_create(picture.width(), picture.height(),
+                                 monochrome ? heif_colorspace_monochrome : heif_colorspace_RGB,
+                                 monochrome ? heif_chroma_monochrome : layout, &rawImage),
                error, "heif_image_create"))
         return {};
     std::unique_ptr<heif_image, ImageDeleter> image(rawImage);
-    if (failed(heif_image_add_plane(image.get(), heif_channel_interleaved, picture.width(), picture.height(),
-                                    options.bitDepth),
+    if (failed(heif_image_add_plane(image.get(), monochrome ? heif_channel_Y : heif_channel_interleaved,
+                                    picture.width(), picture.height(), monochrome ? 8 : options.bitDepth),
                error, "heif_image_add_plane"))
         return {};
-    fillPlane(image.get(), picture, options.bitDepth, options.alpha);
+    if (monochrome) {
+        int stride = 0;
+        uint8_t* plane = heif_image_get_plane(image.get(), heif_channel_Y, &stride);
+        const QImage grey = picture.convertToFormat(QImage::Format_Grayscale8);
+        for (int y = 0; y < grey.height(); ++y)
+            std::copy_n(grey.constScanLine(y), grey.width(), plane + size_t(y) * size_t(stride));
+    } else {
+        fillPlane(image.get(), picture, options.bitDepth, options.alpha);
+    }
 
     if (!options.icc.isEmpty())
         heif_image_set_raw_color_profile(image.get(), "prof", options.icc.constData(), size_t(options.icc.size()));

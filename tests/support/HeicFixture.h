@@ -8,7 +8,7 @@
 struct HeicFixtureOptions
 {
     int bitDepth = 8;        // 8, 10 or 12
-    int chroma = 420;        // 420, 422 or 444
+    int chroma = 420;        // 420, 422, 444, or 400 for a grey picture (8 bits)
     int orientation = 1;     // EXIF-style 1..8, stored as irot/imir boxes
     bool alpha = false;      // keep the picture's alpha channel
     QByteArray exifTiff;     // TIFF block (no "Exif\0\0" header) to embed
