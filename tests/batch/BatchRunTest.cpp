@@ -15,10 +15,8 @@
 #include <QPushButton>
 #include <QSlider>
 #include <QTableWidget>
-#include <QTimer>
 
 #include <chrono>
-#include <functional>
 #include <thread>
 
 namespace {
@@ -65,7 +63,6 @@ private slots:
     void cancelKeepsCountAndQueueForTheNextRun();
     void openFolderRules();
     void closingThePageMidRunLosesNoFile();
-    void realModalDialogsCancel();
 
 private:
     // Makes `count` fake photos named p00.HEIC... and ticks them in row order.
@@ -74,10 +71,6 @@ private:
     // returns once the workers are started (the progress dialog does not block).
     void startRun(const QString& folder, int quality = 100);
     QStringList jpegsIn(const QString& folder) const;
-    // Lets every dialog really run its own event loop, answers the settings
-    // with the output folder, and whatever other modal dialog is on top with
-    // `answer`, from a timer.
-    void runDialogsForReal(std::function<void(QWidget* top)> answer);
 
     QTemporaryDir* m_sources = nullptr;
     QTemporaryDir* m_out = nullptr;
@@ -338,70 +331,6 @@ void BatchRunTest::closingThePageMidRunLosesNoFile()
         QCOMPARE(picture.size(), QSize(16, 12));
     }
     QCOMPARE(drainQueue().size(), 4);
-}
-
-void BatchRunTest::runDialogsForReal(std::function<void(QWidget* top)> answer)
-{
-    m_page->onModal = [this](QDialog* dialog) {
-        if (auto* progress = qobject_cast<BatchConvertProgress*>(dialog))
-            m_shownProgress = progress;
-        return dialog->exec();
-    };
-    // A timer does not fire again while its own callback runs, and a click
-    // may open the next nested dialog; so the answer runs queued, once the
-    // callback has returned.
-    auto* poll = new QTimer(m_page);
-    connect(poll, &QTimer::timeout, this, [this, answer] {
-        QWidget* top = QApplication::activeModalWidget();
-        if (!top)
-            return;
-        QMetaObject::invokeMethod(top, [this, answer, top] {
-            auto* settings = qobject_cast<ConvertsionSet*>(top);
-            if (!settings) {
-                answer(top);
-            } else if (!settings->property("answered").toBool()) {
-                settings->setProperty("answered", true);
-                emit settings->signal_SendSavePath(m_out->path());
-                settings->findChild<QPushButton*>("pushButton_Convert")->click();
-            }
-        }, Qt::QueuedConnection);
-    });
-    poll->start(10);
-}
-
-void BatchRunTest::realModalDialogsCancel()
-{
-    fillTable(12);
-    FakeDecoder::shutGate();
-    bool answeredNotice = false;
-    runDialogsForReal([&](QWidget* top) {
-        if (qobject_cast<BatchConvertProgress*>(top)) {
-            if (FakeDecoder::entered() == 4 && !top->property("answered").toBool()) {
-                top->setProperty("answered", true);
-                top->findChild<QPushButton*>("pushButton_Cancel")->click();
-            }
-        } else if (auto* tip = qobject_cast<TipDialog*>(top)) {
-            if (tip->property("answered").toBool())
-                return;
-            tip->setProperty("answered", true);
-            const QString headline = tip->findChild<QLabel*>("label_StatesText")->text();
-            if (headline.startsWith("Are you sure")) {
-                tip->findChild<QPushButton*>("pushButton_Yes")->click();
-            } else {
-                m_stopTipCount = tip->findChild<QLabel*>("label_SuccessText")->text();
-                answeredNotice = true;
-                tip->findChild<QPushButton*>("pushButton_OK")->click();
-            }
-        }
-    });
-    m_page->findChild<QPushButton*>("pushButton_Convert")->click();
-    QVERIFY(answeredNotice);
-    QCOMPARE(m_stopTipCount, QStringLiteral("0 files have been successfully converted."));
-    QTRY_VERIFY(m_shownProgress.isNull());
-    FakeDecoder::openGate();
-    QTRY_VERIFY(workersIdle(*m_page));
-    QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 4);
-    QCOMPARE(m_page->successCount(), 4);
 }
 
 PICTOVA_BATCH_TEST_MAIN(BatchRunTest)
