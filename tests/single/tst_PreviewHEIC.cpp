@@ -1,7 +1,6 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
-#include <QImageReader>
 #include <QLabel>
 #include <QPointer>
 #include <QSignalSpy>
@@ -114,7 +113,6 @@ private slots:
     void previewAndConvertAtBothQualities();
     void defaultFolderIsVantoraOnTheDesktop();
     void unwritableTargetLeavesNothing();
-    void realPhotoFromDropToJpeg();
     void destroyedWhileDecoding();
 
 private:
@@ -343,32 +341,6 @@ void TestPreviewHEIC::unwritableTargetLeavesNothing()
     QCOMPARE(saved.count(), 0);
     QCOMPARE(page.dialogsRun, 0);
     QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
-}
-
-void TestPreviewHEIC::realPhotoFromDropToJpeg()
-{
-    REQUIRE_DECODER();
-    const QString photo = HeicFixture::corpusDir() + "/real/IMG_3578.heic";
-    if (HeicFixture::corpusDir().isEmpty() || !QFileInfo::exists(photo))
-        QSKIP("the real test photos are not here");
-
-    ScriptedPreview page(photo);
-    page.setDecoderEntry(m_decoder);
-    const QString out = m_work.filePath("real");
-    QVERIFY(QDir().mkpath(out));
-    page.folderAnswer = out;
-    page.slot_SelectSaveFolder();
-    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
-
-    page.slot_Preview();
-    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 60000);
-    QCOMPARE(page.resolution(), QString("4032*3024"));
-    page.slot_Preview();
-    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 60000);
-    const QString jpg = out + "/Vantora/IMG_3578.jpg";
-    QCOMPARE(saved.at(0).at(0).toString(), jpg);
-    QVERIFY(readAll(jpg).contains("ICC_PROFILE"));
-    QCOMPARE(QImageReader(jpg).size(), QSize(4032, 3024));
 }
 
 void TestPreviewHEIC::destroyedWhileDecoding()
