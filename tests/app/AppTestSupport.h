@@ -39,32 +39,22 @@ inline bool desktopIsInside(const QTemporaryDir& home)
         && QDir().mkpath(desktop);
 }
 
-// Runs `answer` on the first modal widget that opens and satisfies `match`,
-// from inside the event loop that the modal's exec() runs. The answer must
-// close it. Gives up after `timeoutMs`.
-inline void answerModalWhen(std::function<bool(QWidget*)> match,
-                            std::function<void(QWidget*)> answer, int timeoutMs = 10000)
+// Runs `answer` on the next modal widget of class `className` (any class
+// when null), from inside the event loop that the modal's exec() runs. The
+// answer must close it. Gives up after `timeoutMs`.
+inline void answerNextModal(std::function<void(QWidget*)> answer, const char* className = nullptr,
+                            int timeoutMs = 10000)
 {
-    QTimer::singleShot(10, [match = std::move(match), answer = std::move(answer), timeoutMs]() mutable {
+    QTimer::singleShot(10, [answer = std::move(answer), className, timeoutMs]() mutable {
         QWidget* modal = QApplication::activeModalWidget();
-        if (modal && modal->isVisible() && match(modal)) {
+        if (modal && modal->isVisible()
+            && (!className || modal->metaObject()->className() == QByteArray(className))) {
             answer(modal);
             return;
         }
         if (timeoutMs > 0)
-            answerModalWhen(std::move(match), std::move(answer), timeoutMs - 10);
+            answerNextModal(std::move(answer), className, timeoutMs - 10);
     });
-}
-
-// The same for the next modal of class `className` (any class when null).
-inline void answerNextModal(std::function<void(QWidget*)> answer, const char* className = nullptr,
-                            int timeoutMs = 10000)
-{
-    answerModalWhen(
-        [className](QWidget* modal) {
-            return !className || modal->metaObject()->className() == QByteArray(className);
-        },
-        std::move(answer), timeoutMs);
 }
 
 // Calls `action` once `condition` holds, polling from the event loop, or

@@ -1,19 +1,15 @@
 #include "BatchTestEnvironment.h"
 #include "TestableFileTable.h"
 
-#include "ConvertThread.h"
 #include "ConvertsionSet.h"
 #include "DecoderLibrary.h"
 #include "HeicFixture.h"
 #include "VNStyleCheckBox.h"
 
 #include <QCheckBox>
-#include <QDir>
 #include <QImageReader>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QTableWidget>
-#include <QTemporaryDir>
 
 // The whole batch path with the real decoding library: HEIC files made by
 // libheif's encoder go through the table, the queue and four workers, and
@@ -24,7 +20,7 @@ class BatchRealRunTest : public QObject
 
 private slots:
     void initTestCase();
-    void fortyPhotosConvertFromTheTable();
+    void twentyPhotosConvertFromTheTable();
 
 private:
     DecoderLibrary::Functions m_library;
@@ -40,13 +36,13 @@ void BatchRealRunTest::initTestCase()
         QSKIP(qPrintable("no HEVC encoder: " + why));
 }
 
-void BatchRealRunTest::fortyPhotosConvertFromTheTable()
+void BatchRealRunTest::twentyPhotosConvertFromTheTable()
 {
     QTemporaryDir sources;
     QTemporaryDir out;
     QStringList paths;
     QList<QSize> sizes;
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 20; ++i) {
         // Odd sizes on purpose: HEVC codes in blocks, the JPEG must not.
         const QSize size(40 + 7 * i, 30 + 3 * i);
         const QString path = sources.filePath(QString("IMG_%1.HEIC").arg(i, 4, 10, QChar('0')));
@@ -84,7 +80,6 @@ void BatchRealRunTest::fortyPhotosConvertFromTheTable()
 
     QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 120000);
     QCOMPARE(counted.size(), paths.size());
-    QCOMPARE(counted.last().at(0).toInt(), paths.size());
 
     const QDir folder(out.path() + "/Vantora");
     QCOMPARE(folder.entryList(QDir::Files).size(), paths.size());

@@ -24,7 +24,6 @@ int permits = 0;
 int calls = 0;
 QList<QByteArray> names;
 QSet<int> qualities;
-QSet<QByteArray> scratchNames;
 QByteArray jpeg;
 
 QByteArray smallJpeg()
@@ -58,7 +57,6 @@ void reset()
     calls = 0;
     names.clear();
     qualities.clear();
-    scratchNames.clear();
     changed.notify_all();
 }
 
@@ -83,7 +81,7 @@ void release(int count)
 }
 
 int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output,
-                int32_t outputCapacity, const char* scratchName)
+                int32_t outputCapacity, const char*)
 {
     const QByteArray data(reinterpret_cast<const char*>(input), inputSize);
     QByteArray name;
@@ -94,7 +92,6 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     ++calls;
     names.append(name);
     qualities.insert(quality);
-    scratchNames.insert(QByteArray(scratchName ? scratchName : ""));
     changed.wait(guard, [] { return !gateShut || permits > 0; });
     if (gateShut)
         --permits;
@@ -123,12 +120,6 @@ QSet<int> seenQualities()
 {
     std::lock_guard<std::mutex> guard(lock);
     return qualities;
-}
-
-QSet<QByteArray> seenScratchNames()
-{
-    std::lock_guard<std::mutex> guard(lock);
-    return scratchNames;
 }
 
 } // namespace FakeDecoder

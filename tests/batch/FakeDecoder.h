@@ -29,7 +29,6 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
 int entered();                 // calls so far
 QList<QByteArray> seenNames(); // names of the inputs, in the order the calls began
 QSet<int> seenQualities();
-QSet<QByteArray> seenScratchNames();
 
 // An input whose name starts with this fails like an undecodable file.
 extern const QByteArray kBrokenPrefix;

@@ -3,27 +3,27 @@
 // Helpers shared by the engine and command-line tests.
 
 #include <QBuffer>
-#include <QByteArray>
-#include <QColor>
-#include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QImage>
+#include <QLibrary>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
 namespace EngineTest {
 
-// The stand-in decoding library (see fake/FakeDecodex.c).
-inline QString fakeLibrary()
-{
-    return QStringLiteral(FAKE_DECODEX_DIR "/Decodex");
-}
+// The stand-in decoding library (see fake/FakeDecodex.c) and one that lacks
+// the entry point.
+inline QString fakeLibrary() { return QStringLiteral(FAKE_DECODEX_DIR "/Decodex"); }
+inline QString noExportLibrary() { return QStringLiteral(FAKE_NOEXPORT_DIR "/Decodex"); }
 
-inline QString noExportLibrary()
+// How often the stand-in's heif2jpg was called, so a test can prove that a
+// call never happened.
+inline int fakeCalls()
 {
-    return QStringLiteral(FAKE_NOEXPORT_DIR "/Decodex");
+    using CallsFn = int (*)();
+    static const auto calls = reinterpret_cast<CallsFn>(QLibrary::resolve(fakeLibrary(), "fake_decodex_calls"));
+    return calls ? calls() : -1;
 }
 
 // A small real JPEG, as the library would return it.
@@ -56,12 +56,11 @@ inline QByteArray readFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Every entry of a folder, hidden ones included, so that a temporary file
-// left behind by a failed save is seen.
+// Hidden entries too, so that a temporary file left by a failed save is seen.
 inline QStringList entries(const QString& folder)
 {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
-                                  | QDir::NoDotAndDotDot, QDir::Name);
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
 // The temporary home the test runs in; the desktop is its Desktop folder.
@@ -73,25 +72,21 @@ inline QString& home()
 
 } // namespace EngineTest
 
-// Runs the test class with HOME and the XDG folders inside a temporary
-// folder, so that the desktop the code writes to is never the real one.
-#define PICTOVA_TEST_MAIN_WITH_TEMP_HOME(TestClass)                                     \
-    int main(int argc, char** argv)                                                     \
-    {                                                                                   \
-        QTemporaryDir home;                                                             \
-        if (!home.isValid())                                                            \
-            return 3;                                                                   \
-        EngineTest::home() = home.path();                                               \
-        qputenv("HOME", QFile::encodeName(home.path()));                                \
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path() + "/.config"));        \
-        qunsetenv("XDG_DESKTOP_DIR");                                                   \
-        QCoreApplication app(argc, argv);                                               \
-        const QString desktop =                                                         \
-            QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);          \
-        if (!desktop.startsWith(home.path())) {                                         \
-            qCritical("desktop folder %s is outside the test's home", qPrintable(desktop)); \
-            return 3;                                                                   \
-        }                                                                               \
-        TestClass test;                                                                 \
-        return QTest::qExec(&test, argc, argv);                                         \
+// Runs the test class with HOME inside a temporary folder, so that the
+// desktop the code writes to is never the real one.
+#define PICTOVA_TEST_MAIN_WITH_TEMP_HOME(TestClass)                                       \
+    int main(int argc, char** argv)                                                       \
+    {                                                                                     \
+        QTemporaryDir home;                                                               \
+        EngineTest::home() = home.path();                                                 \
+        qputenv("HOME", QFile::encodeName(home.path()));                                  \
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path() + "/.config"));          \
+        qunsetenv("XDG_DESKTOP_DIR");                                                     \
+        QCoreApplication app(argc, argv);                                                 \
+        if (!home.isValid()                                                               \
+            || !QStandardPaths::writableLocation(QStandardPaths::DesktopLocation)         \
+                    .startsWith(home.path()))                                             \
+            qFatal("the desktop folder must be inside the test's home");                  \
+        TestClass test;                                                                   \
+        return QTest::qExec(&test, argc, argv);                                           \
     }

@@ -21,32 +21,21 @@ class PlatformTest : public QObject
     Q_OBJECT
 
 private slots:
-    void resolvesAnExportByPath();
-    void reportsMissingLibraryAndMissingExport();
+    void resolvesExportsByPath();
     void openFolderHandsTheFolderToTheFileManager();
 };
 
-void PlatformTest::resolvesAnExportByPath()
+void PlatformTest::resolvesExportsByPath()
 {
     QString error;
     QVERIFY(Platform::resolveFunction(EngineTest::fakeLibrary(), "heif2jpg", &error));
     QVERIFY(error.isEmpty());
-#ifdef Q_OS_WIN
-    QCOMPARE(Platform::libraryFileName("Decodex"), QString("Decodex.dll"));
-#elif defined(Q_OS_LINUX)
-    QCOMPARE(Platform::libraryFileName("Decodex"), QString("libDecodex.so"));
+#ifdef Q_OS_LINUX
     // The full file name works as well as the name without prefix and suffix.
     QVERIFY(Platform::resolveFunction(QStringLiteral(FAKE_DECODEX_DIR "/libDecodex.so"), "heif2jpg"));
 #endif
-}
-
-void PlatformTest::reportsMissingLibraryAndMissingExport()
-{
-    QString error;
     QVERIFY(!Platform::resolveFunction(EngineTest::home() + "/nowhere/Decodex", "heif2jpg", &error));
     QVERIFY(!error.isEmpty());
-
-    error.clear();
     QVERIFY(!Platform::resolveFunction(EngineTest::fakeLibrary(), "no_such_function", &error));
     QVERIFY2(error.contains("no_such_function"), qPrintable(error));
 }

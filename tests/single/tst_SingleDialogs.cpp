@@ -13,9 +13,7 @@ class TestSingleDialogs : public QObject
 
 private slots:
     void photoInfoShowsTheCurrentPhotoEachTime();
-    void photoInfoOkCloses();
     void convertingOpenFolderKeepsItOpen();
-    void convertingHoverColours();
 };
 
 namespace {
@@ -46,21 +44,6 @@ void TestSingleDialogs::photoInfoShowsTheCurrentPhotoEachTime()
     }
 }
 
-void TestSingleDialogs::photoInfoOkCloses()
-{
-    PhotoInfo info(nullptr);
-    auto* ok = info.findChild<VNStyleButton*>("pushButton_Ok");
-    QVERIFY(ok);
-    bool ran = false;
-    QTimer::singleShot(0, &info, [&] {
-        ran = info.isVisible();
-        QTest::mouseClick(ok, Qt::LeftButton);
-    });
-    info.exec(); // returns only because OK closed it
-    QVERIFY(ran);
-    QVERIFY(!info.isVisible());
-}
-
 void TestSingleDialogs::convertingOpenFolderKeepsItOpen()
 {
     SingleConverting dialog(nullptr);
@@ -80,21 +63,6 @@ void TestSingleDialogs::convertingOpenFolderKeepsItOpen()
     QCOMPARE(openFolder.count(), 1);
     QVERIFY(openAfterOpenFolder);
     QVERIFY(!dialog.isVisible());
-}
-
-void TestSingleDialogs::convertingHoverColours()
-{
-    SingleConverting dialog(nullptr);
-    for (const char* name : {"pushButton_OpenFolder", "pushButton_Ok"}) {
-        auto* button = dialog.findChild<VNStyleButton*>(name);
-        QVERIFY(button);
-        QHoverEvent enter(QEvent::HoverEnter, QPointF(5, 5), QPointF(-1, -1));
-        QCoreApplication::sendEvent(button, &enter);
-        QCOMPARE(button->styleSheet(), QString("color:#ffffff"));
-        QHoverEvent leave(QEvent::HoverLeave, QPointF(-1, -1), QPointF(5, 5));
-        QCoreApplication::sendEvent(button, &leave);
-        QCOMPARE(button->styleSheet(), QString("color:#3598fe"));
-    }
 }
 
 QTEST_MAIN(TestSingleDialogs)

@@ -47,23 +47,23 @@ class TestVNStyleWidget : public QObject
     Q_OBJECT
 
 private slots:
-    void dragMovesTheWindowByTheGrabPoint();
+    void dragMovesTheWindowByTheGrabPointUntilRelease();
     void dragLimits_data();
     void dragLimits();
     void limitsFollowTheAvailableSize();
     void noDragWithoutLeftPressOrHeldButton();
-    void dragStopsAtRelease();
-    void notMovableIgnoresPresses();
     void closeWithAndWithoutTarget();
-    void titleCloseButtonClosesTheWindow();
-    void titleCloseButtonOnlySignalsWhenAsked();
+    void titleCloseButtonClosesOrSignals();
 };
 
-void TestVNStyleWidget::dragMovesTheWindowByTheGrabPoint()
+void TestVNStyleWidget::dragMovesTheWindowByTheGrabPointUntilRelease()
 {
     Window w;
     w.press(QPoint(10, 10));
     w.moveTo(QPoint(500, 300));
+    QCOMPARE(w.target.pos(), QPoint(485, 285));
+    w.release();
+    w.moveTo(QPoint(600, 400));
     QCOMPARE(w.target.pos(), QPoint(485, 285));
 }
 
@@ -112,27 +112,14 @@ void TestVNStyleWidget::noDragWithoutLeftPressOrHeldButton()
     w.press(QPoint(10, 10));
     w.moveTo(QPoint(500, 300), Qt::NoButton);
     QCOMPARE(w.target.pos(), before);
-}
 
-void TestVNStyleWidget::dragStopsAtRelease()
-{
-    Window w;
-    w.press(QPoint(10, 10));
-    w.moveTo(QPoint(500, 300));
+    // A bar that does not move its window leaves the press to the parent.
     w.release();
-    w.moveTo(QPoint(600, 400));
-    QCOMPARE(w.target.pos(), QPoint(485, 285));
-}
-
-void TestVNStyleWidget::notMovableIgnoresPresses()
-{
-    Window w;
     w.bar->setParentWidget(&w.target, QPoint(5, 5), false);
-    const QPoint before = w.target.pos();
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(10, 10), QPointF(10, 10), QPointF(10, 10), Qt::LeftButton,
                       Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(w.bar, &press);
-    QVERIFY(!press.isAccepted()); // left for the parent to handle
+    QVERIFY(!press.isAccepted());
     w.moveTo(QPoint(500, 300));
     QCOMPARE(w.target.pos(), before);
 }
@@ -156,31 +143,19 @@ void TestVNStyleWidget::closeWithAndWithoutTarget()
     lone.slotClosePWidget();
 }
 
-void TestVNStyleWidget::titleCloseButtonClosesTheWindow()
+void TestVNStyleWidget::titleCloseButtonClosesOrSignals()
 {
-    QWidget window;
-    auto* title = new VNStyleWidgetTitle(&window);
-    title->setParentWidget(&window, QPoint(5, 5), true);
-    window.resize(300, 100);
-    title->setGeometry(5, 5, 290, 34);
-    window.show();
-    QSignalSpy closeSignal(title, &VNStyleWidgetTitle::signal_Close);
-    QTest::mouseClick(title->closeButton(), Qt::LeftButton);
-    QVERIFY(!window.isVisible());
-    QCOMPARE(closeSignal.count(), 0);
-}
-
-void TestVNStyleWidget::titleCloseButtonOnlySignalsWhenAsked()
-{
-    QWidget window;
-    auto* title = new VNStyleWidgetTitle(&window);
-    title->setParentWidget(&window, QPoint(5, 5), true);
-    title->setEmitCloseSignal(true);
-    window.show();
-    QSignalSpy closeSignal(title, &VNStyleWidgetTitle::signal_Close);
-    QTest::mouseClick(title->closeButton(), Qt::LeftButton);
-    QVERIFY(window.isVisible());
-    QCOMPARE(closeSignal.count(), 1);
+    for (bool signalOnly : {false, true}) {
+        QWidget window;
+        auto* title = new VNStyleWidgetTitle(&window);
+        title->setParentWidget(&window, QPoint(5, 5), true);
+        title->setEmitCloseSignal(signalOnly);
+        window.show();
+        QSignalSpy closeSignal(title, &VNStyleWidgetTitle::signal_Close);
+        QTest::mouseClick(title->closeButton(), Qt::LeftButton);
+        QCOMPARE(window.isVisible(), signalOnly);
+        QCOMPARE(closeSignal.count(), signalOnly ? 1 : 0);
+    }
 }
 
 QTEST_MAIN(TestVNStyleWidget)
