@@ -52,6 +52,10 @@ int main(int argc, char* argv[])
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("pictova-convert"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PICTOVA_VERSION));
+    // Ctrl-C is ours from the start: one that comes while the arguments are
+    // read or the folders scanned ends the run with 130 and a message, not
+    // by the default signal action.
+    InterruptWatcher interrupts;
     // Every failure is printed once below, with the file it belongs to.
     QLoggingCategory::setFilterRules(QStringLiteral("pictova.engine.warning=false"));
 
@@ -78,10 +82,6 @@ int main(int argc, char* argv[])
         break;
     }
     const CommandLine::Options& options = commandLine.options();
-
-    // From here on Ctrl-C is ours: a long folder scan can be stopped too, and
-    // the photos in hand always finish.
-    InterruptWatcher interrupts;
 
     const InputScanner::Result inputs = InputScanner::scan(options.inputs, options.recursive,
                                                            [&] { return interrupts.isInterrupted(); });

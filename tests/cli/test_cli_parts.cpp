@@ -114,6 +114,15 @@ void CliPartsTest::folderTakesPhotosDirectlyInsideOrBelow()
     QVERIFY(hint.files.isEmpty());
     QCOMPARE(hint.notes.size(), 1);
     QVERIFY2(hint.notes[0].contains("add -r"), qPrintable(hint.notes[0]));
+
+    // A stop asked part-way through a walk ends it there, marked partial.
+    int asked = 0;
+    const InputScanner::Result stopped = InputScanner::scan({dir.path(), dir.filePath("a.heic")}, true,
+                                                            [&] { return ++asked > 3; });
+    QVERIFY(stopped.stopped);
+    QVERIFY(stopped.files.isEmpty());
+    QVERIFY(asked < 10);
+    QVERIFY(!deep.stopped);
 }
 
 void CliPartsTest::photoNamedTwiceIsConvertedOnce()
