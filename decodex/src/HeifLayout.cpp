@@ -186,26 +186,26 @@ const Property* findProperty(const Meta& meta, uint32_t item, uint32_t type)
     return nullptr;
 }
 
+// Where an item's extents point: into the file, or into idat.
+HeifLayout::Span storeOf(const Meta& meta, const Location& location)
+{
+    return location.method == 0 ? meta.file : location.method == 1 ? meta.idat : HeifLayout::Span{};
+}
+
+bool extentIn(const HeifLayout::Span& store, const Extent& extent, HeifLayout::Span& out)
+{
+    if (!store.data || extent.length == 0 || extent.offset > store.size || extent.length > store.size - extent.offset)
+        return false;
+    out = {store.data + extent.offset, size_t(extent.length)};
+    return true;
+}
+
 // The item's bytes when they sit in one piece in the file or in idat.
 bool itemData(const Meta& meta, uint32_t item, HeifLayout::Span& out)
 {
     const auto it = meta.locations.find(item);
-    if (it == meta.locations.end() || it->second.extents.size() != 1)
-        return false;
-    const Location& location = it->second;
-    HeifLayout::Span source;
-    if (location.method == 0)
-        source = meta.file;
-    else if (location.method == 1)
-        source = meta.idat;
-    else
-        return false;
-    const Extent& extent = location.extents.front();
-    if (!source.data || extent.length == 0 || extent.offset > source.size
-        || extent.length > source.size - extent.offset)
-        return false;
-    out = {source.data + extent.offset, size_t(extent.length)};
-    return true;
+    return it != meta.locations.end() && it->second.extents.size() == 1
+           && extentIn(storeOf(meta, it->second), it->second.extents.front(), out);
 }
 
 struct HevcConfig
@@ -264,15 +264,13 @@ bool itemBytes(const Meta& meta, uint32_t item, std::vector<uint8_t>& scratch, H
         return false;
     if (it->second.extents.size() == 1)
         return itemData(meta, item, out);
-    const HeifLayout::Span source = it->second.method == 0 ? meta.file : it->second.method == 1 ? meta.idat : HeifLayout::Span{};
-    if (!source.data)
-        return false;
+    const HeifLayout::Span store = storeOf(meta, it->second);
     scratch.clear();
     for (const Extent& extent : it->second.extents) {
-        if (extent.offset > source.size || extent.length > source.size - extent.offset
-            || extent.length > source.size - scratch.size())
+        HeifLayout::Span piece;
+        if (!extentIn(store, extent, piece) || piece.size > store.size - scratch.size())
             return false;
-        scratch.insert(scratch.end(), source.data + extent.offset, source.data + extent.offset + extent.length);
+        scratch.insert(scratch.end(), piece.data, piece.data + piece.size);
     }
     out = {scratch.data(), scratch.size()};
     return true;
@@ -303,6 +301,9 @@ bool spsFit(const Meta& meta, uint32_t item, uint64_t maxWidth, uint64_t maxHeig
             units.skip(size_t(length));
         }
     }
+    // libheif 1.15 writes a rotated photo's 'ispe' already turned, so the
+    // sides are compared either way round.
+    const uint64_t w = roundUp(maxWidth, 64), h = roundUp(maxHeight, 64);
     uint64_t largest = 0;
     for (const HeifLayout::Span& set : sets) {
         if (!HevcSps::isSps(set.data, set.size))
@@ -310,9 +311,6 @@ bool spsFit(const Meta& meta, uint32_t item, uint64_t maxWidth, uint64_t maxHeig
         uint32_t width = 0, height = 0;
         if (!HevcSps::pictureSize(set.data, set.size, width, height))
             return false;
-        // libheif 1.15 writes a rotated photo's 'ispe' already turned, so
-        // the sides are compared either way round.
-        const uint64_t w = roundUp(maxWidth, 64), h = roundUp(maxHeight, 64);
         if (!((width <= w && height <= h) || (width <= h && height <= w)))
             return false;
         largest = std::max(largest, uint64_t(width) * height);
@@ -405,8 +403,7 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
                 return true;
         return false;
     };
-    if (meta.damagedReferences)
-        layout.referencesResolve = false;
+    layout.referencesResolve = !meta.damagedReferences;
     for (const auto& derived : meta.derived) {
         for (uint32_t input : derived.second) {
             if (!isImage(input) || input == derived.first)
@@ -414,8 +411,7 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
         }
     }
 
-    if (!everyPictureFits(meta, layout.codedPixels))
-        layout.codedSizesFit = false;
+    layout.codedSizesFit = everyPictureFits(meta, layout.codedPixels);
 
     const auto primaryType = meta.itemTypes.find(meta.primary);
     if (primaryType == meta.itemTypes.end())
@@ -453,8 +449,7 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
     }
     if (findProperty(meta, meta.primary, kClap))
         return layout;
-    const auto primaryProperties = meta.associations.find(meta.primary);
-    for (int index : primaryProperties != meta.associations.end() ? primaryProperties->second : std::vector<int>{}) {
+    for (int index : meta.associations[meta.primary]) {
         if (index < 1 || size_t(index) > meta.properties.size())
             continue;
         const Property& property = meta.properties[size_t(index) - 1];

@@ -75,10 +75,10 @@ void PlaneTransform::resultSize(const std::vector<Step>& steps, int& width, int&
 bool PlaneTransform::apply(const std::vector<Step>& steps, PlanarImage& image)
 {
     for (Step step : steps) {
-        int width = image.width(), height = image.height();
-        resultSize({step}, width, height);
+        const bool turn = quarterTurn(step);
         PlanarImage turned;
-        if (!turned.allocate(width, height, image.chromaFormat()))
+        if (!turned.allocate(turn ? image.height() : image.width(), turn ? image.width() : image.height(),
+                             image.chromaFormat()))
             return false;
         for (int c = 0; c < image.components(); ++c)
             transformPlane(step, image.plane(c), turned.plane(c));

@@ -52,8 +52,10 @@ struct OpenedFile
 {
     std::unique_ptr<heif_context, ContextDeleter> context;
     std::unique_ptr<heif_image_handle, HandleDeleter> primary;
-    int width = 0;
+    int width = 0;  // as shown, after any transform
     int height = 0;
+    int ispeWidth = 0; // as coded ('ispe'; a grid's canvas); 0 when absent
+    int ispeHeight = 0;
 };
 
 int mapOpenError(const heif_error& err)
@@ -92,15 +94,15 @@ int open(const uint8_t* input, int32_t size, int threads, OpenedFile& file)
     // size after transforms and the coded size ('ispe', for a grid its canvas).
     if (!withinLimits(file.width, file.height))
         return file.width <= 0 || file.height <= 0 ? DECODEX_ERR_NOT_HEIF : DECODEX_ERR_IMAGE_TOO_LARGE;
-    const int ispeWidth = heif_image_handle_get_ispe_width(handle);
-    const int ispeHeight = heif_image_handle_get_ispe_height(handle);
-    if ((ispeWidth > 0 || ispeHeight > 0) && !withinLimits(ispeWidth, ispeHeight))
+    file.ispeWidth = std::max(heif_image_handle_get_ispe_width(handle), 0);
+    file.ispeHeight = std::max(heif_image_handle_get_ispe_height(handle), 0);
+    if ((file.ispeWidth > 0 || file.ispeHeight > 0) && !withinLimits(file.ispeWidth, file.ispeHeight))
         return DECODEX_ERR_IMAGE_TOO_LARGE;
     // From here on libheif holds every canvas it builds (a grid's, an
     // overlay's) to the size the file declares, plus padding to whole
     // blocks: an overlay descriptor may claim any size, and libheif would
     // fill a canvas of that size before it noticed anything amiss.
-    const int declared = std::max({file.width, file.height, ispeWidth, ispeHeight});
+    const int declared = std::max({file.width, file.height, file.ispeWidth, file.ispeHeight});
     heif_context_set_maximum_image_size_limit(file.context.get(), std::min(declared, DECODEX_MAX_DIMENSION) + 65);
     return 0;
 }
@@ -173,8 +175,7 @@ bool codedPicturesPlausible(const HeifLayout& layout, const OpenedFile& file)
     if (!layout.codedSizesFit)
         return false;
     const uint64_t shown = uint64_t(file.width) * uint64_t(file.height);
-    const uint64_t coded = uint64_t(std::max(heif_image_handle_get_ispe_width(file.primary.get()), 0))
-                           * uint64_t(std::max(heif_image_handle_get_ispe_height(file.primary.get()), 0));
+    const uint64_t coded = uint64_t(file.ispeWidth) * uint64_t(file.ispeHeight);
     return layout.codedPixels <= 4 * std::max(shown, coded) + (uint64_t(1) << 22);
 }
 
