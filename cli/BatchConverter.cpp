@@ -65,11 +65,8 @@ BatchConverter::Result BatchConverter::convert(const QStringList& sources, const
     for (int i = 0; i < jobs; ++i)
         m_workers[size_t(i)]->wait();
 
-    if (m_result.stopped) {
-        for (QString path = WorkQueue::global().take(); path != WorkQueue::endMarker();
-             path = WorkQueue::global().take()) {
-        }
-    }
+    if (m_result.stopped)
+        WorkQueue::global().clear();
     for (const QString& source : sources)
         if (!m_reported.contains(source))
             m_result.notStarted << source;

@@ -3,7 +3,8 @@
 #include <QCoreApplication>
 #include <QSaveFile>
 
-bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error)
+bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error,
+                             const QDateTime& modified)
 {
     QSaveFile file(path);
     // Writing in place would defeat the point when the folder refuses a
@@ -11,6 +12,11 @@ bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QStri
     file.setDirectWriteFallback(false);
     const bool written = file.open(QIODevice::WriteOnly)
         && file.write(bytes) == bytes.size()
+        // Set on the complete temporary file (flushed first, or the last
+        // buffered write would stamp it again), so the rename publishes it
+        // with its date.
+        && file.flush()
+        && (!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime))
         && file.commit();
     if (!written) {
         if (error)

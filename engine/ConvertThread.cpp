@@ -5,6 +5,7 @@
 #include "OutputNaming.h"
 #include "WorkQueue.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 
@@ -51,39 +52,41 @@ void ConvertThread::addFilePath(const QString& path)
 
 void ConvertThread::run()
 {
-    for (;;) {
-        if (m_stop.load())
-            return;
-        const QString path = WorkQueue::global().take();
-        const QFileInfo info(path);
-        if (info.exists()) {
-            m_currentFileName = info.fileName();
-            convertFile(info.filePath());
-        } else if (path != WorkQueue::endMarker()) {
-            emit signal_FileFailed(path, tr("no such file"));
+    // The stop flag is read only between files: the photo in hand is always
+    // finished (written whole or failed), never abandoned half-way.
+    ConvertJob job;
+    while (!m_stop.load() && WorkQueue::global().take(&job)) {
+        const QFileInfo info(job.source);
+        if (!info.exists()) {
+            emit signal_FileFailed(job.source, tr("no such file"));
+            continue;
         }
-        // Tested after converting: a queued file called "exit" is converted
-        // and then ends the worker like the end marker does.
-        if (info.fileName() == WorkQueue::endMarker())
-            return;
+        m_currentFileName = info.fileName();
+        convertFile(info.filePath(), job.target);
     }
 }
 
-void ConvertThread::convertFile(const QString& sourcePath)
+void ConvertThread::convertFile(const QString& sourcePath, const QString& plannedTarget)
 {
     const HeicDecoder::Result result =
         m_decoder.convertFile(sourcePath, m_quality, m_scratchFileName);
-
-    m_savePath = OutputNaming::workerFolder(m_savePath);
-    const QDir folder(m_savePath);
-    if (!folder.exists())
-        folder.mkdir(m_savePath); // one level only: a missing parent makes the write fail
-    m_currentFileName = OutputNaming::outputFileName(m_currentFileName);
-    const QString target = m_savePath + QLatin1Char('/') + m_currentFileName;
-
     if (!result.ok()) {
         emit signal_FileFailed(sourcePath, result.failure);
         return;
+    }
+
+    // The folder is made only once there is a JPEG to put in it.
+    QString target = plannedTarget;
+    if (target.isEmpty()) {
+        m_savePath = OutputNaming::workerFolder(m_savePath);
+        const QDir folder(m_savePath);
+        if (!folder.exists())
+            folder.mkdir(m_savePath); // one level only: a missing parent makes the write fail
+        m_currentFileName = OutputNaming::outputFileName(m_currentFileName);
+        target = m_savePath + QLatin1Char('/') + m_currentFileName;
+    } else {
+        // Whoever planned the name also decided the folder may be made.
+        QDir().mkpath(QFileInfo(target).absolutePath());
     }
 
     // A source kept in the output folder under a name that is not renamed
@@ -97,7 +100,8 @@ void ConvertThread::convertFile(const QString& sourcePath)
     }
 
     QString error;
-    if (!AtomicFileWriter::write(target, result.jpeg, &error)) {
+    const QDateTime modified = QFileInfo(sourcePath).lastModified();
+    if (!AtomicFileWriter::write(target, result.jpeg, &error, modified)) {
         qCWarning(lcEngine).noquote() << error;
         emit signal_FileFailed(sourcePath, error);
         return;

@@ -7,11 +7,12 @@
 
 #include <atomic>
 
-// A batch conversion worker. It takes paths from WorkQueue::global() until
-// the queue answers "exit" (or hands out a file named "exit"), converts each
-// file through the decoding library and writes the library's JPEG into the
-// output folder (OutputNaming::workerFolder) under the source's name with
-// ".jpg" (OutputNaming::outputFileName).
+// A batch conversion worker. It takes jobs from WorkQueue::global() until the
+// queue is empty, converts each photo through the decoding library and writes
+// the library's JPEG to the job's target or, when the job names none, into
+// the output folder (OutputNaming::workerFolder) under the source's name with
+// ".jpg" (OutputNaming::outputFileName). Every job ends in exactly one of
+// signal_FileConverted or signal_FileFailed.
 //
 // Configure it with the setters before start(); only the stop flag may be set
 // while it runs. The worker checks the stop flag only between files, so a
@@ -57,7 +58,7 @@ protected:
     void run() override;
 
 private:
-    void convertFile(const QString& sourcePath);
+    void convertFile(const QString& sourcePath, const QString& plannedTarget);
 
     std::atomic_bool m_stop{false};
     QStringList m_filePaths;

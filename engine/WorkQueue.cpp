@@ -8,21 +8,27 @@ WorkQueue& WorkQueue::global()
     return queue;
 }
 
-void WorkQueue::put(QString path)
+void WorkQueue::put(ConvertJob job)
 {
     const std::lock_guard<std::mutex> lock(m_lock);
-    m_items.push_back(std::move(path));
+    m_items.push_back(std::move(job));
     m_wake.notify_one();
 }
 
-QString WorkQueue::take()
+bool WorkQueue::take(ConvertJob* job)
 {
-    std::unique_lock<std::mutex> lock(m_lock);
-    if (m_items.empty()) {
-        lock.unlock();
-        return endMarker();
-    }
-    QString path = std::move(m_items.front());
+    const std::lock_guard<std::mutex> lock(m_lock);
+    if (m_items.empty())
+        return false;
+    *job = std::move(m_items.front());
     m_items.pop_front();
-    return path;
+    return true;
+}
+
+int WorkQueue::clear()
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    const int dropped = int(m_items.size());
+    m_items.clear();
+    return dropped;
 }

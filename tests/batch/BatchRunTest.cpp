@@ -31,9 +31,9 @@ struct Step
 QStringList drainQueue()
 {
     QStringList left;
-    for (QString path = WorkQueue::global().take(); path != WorkQueue::endMarker();
-         path = WorkQueue::global().take())
-        left << path;
+    ConvertJob job;
+    while (WorkQueue::global().take(&job))
+        left << job.source;
     return left;
 }
 

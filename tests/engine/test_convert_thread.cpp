@@ -15,9 +15,9 @@ namespace {
 QStringList drainGlobalQueue()
 {
     QStringList left;
-    for (QString path = WorkQueue::global().take(); path != QLatin1String("exit");
-         path = WorkQueue::global().take())
-        left << path;
+    ConvertJob job;
+    while (WorkQueue::global().take(&job))
+        left << job.source;
     return left;
 }
 
@@ -46,7 +46,7 @@ private slots:
     void defaultFolderIsOnTheDesktop();
     void failedSaveLeavesNoFileAndNoSignal();
     void stopFlagFinishesTheFileInHandAndKeepsTheRest();
-    void fileNamedExitIsConvertedAndEndsTheWorker();
+    void fileNamedExitIsAPhotoLikeAnyOther();
     void sourceIsNeverReplacedByItsJpeg();
     void missingDecoderFailsEveryFileWithoutCalling();
     void destroyingARunningWorkerWaitsForIt();
@@ -240,15 +240,26 @@ void ConvertThreadTest::stopFlagFinishesTheFileInHandAndKeepsTheRest()
     QCOMPARE(drainGlobalQueue(), rest);
 }
 
-void ConvertThreadTest::fileNamedExitIsConvertedAndEndsTheWorker()
+void ConvertThreadTest::fileNamedExitIsAPhotoLikeAnyOther()
 {
     const QByteArray jpeg = EngineTest::jpeg();
     const QString exitFile = makeFile("exit", EngineTest::fakeHeic(jpeg));
     const QString after = makeFile("after.heic", EngineTest::fakeHeic(jpeg));
+    QFile source(after);
+    const QDateTime taken = QDateTime::fromSecsSinceEpoch(1500000000);
+    QVERIFY(source.open(QIODevice::ReadWrite));
+    QVERIFY(source.setFileTime(taken, QFileDevice::FileModificationTime));
+    source.close();
+    // A photo called "exit" in the current folder is not what an empty queue means.
+    const QString cwd = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(m_dir->path()));
     const RunReport report = run({exitFile, after}, m_dir->filePath("out"));
-    QCOMPARE(report.sources, QStringList(exitFile));
+    QDir::setCurrent(cwd);
+    QCOMPARE(report.successes, 2);
     QCOMPARE(EngineTest::readFile(m_dir->filePath("out/Vantora/exit")), jpeg);
-    QCOMPARE(drainGlobalQueue(), QStringList(after));
+    const QFileInfo written(m_dir->filePath("out/Vantora/after.jpg"));
+    QCOMPARE(written.lastModified(), taken);
+    QVERIFY(drainGlobalQueue().isEmpty());
 }
 
 void ConvertThreadTest::sourceIsNeverReplacedByItsJpeg()

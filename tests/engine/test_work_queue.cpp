@@ -18,19 +18,21 @@ private slots:
 void WorkQueueTest::orderMarkerAndCarryOver()
 {
     WorkQueue queue;
-    QCOMPARE(queue.take(), QString("exit"));
-    QCOMPARE(queue.take(), QString("exit")); // the marker is made up, never used up
-    // Odd items, the marker's own text included, come out as they went in.
+    ConvertJob job;
+    QVERIFY(!queue.take(&job));
+    // Odd items come out as they went in: "exit" is a photo like any other.
     const QStringList run1{"/x/1.HEIC", "exit", "", "/x/1.HEIC", "/y/ü.heic"};
     for (const QString& item : run1)
         queue.put(item);
-    QCOMPARE(queue.take(), run1[0]); // the run is stopped here
-    // What the stopped run left goes before the next run's paths.
-    queue.put("/run2/a");
-    for (const QString& item : run1.mid(1))
-        QCOMPARE(queue.take(), item);
-    QCOMPARE(queue.take(), QString("/run2/a"));
-    QCOMPARE(queue.take(), QString("exit"));
+    QVERIFY(queue.take(&job));
+    QCOMPARE(job.source, run1[0]);
+    // A cancelled run leaves nothing behind for the next one.
+    QCOMPARE(queue.clear(), run1.size() - 1);
+    queue.put(ConvertJob{"/run2/a", "/out/a (2).jpg"});
+    QVERIFY(queue.take(&job));
+    QCOMPARE(job.source, QString("/run2/a"));
+    QCOMPARE(job.target, QString("/out/a (2).jpg"));
+    QVERIFY(!queue.take(&job));
 }
 
 void WorkQueueTest::fourTakersShareEveryPathExactlyOnce()
@@ -40,20 +42,16 @@ void WorkQueueTest::fourTakersShareEveryPathExactlyOnce()
     for (int i = 0; i < kPaths; ++i)
         queue.put(QString::number(i));
 
-    // Takers run as the workers do: take until the marker comes.
+    // Takers run as the workers do: take until the queue is empty.
     std::array<std::vector<QString>, 4> taken;
     std::array<int, 4> exits{};
     std::vector<std::thread> takers;
     for (int t = 0; t < 4; ++t) {
         takers.emplace_back([&, t] {
-            for (;;) {
-                QString path = queue.take();
-                if (path == QLatin1String("exit")) {
-                    ++exits[t];
-                    return;
-                }
-                taken[t].push_back(std::move(path));
-            }
+            ConvertJob job;
+            while (queue.take(&job))
+                taken[t].push_back(job.source);
+            ++exits[t];
         });
     }
     for (auto& taker : takers)
@@ -73,7 +71,8 @@ void WorkQueueTest::fourTakersShareEveryPathExactlyOnce()
         QCOMPARE(seen[std::size_t(i)], i);
     for (int count : exits)
         QCOMPARE(count, 1);
-    QCOMPARE(queue.take(), QString("exit"));
+    ConvertJob job;
+    QVERIFY(!queue.take(&job));
 }
 
 PICTOVA_TEST_MAIN_WITH_TEMP_HOME(WorkQueueTest)
