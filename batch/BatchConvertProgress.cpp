@@ -6,6 +6,8 @@
 #include "StyleHelpers.h"
 
 #include <QEvent>
+#include <QFileInfo>
+#include <QStringList>
 #include <QKeyEvent>
 #include <QPointer>
 
@@ -49,6 +51,12 @@ BatchConvertProgress::BatchConvertProgress(QWidget* parent)
 
     ui->pushButton_OpenFolder->hide();
     ui->pushButton_OK->hide();
+    ui->label_Folder->setFont(regular);
+    ui->label_Failed->setFont(regular);
+    ui->plainTextEdit_Failed->setFont(m_skin.font(0));
+    ui->label_Folder->hide();
+    ui->label_Failed->hide();
+    ui->plainTextEdit_Failed->hide();
 
     connect(ui->pushButton_Cancel, SIGNAL(clicked()), this, SLOT(slot_isCancelView()));
     connect(ui->pushButton_OpenFolder, SIGNAL(clicked()), this, SLOT(slot_OpenFolder()));
@@ -67,8 +75,42 @@ void BatchConvertProgress::setProgress(const int& percent, const QString& countT
     ui->progressBar->setValue(percent);
 }
 
+void BatchConvertProgress::setFinished(int count, const QVector<QPair<QString, QString>>& failures,
+                                       const QString& folder)
+{
+    setFinished(count);
+    const QString where = BatchRules::folderText(folder);
+    ui->label_Folder->setText(
+        ui->label_Folder->fontMetrics().elidedText(where, Qt::ElideMiddle, 420));
+    ui->label_Folder->setToolTip(where);
+    ui->label_Folder->show();
+    if (failures.isEmpty())
+        return;
+    if (count <= 0)
+        ui->label_Converting->setText(tr("No file was converted."));
+    ui->label_Failed->setText(BatchRules::failedText(failures.size()));
+    ui->label_Failed->show();
+    QStringList lines;
+    for (const auto& failure : failures)
+        lines << QFileInfo(failure.first).fileName() + QStringLiteral(": ") + failure.second;
+    ui->plainTextEdit_Failed->setPlainText(lines.join(QLatin1Char('\n')));
+    ui->plainTextEdit_Failed->setToolTip(QString());
+    ui->plainTextEdit_Failed->show();
+    // Room for the list; the card grows downwards.
+    setFixedSize(490, 360);
+}
+
+void BatchConvertProgress::setCancelling()
+{
+    ui->pushButton_Cancel->setEnabled(false);
+    ui->label_Converting->setText(tr("Cancelling: finishing the photos in hand..."));
+    ui->label_Progress->hide();
+    ui->label_files->hide();
+}
+
 void BatchConvertProgress::setFinished(int count)
 {
+    m_finished = true;
     ui->pushButton_OpenFolder->show();
     ui->pushButton_OK->show();
     ui->pushButton_Cancel->hide();
@@ -88,6 +130,13 @@ int BatchConvertProgress::runModal(QDialog* dialog)
 
 void BatchConvertProgress::slot_isCancelView()
 {
+    // A finished run has nothing left to cancel: closing just closes.
+    if (m_finished) {
+        close();
+        return;
+    }
+    if (!ui->pushButton_Cancel->isEnabled())
+        return; // already cancelling
     if (!m_cancelTip) {
         m_cancelTip = new TipDialog(this);
         m_cancelTip->setCancelConvertTip();

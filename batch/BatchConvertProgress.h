@@ -3,6 +3,10 @@
 #include "SkinStyle.h"
 #include "VNStyleDialog.h"
 
+#include <QPair>
+#include <QString>
+#include <QVector>
+
 class TipDialog;
 
 namespace Ui {
@@ -22,6 +26,13 @@ public:
 
     void setProgress(const int& percent, const QString& countText);
     void setFinished(int count);
+    // The result of a whole run: how many were converted, each photo that
+    // failed with its reason, and the folder the JPEGs are in.
+    void setFinished(int count, const QVector<QPair<QString, QString>>& failures,
+                     const QString& folder);
+    // Cancel confirmed: the photos in hand are being finished.
+    void setCancelling();
+    bool isFinished() const { return m_finished; }
 
 signals:
     void signal_CancelConvert();
@@ -47,4 +58,5 @@ private:
     Ui::BatchConvertProgress* ui;
     SkinStyle m_skin;
     TipDialog* m_cancelTip = nullptr;
+    bool m_finished = false;
 };

@@ -1,5 +1,7 @@
 #include "BatchRules.h"
 
+#include <QDir>
+
 namespace BatchRules {
 
 QString megabytesText(double bytes)
@@ -42,6 +44,28 @@ QString finishedText(int count)
     if (count == 1)
         return QString::number(count) + QStringLiteral(" file have been successfully converted!");
     return QString();
+}
+
+QString failedText(int failed)
+{
+    if (failed <= 0)
+        return QString();
+    return failed == 1 ? QStringLiteral("1 file could not be converted:")
+                       : QString::number(failed) + QStringLiteral(" files could not be converted:");
+}
+
+QString folderText(const QString& folder)
+{
+    return QStringLiteral("Saved in ") + QDir::toNativeSeparators(folder);
+}
+
+QString cancelDetailText(int failed, const QString& folder)
+{
+    QString text = folderText(folder);
+    if (failed > 0)
+        text += QStringLiteral("; ") + QString::number(failed)
+            + (failed == 1 ? QStringLiteral(" file failed") : QStringLiteral(" files failed"));
+    return text;
 }
 
 void removeTickedRow(QList<int>& tickedRows, int row)

@@ -30,6 +30,13 @@ int progressPercent(int done, int total);
 // meaning the dialog keeps its "Converting " text.
 QString finishedText(int count);
 
+// The line under a result: how many photos failed (when any) and where the
+// JPEGs went.
+QString failedText(int failed);
+QString folderText(const QString& folder);
+// Both, for the cancel notice.
+QString cancelDetailText(int failed, const QString& folder);
+
 // Removes row from the tick-order list the way the table always has: walks
 // from the front and, after each removal, moves on by one position, so of two
 // adjacent equal entries the second survives.

@@ -1,8 +1,10 @@
 #include "ConvertsionSet.h"
 #include "ui_ConvertsionSet.h"
 #include "StyleHelpers.h"
+#include "PhotoFiles.h"
 
 #include <QEvent>
+#include <QDir>
 #include <QFileDialog>
 
 namespace {
@@ -39,6 +41,7 @@ ConvertsionSet::ConvertsionSet(QWidget* parent)
                        static_cast<QWidget*>(ui->label_PohotQuality),
                        static_cast<QWidget*>(ui->label_QualityVakue),
                        static_cast<QWidget*>(ui->label_SavePath),
+                       static_cast<QWidget*>(ui->label_SaveFolder),
                        static_cast<QWidget*>(ui->pushButton_OpenFolder),
                        static_cast<QWidget*>(ui->pushButton_Convert)})
         w->setFont(regular);
@@ -65,9 +68,17 @@ ConvertsionSet::~ConvertsionSet()
     delete ui;
 }
 
+void ConvertsionSet::showSaveFolder(const QString& folder)
+{
+    const QString shown = QDir::toNativeSeparators(folder);
+    ui->label_SaveFolder->setText(
+        ui->label_SaveFolder->fontMetrics().elidedText(shown, Qt::ElideMiddle, 410));
+    ui->label_SaveFolder->setToolTip(shown);
+}
+
 QString ConvertsionSet::chooseFolder()
 {
-    return QFileDialog::getExistingDirectory(this, tr("Save Path"), QString(),
+    return QFileDialog::getExistingDirectory(this, tr("Save Path"), PhotoFiles::startFolder(),
                                              QFileDialog::ShowDirsOnly
                                                  | QFileDialog::DontResolveSymlinks);
 }

@@ -18,6 +18,10 @@ public:
     explicit ConvertsionSet(QWidget* parent);
     ~ConvertsionSet() override;
 
+    // Shows where the JPEGs will go (the chosen folder with its Vantora
+    // sub-folder).
+    void showSaveFolder(const QString& folder);
+
 signals:
     void signal_SendSavePath(QString strPath);
     void signal_SetConvertQuality(int nValue);

@@ -6,15 +6,25 @@
 #include "ConvertThread.h"
 #include "ConvertsionSet.h"
 #include "OutputNaming.h"
+#include "PhotoFiles.h"
 #include "Platform.h"
 #include "TipDialog.h"
+#include "VNMessageBox.h"
 #include "VNStyleCheckBox.h"
 #include "WorkQueue.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QMimeData>
 #include <QMutexLocker>
 #include <QTableWidgetItem>
+#include <QTimer>
+
+#include <algorithm>
 
 namespace {
 
@@ -55,8 +65,13 @@ HeicFileTable::HeicFileTable(QWidget* parent)
             SLOT(slot_setAllCheckBoxState(int, int)));
     connect(this, SIGNAL(signal_ConvertSuccessCount(int)), this, SLOT(slot_SetConvertProgress(int)));
     connect(this, SIGNAL(signal_ConvertSuccessAll()), this, SLOT(slot_ConvertSuccess()));
-    for (ConvertThread* worker : m_workers)
+    for (ConvertThread* worker : m_workers) {
         connect(worker, SIGNAL(signal_ConvertSuccess()), this, SLOT(slot_ConvertProgress()));
+        connect(worker, SIGNAL(signal_FileFailed(QString, QString)), this,
+                SLOT(slot_ConvertFailed(QString, QString)));
+        connect(worker, SIGNAL(finished()), this, SLOT(slot_WorkerFinished()));
+    }
+    setAcceptDrops(true);
 }
 
 HeicFileTable::~HeicFileTable()
@@ -108,6 +123,8 @@ void HeicFileTable::setUpTable()
         table->setColumnWidth(column, kColumnWidths[column]);
     table->horizontalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     table->horizontalHeader()->setFixedHeight(kHeaderHeight);
+    // Headers stand over their values, which are left-aligned.
+    table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     table->verticalHeader()->setDefaultSectionSize(kRowHeight);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setShowGrid(false);
@@ -139,6 +156,12 @@ void HeicFileTable::fillRow(int row, const QFileInfo& info)
     table->setItem(row, 1, textItem(info.fileName()));
     table->setItem(row, 2, textItem(BatchRules::megabytesText(double(info.size()))));
     table->setItem(row, 3, textItem(info.filePath()));
+    if (!info.exists()) {
+        QTableWidgetItem* size = textItem(tr("Missing"));
+        size->setForeground(QColor(0xe6, 0x43, 0x40));
+        size->setToolTip(tr("This file is no longer on disk."));
+        table->setItem(row, 2, size);
+    }
 
     const QString skin = m_skin.skinDir();
     auto* box = new VNStyleCheckBox(row, table);
@@ -155,10 +178,60 @@ void HeicFileTable::fillRow(int row, const QFileInfo& info)
 void HeicFileTable::showTotals()
 {
     double total = 0.0;
-    for (const QFileInfo& info : qAsConst(m_files))
-        total += double(info.size());
+    for (const QFileInfo& info : qAsConst(m_files)) {
+        // Asked afresh: a file deleted behind our back adds nothing.
+        const QFileInfo current(info.filePath());
+        if (current.exists())
+            total += double(current.size());
+    }
     ui->label_FileCount->setText(BatchRules::fileCountText(m_files.size()));
     ui->label_FileSize->setText(BatchRules::megabytesText(total));
+}
+
+void HeicFileTable::updateButtons()
+{
+    const bool any = !m_files.isEmpty();
+    const bool ticked = !m_tickedRows.isEmpty();
+    ui->pushButton_Clear->setEnabled(any && !m_running);
+    ui->pushButton_Delete->setEnabled(ticked && !m_running);
+    ui->pushButton_Add->setEnabled(!m_running);
+    // One run at a time: Convert waits for the run on screen to end.
+    ui->pushButton_Convert->setEnabled(ticked && !m_running);
+    m_selectAll->setEnabled(any);
+}
+
+bool HeicFileTable::isMissing(int row) const
+{
+    const QTableWidgetItem* size = ui->tableWidget->item(row, 2);
+    return size && size->text() == tr("Missing");
+}
+
+void HeicFileTable::refreshMissing()
+{
+    for (int row = 0; row < m_files.size(); ++row) {
+        const QFileInfo current(m_files.at(row).filePath());
+        if (current.exists() == !isMissing(row))
+            continue;
+        QTableWidget* table = ui->tableWidget;
+        if (current.exists()) {
+            table->setItem(row, 2, textItem(BatchRules::megabytesText(double(current.size()))));
+        } else {
+            QTableWidgetItem* size = textItem(tr("Missing"));
+            size->setForeground(QColor(0xe6, 0x43, 0x40));
+            size->setToolTip(tr("This file is no longer on disk."));
+            table->setItem(row, 2, size);
+        }
+    }
+    showTotals();
+}
+
+bool HeicFileTable::event(QEvent* event)
+{
+    // Coming back to the window after using the file manager: files may have
+    // gone (or come back) meanwhile.
+    if (event->type() == QEvent::WindowActivate)
+        refreshMissing();
+    return QWidget::event(event);
 }
 
 QList<VNStyleCheckBox*> HeicFileTable::liveRowBoxes() const
@@ -175,7 +248,7 @@ QList<VNStyleCheckBox*> HeicFileTable::liveRowBoxes() const
 QStringList HeicFileTable::chooseFiles(const QString& startLocation)
 {
     return QFileDialog::getOpenFileNames(this, tr("Choose Images"), startLocation,
-                                         tr("Image Files(*.HEIC)"));
+                                         PhotoFiles::nameFilter());
 }
 
 int HeicFileTable::runModal(QDialog* dialog)
@@ -188,16 +261,36 @@ void HeicFileTable::showFolder(const QString& folder)
     Platform::openFolder(folder);
 }
 
-void HeicFileTable::addFiles(const QVector<QString>& paths)
+int HeicFileTable::addFiles(const QVector<QString>& paths)
 {
-    m_files.reserve(m_files.size() + paths.size());
+    QSet<QString> present;
+    for (const QFileInfo& info : qAsConst(m_files))
+        present.insert(QDir::cleanPath(info.absoluteFilePath()));
+
+    QTableWidget* table = ui->tableWidget;
+    int added = 0;
     for (const QString& path : paths) {
-        QFileInfo info(path);
-        if (info.exists())
-            m_files.append(info);
+        const QFileInfo info(path);
+        // A path that vanished between the chooser and here gets no row, and
+        // a photo already listed is not listed twice.
+        const QString key = QDir::cleanPath(info.absoluteFilePath());
+        if (!info.exists() || present.contains(key))
+            continue;
+        present.insert(key);
+        m_files.append(info);
+        const int row = m_files.size() - 1;
+        table->setRowCount(m_files.size());
+        fillRow(row, info);
+        // New rows come ticked, so Convert is ready at once.
+        m_rowBoxes.last()->setCheckState(Qt::Checked);
+        ++added;
     }
-    if (!m_files.isEmpty())
-        rebuildTable();
+    if (!paths.isEmpty())
+        PhotoFiles::rememberFolder(paths.last());
+    showTotals();
+    slot_setSelectAllCheckBoxState();
+    updateButtons();
+    return added;
 }
 
 void HeicFileTable::setDecoder(Heif2JpgFn decoder)
@@ -209,25 +302,13 @@ void HeicFileTable::setDecoder(Heif2JpgFn decoder)
 void HeicFileTable::rebuildTable()
 {
     QTableWidget* table = ui->tableWidget;
-    table->setRowCount(m_files.size());
     table->clearContents();
-
-    double total = 0.0;
-    for (int row = 0; row < m_files.size(); ++row) {
-        // Asked afresh: a file deleted behind our back since it was added
-        // leaves its row empty and adds nothing to the total.
-        const QFileInfo current(m_files.at(row).filePath());
-        if (!current.exists())
-            continue;
-        fillRow(row, current);
-        total += double(current.size());
-    }
-    ui->label_FileCount->setText(BatchRules::fileCountText(m_files.size()));
-    ui->label_FileSize->setText(BatchRules::megabytesText(total));
-
-    const bool any = !m_files.isEmpty();
-    ui->pushButton_Delete->setEnabled(any);
-    ui->pushButton_Clear->setEnabled(any);
+    table->setRowCount(m_files.size());
+    m_rowBoxes.clear();
+    for (int row = 0; row < m_files.size(); ++row)
+        fillRow(row, QFileInfo(m_files.at(row).filePath()));
+    showTotals();
+    updateButtons();
 }
 
 void HeicFileTable::slot_ChooseItem(int nRow, int nCol)
@@ -258,6 +339,7 @@ void HeicFileTable::slot_ClearTableView()
 void HeicFileTable::slot_ClearTable()
 {
     ui->tableWidget->clearContents();
+    ui->tableWidget->setRowCount(0);
     m_files.clear();
     m_rowBoxes.clear();
     m_tickedRows.clear();
@@ -278,54 +360,60 @@ void HeicFileTable::slot_ClearTable()
 
 void HeicFileTable::slot_DeleteTableItem()
 {
-    // Every pass reads the row ticked first again, so the removals start
-    // there and take the rows that move up into its place.
-    const int passes = m_tickedRows.size();
-    for (int pass = 0; pass < passes; ++pass) {
-        const int row = m_tickedRows.first();
-        if (row < 0 || row >= m_files.size())
-            break;
-        const QFileInfo target = m_files.at(row);
-        m_files.removeAll(target);
+    if (m_running)
+        return;
+    // Exactly the ticked rows go, taken from the bottom up so the rows still
+    // to remove keep their numbers.
+    QList<int> rows = m_tickedRows;
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    for (int i = rows.size() - 1; i >= 0; --i) {
+        const int row = rows.at(i);
+        if (row >= 0 && row < m_files.size())
+            m_files.removeAt(row);
     }
-    m_rowBoxes.clear();
     m_tickedRows.clear();
     rebuildTable();
     slot_setSelectAllCheckBoxState();
-    m_selectAll->setEnabled(!m_files.isEmpty());
-    ui->pushButton_Convert->setEnabled(!m_tickedRows.isEmpty());
+    updateButtons();
 }
 
 void HeicFileTable::slot_AddItem()
 {
-    const QStringList chosen =
-        chooseFiles(m_lastAddedPath.isEmpty() ? QStringLiteral(".") : m_lastAddedPath);
+    const QStringList chosen = chooseFiles(PhotoFiles::startFolder());
     if (chosen.isEmpty())
         return;
+    addFiles(chosen.toVector());
+}
 
-    for (const QString& path : chosen) {
-        const QFileInfo info(path);
-        // A path that vanished between the dialog and here is left out; it
-        // gets no row, so it cannot take over the row of the file before it.
-        if (!info.exists())
-            continue;
-        m_files.append(info);
-        m_lastAddedPath = info.absoluteFilePath();
-        ui->tableWidget->setRowCount(m_files.size());
-        fillRow(m_files.size() - 1, info);
-    }
+void HeicFileTable::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!m_running && event->mimeData()->hasUrls())
+        event->acceptProposedAction();
+}
 
-    showTotals();
+void HeicFileTable::dropEvent(QDropEvent* event)
+{
+    int leftOut = 0;
+    const QStringList photos = PhotoFiles::heifPaths(event->mimeData()->urls(), &leftOut);
+    event->acceptProposedAction();
+    addFiles(photos.toVector());
+    tellLeftOut(leftOut);
+}
 
-    if (!m_files.isEmpty()) {
-        m_selectAll->setEnabled(true);
-        ui->pushButton_Convert->setEnabled(true);
-        ui->pushButton_Clear->setEnabled(true);
-        slot_setSelectAllCheckBoxState();
-    } else {
-        ui->pushButton_Convert->setEnabled(false);
-        ui->pushButton_Clear->setEnabled(false);
-    }
+void HeicFileTable::tellLeftOut(int leftOut)
+{
+    if (leftOut <= 0)
+        return;
+    // Not from inside the drop: the file manager waits for the drop to end.
+    QPointer<HeicFileTable> self(this);
+    QTimer::singleShot(0, this, [self, leftOut] {
+        if (!self)
+            return;
+        VNMessageBox box(PhotoFiles::leftOutText(leftOut), VNMessageBox::defaultTitle(),
+                         VNMessageBox::Ok, self);
+        self->runModal(&box);
+    });
 }
 
 void HeicFileTable::slot_setAllCheckBoxState(int State, int nIndex)
@@ -343,10 +431,7 @@ void HeicFileTable::slot_setAllCheckBoxState(int State, int nIndex)
     // there, so a settled state switches the third state off.
     if (State != Qt::PartiallyChecked)
         m_selectAll->setTristateOff();
-
-    const bool any = !m_tickedRows.isEmpty();
-    ui->pushButton_Convert->setEnabled(any);
-    ui->pushButton_Delete->setEnabled(any);
+    updateButtons();
 }
 
 void HeicFileTable::slot_setSelectAllCheckBoxState()
@@ -358,30 +443,27 @@ void HeicFileTable::slot_setSelectAllCheckBoxState()
             ++checked;
     }
 
+    // The header box says what the rows hold; its own signal must not tick
+    // or untick them in turn.
+    const QSignalBlocker quiet(m_selectAll);
     if (checked == boxes.size() && checked != 0) {
         m_selectAll->setCheckState(Qt::Checked);
-        ui->pushButton_Delete->setEnabled(true);
-        ui->pushButton_Clear->setEnabled(true);
     } else if (checked >= 1 && checked <= boxes.size() - 1) {
         m_selectAll->setCheckState(Qt::PartiallyChecked);
     } else {
         m_selectAll->setCheckState(Qt::Unchecked);
     }
 
-    if (!m_tickedRows.isEmpty()) {
-        ui->pushButton_Delete->setEnabled(true);
-        ui->pushButton_Clear->setEnabled(true);
-        ui->pushButton_Convert->setEnabled(true);
-    } else {
-        ui->pushButton_Convert->setEnabled(false);
-        ui->pushButton_Delete->setEnabled(false);
-    }
+    updateButtons();
 }
 
 void HeicFileTable::slot_BatchConvert()
 {
+    if (m_running || m_tickedRows.isEmpty())
+        return;
     auto* dialog = new ConvertsionSet(this);
     m_settings = dialog;
+    dialog->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
     connect(dialog, SIGNAL(signal_SendSavePath(QString)), this, SLOT(slot_SavePath(QString)));
     connect(dialog, SIGNAL(signal_SetConvertQuality(int)), this, SLOT(slot_ConvertQuality(int)));
     connect(dialog, SIGNAL(signal_Convert()), this, SLOT(slot_StartConvert()));
@@ -397,6 +479,9 @@ void HeicFileTable::slot_BatchConvert()
 void HeicFileTable::slot_SavePath(QString strPath)
 {
     m_savePath = strPath;
+    PhotoFiles::rememberFolder(strPath);
+    if (m_settings)
+        m_settings->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
 }
 
 void HeicFileTable::slot_ConvertQuality(int nValue)
@@ -411,27 +496,43 @@ void HeicFileTable::slot_StartConvert()
         m_settings->deleteLater();
         m_settings = nullptr;
     }
+    if (m_running)
+        return;
 
-    // Paths go in the order the rows were ticked. Paths a cancelled run left
-    // in the queue stay ahead of them and are converted first.
+    // A run converts exactly the rows ticked for it, in tick order, into its
+    // own folder; nothing a cancelled run left over may join it.
+    WorkQueue::global().clear();
+    QStringList sources;
     for (int row : qAsConst(m_tickedRows)) {
-        if (row < 0 || row >= m_files.size())
-            continue;
-        const QString path = m_files.at(row).filePath();
-        m_queuedPaths.append(path);
-        WorkQueue::global().put(path);
+        if (row >= 0 && row < m_files.size() && !sources.contains(m_files.at(row).filePath()))
+            sources << m_files.at(row).filePath();
+    }
+    m_runFolder = OutputNaming::openFolderPath(m_savePath);
+    const QStringList targets = OutputNaming::runTargets(m_runFolder, sources);
+    for (int i = 0; i < sources.size(); ++i) {
+        m_queuedPaths.append(sources.at(i));
+        WorkQueue::global().put(ConvertJob{sources.at(i), targets.at(i)});
     }
 
-    // A worker still running here was told to stop by the previous run's end
-    // or cancel and is finishing the one file it holds. Waiting for it (at
-    // most that one file) lets every run start four workers with its own
-    // settings, instead of writing settings under a thread that reads them.
+    // A worker still running here is finishing the one file it held when
+    // the previous run ended. Waiting for it (at most that one file) lets
+    // every run start four workers with its own settings.
     for (ConvertThread* worker : m_workers) {
         if (worker->isRunning()) {
             worker->setStopFlag(true);
             worker->wait();
         }
     }
+    {
+        QMutexLocker locker(&m_countLock);
+        m_successCount = 0;
+    }
+    m_runFailures.clear();
+    m_runTotal = sources.size();
+    m_running = true;
+    m_cancelling = false;
+    updateButtons();
+
     for (ConvertThread* worker : m_workers)
         worker->setDecoder(m_decoder);
     for (ConvertThread* worker : m_workers)
@@ -446,12 +547,12 @@ void HeicFileTable::slot_StartConvert()
         worker->start(QThread::InheritPriority);
 
     if (m_progress) {
-        runModal(m_progress);
-        return;
+        m_progress->deleteLater();
+        m_progress = nullptr;
     }
-
     auto* dialog = new BatchConvertProgress(this);
     m_progress = dialog;
+    dialog->setProgress(0, BatchRules::progressText(0, m_runTotal));
     connect(dialog, SIGNAL(signal_CancelConvert()), this, SLOT(slot_StopConvert()));
     connect(dialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
     QPointer<BatchConvertProgress> shown(dialog);
@@ -471,32 +572,82 @@ void HeicFileTable::slot_ConvertProgress()
     emit signal_ConvertSuccessCount(m_successCount);
 }
 
+void HeicFileTable::slot_ConvertFailed(const QString& source, const QString& reason)
+{
+    m_runFailures.append(qMakePair(source, reason));
+    countDone();
+}
+
 void HeicFileTable::slot_SetConvertProgress(int nCurProgress)
 {
-    // The total is read now, not when the run started.
-    const int total = m_tickedRows.size();
-    const QString text = BatchRules::progressText(nCurProgress, total);
-    if (m_progress)
-        m_progress->setProgress(BatchRules::progressPercent(nCurProgress, total), text);
-    if (nCurProgress == total)
+    Q_UNUSED(nCurProgress)
+    countDone();
+}
+
+void HeicFileTable::countDone()
+{
+    if (!m_running)
+        return;
+    // Every photo ends converted or failed; both move the bar.
+    const int done = m_successCount + m_runFailures.size();
+    if (m_progress && !m_cancelling)
+        m_progress->setProgress(BatchRules::progressPercent(done, m_runTotal),
+                                BatchRules::progressText(done, m_runTotal));
+    if (done >= m_runTotal && !m_cancelling)
         emit signal_ConvertSuccessAll();
+}
+
+void HeicFileTable::slot_WorkerFinished()
+{
+    // A run ends on its count (every job reports exactly once); only a
+    // cancelled run ends on its workers, once the photos in hand are done.
+    if (!m_cancelling)
+        return;
+    for (ConvertThread* worker : m_workers) {
+        if (worker->isRunning())
+            return;
+    }
+    finishCancel();
 }
 
 void HeicFileTable::slot_StopConvert()
 {
-    for (ConvertThread* worker : m_workers) {
-        if (worker->isRunning())
-            worker->setStopFlag(true);
-    }
+    if (!m_running || m_cancelling)
+        return;
+    m_cancelling = true;
+    // Nothing not yet taken is converted; the photos in hand finish (whole
+    // or not at all) and are counted before the notice is shown.
+    WorkQueue::global().clear();
+    for (ConvertThread* worker : m_workers)
+        worker->setStopFlag(true);
+    if (m_progress)
+        m_progress->setCancelling();
+    slot_WorkerFinished();
+}
+
+void HeicFileTable::finishCancel()
+{
+    if (m_finishingCancel)
+        return;
+    // The last reports of the workers may still wait in the event queue
+    // behind an earlier "finished"; count them before telling the total.
+    m_finishingCancel = true;
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    m_finishingCancel = false;
+    m_cancelling = false;
+    m_running = false;
     if (m_progress) {
         m_progress->hide();
         m_progress->deleteLater();
         m_progress = nullptr;
     }
+    updateButtons();
+    refreshMissing();
     if (!m_stopTip) {
         m_stopTip = new TipDialog(this);
         m_stopTip->setConvertCancelledTip();
         m_stopTip->setConvertedCount(m_successCount);
+        m_stopTip->setDetailText(BatchRules::cancelDetailText(m_runFailures.size(), m_runFolder));
         connect(m_stopTip, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
     }
     TipDialog* tip = m_stopTip;
@@ -508,20 +659,24 @@ void HeicFileTable::slot_StopConvert()
 
 void HeicFileTable::slot_ConvertSuccess()
 {
+    if (!m_running)
+        return;
+    m_running = false;
     if (m_progress)
-        m_progress->setFinished(m_successCount);
-    m_successCount = 0;
+        m_progress->setFinished(m_successCount, m_runFailures, m_runFolder);
     m_progress = nullptr;
     for (ConvertThread* worker : m_workers)
         worker->setStopFlag(true);
+    updateButtons();
+    refreshMissing();
 }
 
 void HeicFileTable::slot_OpenFolder()
 {
-    const QString folder = OutputNaming::openFolderPath(m_savePath);
-    m_savePath = folder;
+    const QString folder = m_runFolder.isEmpty() ? OutputNaming::openFolderPath(m_savePath)
+                                                 : m_runFolder;
     showFolder(folder);
-    if (m_progress) {
+    if (m_progress && !m_running) {
         m_progress->close();
         m_progress->deleteLater();
         m_progress = nullptr;

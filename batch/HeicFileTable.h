@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QList>
 #include <QMutex>
+#include <QPair>
 #include <QPointer>
 #include <QStringList>
 #include <QVector>
@@ -38,8 +39,9 @@ public:
     explicit HeicFileTable(QWidget* parent = nullptr);
     ~HeicFileTable() override;
 
-    // Adds the paths that exist and rebuilds the table.
-    void addFiles(const QVector<QString>& paths);
+    // Adds the paths that exist and are not in the table yet, ticked, and
+    // returns how many were added.
+    int addFiles(const QVector<QString>& paths);
     // Ignored when null, so a missing library never replaces a bound one.
     void setDecoder(Heif2JpgFn decoder);
 
@@ -50,6 +52,14 @@ public:
     QString savePath() const { return m_savePath; }
     int quality() const { return m_quality; }
     int successCount() const { return m_successCount; }
+    // The run in progress (or the last one): photos it holds, its failures
+    // (source, reason) and the folder its JPEGs go to.
+    bool isRunning() const { return m_running; }
+    int runTotal() const { return m_runTotal; }
+    const QVector<QPair<QString, QString>>& runFailures() const { return m_runFailures; }
+    QString runFolder() const { return m_runFolder; }
+    // Rows whose file is no longer on disk, as last checked.
+    bool isMissing(int row) const;
     BatchConvertProgress* progressDialog() const { return m_progress; }
     ConvertsionSet* settingsDialog() const { return m_settings; }
     ConvertThread* worker(int i) const { return m_workers.at(size_t(i)); }
@@ -76,8 +86,14 @@ public slots:
     void slot_StopConvert();
     void slot_ConvertSuccess();
     void slot_OpenFolder();
+    void slot_ConvertFailed(const QString& source, const QString& reason);
+    void slot_WorkerFinished();
 
 protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    bool event(QEvent* event) override;
+
     // The places where the page waits for the user or hands off to the
     // system. Tests replace them so they need no real dialog or file manager.
     virtual QStringList chooseFiles(const QString& startLocation);
@@ -89,6 +105,11 @@ private:
     void fillRow(int row, const QFileInfo& info);
     void rebuildTable();
     void showTotals();
+    void updateButtons();
+    void refreshMissing();
+    void countDone();
+    void finishCancel();
+    void tellLeftOut(int leftOut);
     QList<VNStyleCheckBox*> liveRowBoxes() const;
     void stopWorkersAndWait();
 
@@ -113,6 +134,13 @@ private:
     BatchConvertProgress* m_progress = nullptr;
     QMutex m_countLock;
     TipDialog* m_stopTip = nullptr;
+
+    bool m_running = false;
+    bool m_cancelling = false;
+    bool m_finishingCancel = false;
+    int m_runTotal = 0;
+    QVector<QPair<QString, QString>> m_runFailures;
+    QString m_runFolder;
 
     QString m_lastAddedPath;
 };

@@ -1,6 +1,7 @@
 #include "OutputNaming.h"
 
 #include <QFileInfo>
+#include <QSet>
 #include <QStandardPaths>
 
 namespace {
@@ -63,6 +64,44 @@ QString OutputNaming::outputFileName(const QString& fileName)
     name.replace(QStringLiteral(".HEIC"), QStringLiteral(".jpg"), Qt::CaseSensitive);
     name.replace(QStringLiteral(".heic"), QStringLiteral(".jpg"), Qt::CaseSensitive);
     return name;
+}
+
+QString OutputNaming::jpegFileName(const QString& fileName)
+{
+    QString name = outputFileName(fileName);
+    for (const char* ending : {".heic", ".heif", ".hif"}) {
+        const QLatin1String heif(ending);
+        if (name.endsWith(heif, Qt::CaseInsensitive)) {
+            name.chop(heif.size());
+            name += QStringLiteral(".jpg");
+            break;
+        }
+    }
+    return name;
+}
+
+QStringList OutputNaming::runTargets(const QString& folder, const QStringList& sources)
+{
+    QStringList targets;
+    targets.reserve(sources.size());
+    QSet<QString> taken;
+    QString base = folder;
+    while (base.endsWith(QLatin1Char('/')) && base.size() > 1)
+        base.chop(1);
+    for (const QString& source : sources) {
+        const QString name = jpegFileName(QFileInfo(source).fileName());
+        QString candidate = name;
+        if (taken.contains(candidate.toLower())) {
+            const int dot = name.lastIndexOf(QLatin1Char('.'));
+            const QString stem = dot > 0 ? name.left(dot) : name;
+            const QString ending = dot > 0 ? name.mid(dot) : QString();
+            for (int n = 2; taken.contains(candidate.toLower()); ++n)
+                candidate = stem + QStringLiteral(" (%1)").arg(n) + ending;
+        }
+        taken.insert(candidate.toLower());
+        targets << base + QLatin1Char('/') + candidate;
+    }
+    return targets;
 }
 
 QString OutputNaming::targetPath(const QString& folder, const QString& sourcePath)

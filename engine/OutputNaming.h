@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 // Where converted files go and what they are called. Pure functions, shared
 // by the batch workers, the preview page and the command-line converter.
@@ -34,6 +35,17 @@ public:
     // ".HEIC" and then ".heic" replaced by ".jpg" everywhere in the name,
     // case-sensitively: "a.HEIC.heic" gives "a.jpg.jpg", "b.Heic" stays.
     static QString outputFileName(const QString& fileName);
+
+    // The desktop program's JPEG name: outputFileName(), and when that still
+    // ends in a HEIF ending of another spelling (".Heic", ".heif", ".HIF"),
+    // that ending becomes ".jpg", so no JPEG is written under a photo's name.
+    static QString jpegFileName(const QString& fileName);
+
+    // The JPEG paths of one run, in the order of `sources`, all in `folder`.
+    // A name already taken by an earlier photo of the same run gets " (2)",
+    // " (3)"... before ".jpg", so no photo of a run replaces another. Names
+    // are compared without regard to case, as on Windows and macOS disks.
+    static QStringList runTargets(const QString& folder, const QStringList& sources);
 
     // folder + "/" + the output name of the source's file name, exactly as
     // written (a folder ending in "/" gives a doubled separator).

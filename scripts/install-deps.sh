@@ -7,7 +7,7 @@ packages=(
   build-essential cmake pkg-config ninja-build
   qtbase5-dev qtbase5-dev-tools libqt5svg5-dev
   libheif-dev libheif-examples libde265-dev libx265-dev
-  libjpeg62-turbo-dev libturbojpeg0-dev liblcms2-dev
+  libjpeg62-turbo-dev libturbojpeg0-dev liblcms2-dev libexif-dev
   xvfb xauth libimage-exiftool-perl libvips-tools time
   fonts-open-sans
 )

@@ -1,17 +1,19 @@
 #include "PreviewHEIC.h"
 #include "ui_PreviewHEIC.h"
 
+#include "AtomicFileWriter.h"
 #include "OutputNaming.h"
+#include "PhotoFiles.h"
 #include "Platform.h"
 #include "SingleConverting.h"
 #include "StyleHelpers.h"
+#include "VNMessageBox.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QEvent>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 namespace {
@@ -53,6 +55,7 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
         QStringLiteral("QPushButton{color:#3598fe;border:none;background:transparent;}"
                        "QPushButton:hover{text-decoration:underline;}"));
     ui->pushButton_SelectFolder->setFont(m_skin.font(0));
+    ui->label_SaveFolder->setFont(m_skin.font(0));
     ui->pushButton_Convert->setFont(m_skin.font(16));
 
     ui->Slider_PhotoQuality->setStyleSheet(QString::fromLatin1(kSliderStyle));
@@ -72,9 +75,12 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     connect(ui->pushButton_PhotoInfo, SIGNAL(clicked()), this, SLOT(slot_PhotoInfo()));
     connect(ui->pushButton_SelectFolder, SIGNAL(clicked()), this, SLOT(slot_SelectSaveFolder()));
     connect(ui->Slider_PhotoQuality, SIGNAL(valueChanged(int)), this, SLOT(setChangeQuality(int)));
-    connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Preview()));
+    connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Convert()));
 
     gatherDetails();
+    showSaveFolder();
+    // Nothing to convert until the photo has been read.
+    ui->pushButton_Convert->setEnabled(false);
 }
 
 PreviewHEIC::~PreviewHEIC()
@@ -103,8 +109,13 @@ QString PreviewHEIC::sizeText(qint64 bytes)
     return QString::number(bytes / 1024.0 / 1024.0, 'f', 2) + QStringLiteral("MB");
 }
 
-QString PreviewHEIC::createdDateText(const QFileInfo& info)
+QString PreviewHEIC::createdDateText(const QFileInfo& info, const QByteArray& jpeg)
 {
+    // The moment the photo was taken, when it says so; copies and downloads
+    // give the file itself a much later date.
+    const QDateTime taken = PhotoFiles::captureDate(jpeg);
+    if (taken.isValid())
+        return taken.toString(QStringLiteral("MM-dd-yyyy"));
     // Most Linux file systems report no birth time through Qt; the last
     // change of the contents is then the closest thing to "created".
     QDateTime created = info.birthTime();
@@ -139,7 +150,47 @@ void PreviewHEIC::gatherDetails()
     }
     m_fileName = info.fileName();
     m_fileSize = sizeText(info.size());
-    m_createdDate = createdDateText(info);
+    m_createdDate = createdDateText(info, QByteArray());
+}
+
+void PreviewHEIC::showSaveFolder()
+{
+    const QString folder =
+        QDir::toNativeSeparators(OutputNaming::previewFolder(m_savePath, OutputNaming::desktopFolder()));
+    ui->label_SaveFolder->setText(
+        ui->label_SaveFolder->fontMetrics().elidedText(folder, Qt::ElideMiddle, 330));
+    ui->label_SaveFolder->setToolTip(folder);
+}
+
+void PreviewHEIC::setConverting(bool converting)
+{
+    m_converting = converting;
+    ui->pushButton_Convert->setEnabled(!converting && !m_jpeg.isEmpty());
+    ui->pushButton_Convert->setText(converting ? tr("Converting...") : tr("Convert"));
+    if (converting)
+        setCursor(Qt::BusyCursor);
+    else
+        unsetCursor();
+}
+
+void PreviewHEIC::slot_Convert()
+{
+    // One conversion at a time: a second press while one runs does nothing.
+    if (m_converting || !m_previewShown)
+        return;
+    setConverting(true);
+    slot_Preview();
+}
+
+void PreviewHEIC::showFailure(const QString& title, const QString& reason)
+{
+    VNMessageBox box(reason, title, VNMessageBox::Ok, this);
+    runMessage(&box);
+}
+
+void PreviewHEIC::runMessage(QDialog* box)
+{
+    box->exec();
 }
 
 void PreviewHEIC::slot_Preview()
@@ -170,12 +221,14 @@ void PreviewHEIC::slot_SelectSaveFolder()
         return;
     m_savePath = folder;
     m_lastFolder = folder;
+    PhotoFiles::rememberFolder(folder);
+    showSaveFolder();
 }
 
 QString PreviewHEIC::chooseSaveFolder(const QString& startFolder)
 {
     return QFileDialog::getExistingDirectory(
-        this, tr("Save Path"), startFolder,
+        this, tr("Save Path"), startFolder.isEmpty() ? PhotoFiles::startFolder() : startFolder,
         QFileDialog::ShowDirsOnly | QFileDialog::DontResolveSymlinks);
 }
 
@@ -186,60 +239,83 @@ void PreviewHEIC::slot_PhotoInfo()
 
 void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
 {
-    m_resolution = QString::number(nWidth) + QLatin1Char('*') + QString::number(nHeight);
-    if (auto* thread = qobject_cast<HEICTojpg*>(sender()))
+    QString failure;
+    if (auto* thread = qobject_cast<HEICTojpg*>(sender())) {
         m_jpeg = thread->jpegData();
+        failure = thread->failureReason();
+    }
+    if (image.isNull() || m_jpeg.isEmpty()) {
+        if (failure.isEmpty())
+            failure = tr("the photo could not be decoded");
+        if (m_previewShown) {
+            setConverting(false);
+            showFailure(tr("Conversion Failed"),
+                        tr("%1 was not converted: %2").arg(m_fileName, failure));
+            return;
+        }
+        // The page says what is wrong instead of showing an empty frame.
+        m_failure = failure;
+        m_resolution.clear();
+        ui->label_HEIC->setAlignment(Qt::AlignCenter);
+        ui->label_HEIC->setWordWrap(true);
+        ui->label_HEIC->setStyleSheet(QStringLiteral("color:#e64340;"));
+        ui->label_HEIC->setText(tr("%1 cannot be converted:\n%2")
+                                    .arg(QFileInfo(m_filePath).fileName(), failure));
+        ui->pushButton_Convert->setEnabled(false);
+        return;
+    }
+    m_resolution = QString::number(nWidth) + QLatin1Char('*') + QString::number(nHeight);
 
     if (m_previewShown) {
         slot_SaveJpg();
+        setConverting(false);
         return;
     }
+
+    const QDateTime taken = PhotoFiles::captureDate(m_jpeg);
+    if (taken.isValid())
+        m_createdDate = taken.toString(QStringLiteral("MM-dd-yyyy"));
 
     // Pixmaps belong to the GUI thread; the decode thread hands over a QImage.
     m_image = scaledToFit(QPixmap::fromImage(image), ui->label_HEIC->size());
     ui->label_HEIC->setAlignment(Qt::AlignCenter);
     ui->label_HEIC->setPixmap(m_image);
     m_previewShown = true;
+    ui->pushButton_Convert->setEnabled(true);
 }
 
 void PreviewHEIC::slot_SaveJpg()
 {
-    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    const QString folder = OutputNaming::previewFolder(m_savePath, desktop);
+    const QString folder = OutputNaming::previewFolder(m_savePath, OutputNaming::desktopFolder());
     m_savePath = folder;
-    // Only the last level is made: a chosen folder always exists, and the
-    // desktop is there unless the system is badly broken.
-    if (!QDir(folder).exists())
-        QDir().mkdir(folder);
+    const QString target = folder + QLatin1Char('/') + OutputNaming::jpegFileName(m_fileName);
 
-    m_fileName = OutputNaming::outputFileName(m_fileName);
-    const QString target = folder + QLatin1Char('/') + m_fileName;
-    if (!writeJpeg(target, m_jpeg))
+    QString error;
+    if (m_jpeg.isEmpty()) {
+        error = tr("nothing was decoded");
+    } else {
+        // Made only now that there is a JPEG to put in it; one level, as a
+        // chosen folder always exists.
+        if (!QDir(folder).exists())
+            QDir().mkdir(folder);
+        if (AtomicFileWriter::write(target, m_jpeg, &error,
+                                    QFileInfo(m_filePath).lastModified()))
+            error.clear();
+        else if (error.isEmpty())
+            error = tr("cannot write %1").arg(target);
+    }
+    if (!error.isEmpty()) {
+        qWarning("Convert: %s", qUtf8Printable(error));
+        showFailure(tr("Conversion Failed"),
+                    tr("%1 was not converted: %2").arg(m_fileName, error));
         return;
+    }
     emit signal_JpgSaved(target);
 
     m_convertingDialog = new SingleConverting(this);
+    m_convertingDialog->setSavedPath(target);
     connect(m_convertingDialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
     runConvertingDialog(m_convertingDialog);
-}
-
-bool PreviewHEIC::writeJpeg(const QString& path, const QByteArray& jpeg)
-{
-    if (jpeg.isEmpty()) {
-        qWarning("Convert: nothing decoded from %s, %s not written", qUtf8Printable(m_filePath),
-                 qUtf8Printable(path));
-        return false;
-    }
-    // Written beside the target and renamed over it at the end, so a crash
-    // or a full disk never leaves half a JPEG under the photo's name.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(jpeg) != jpeg.size() || !file.commit()) {
-        qWarning("Convert: cannot write %s: %s", qUtf8Printable(path),
-                 qUtf8Printable(file.errorString()));
-        file.cancelWriting();
-        return false;
-    }
-    return true;
 }
 
 void PreviewHEIC::runConvertingDialog(SingleConverting* dialog)

@@ -15,6 +15,7 @@ namespace Ui {
 class PreviewHEIC;
 }
 
+class QDialog;
 class QFileInfo;
 class SingleConverting;
 
@@ -53,7 +54,11 @@ public:
 
     // The rules behind the texts and the preview, kept apart from the widgets.
     static QString sizeText(qint64 bytes);
-    static QString createdDateText(const QFileInfo& info);
+    // The capture date in the JPEG's EXIF when it has one, else the file's.
+    static QString createdDateText(const QFileInfo& info, const QByteArray& jpeg);
+    // Why the photo cannot be converted; empty while it can.
+    QString failure() const { return m_failure; }
+    bool isConverting() const { return m_converting; }
     // True when the picture is scaled to the box's width, false when to its
     // height (ties go to the height).
     static bool fitsToWidth(const QSize& picture, const QSize& box);
@@ -72,6 +77,7 @@ public slots:
     void slot_PhotoInfo();
     void slot_GetJpgInfo(QImage image, int nWidth, int nHeight);
     void slot_SaveJpg();
+    void slot_Convert();
     void slot_OpenFolder();
 
 protected:
@@ -80,10 +86,13 @@ protected:
     // Seams for tests: the folder dialog and the modal success dialog.
     virtual QString chooseSaveFolder(const QString& startFolder);
     virtual void runConvertingDialog(SingleConverting* dialog);
+    virtual void runMessage(QDialog* box);
 
 private:
     void gatherDetails();
-    bool writeJpeg(const QString& path, const QByteArray& jpeg);
+    void showSaveFolder();
+    void setConverting(bool converting);
+    void showFailure(const QString& title, const QString& reason);
 
     Ui::PreviewHEIC* ui;
     SkinStyle m_skin;
@@ -101,4 +110,6 @@ private:
     QByteArray m_jpeg; // the library's JPEG of the last decode, written by slot_SaveJpg
     SingleConverting* m_convertingDialog = nullptr;
     QString m_lastFolder;
+    QString m_failure;
+    bool m_converting = false;
 };

@@ -1,20 +1,16 @@
 #include "SingalConverterHome.h"
 #include "ui_SingalConverterHome.h"
 
+#include "PhotoFiles.h"
+#include "VNMessageBox.h"
+
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QMimeData>
+#include <QPointer>
+#include <QTimer>
 #include <QUrl>
-
-namespace {
-// Endings are compared on the last five characters, case-sensitively, so a
-// mixed spelling such as ".Heic" never passes.
-QString ending(const QString& path)
-{
-    return path.right(5);
-}
-} // namespace
 
 SingalConverterHome::SingalConverterHome(QWidget* parent)
     : QWidget(parent)
@@ -57,26 +53,12 @@ void SingalConverterHome::setDropTipText(const QString& text)
     ui->label_DropTip->setText(text);
 }
 
-bool SingalConverterHome::singleDropAccepts(const QString& path)
-{
-    const QString end = ending(path);
-    return end == QLatin1String(".HEIC") || end == QLatin1String(".heic");
-}
-
-bool SingalConverterHome::batchDropAccepts(const QString& path)
-{
-    return ending(path) == QLatin1String(".HEIC");
-}
-
-bool SingalConverterHome::singleChooserAccepts(const QString& path)
-{
-    return ending(path) == QLatin1String(".HEIC");
-}
-
 void SingalConverterHome::slot_SelectHEIC()
 {
     if (m_batchMode) {
         const QStringList chosen = chooseHeicFiles();
+        if (!chosen.isEmpty())
+            PhotoFiles::rememberFolder(chosen.last());
         QVector<QString> paths;
         paths.reserve(chosen.size());
         for (const QString& path : chosen)
@@ -88,22 +70,25 @@ void SingalConverterHome::slot_SelectHEIC()
     }
 
     const QString path = chooseHeicFile();
-    if (path.isEmpty() || !singleChooserAccepts(path))
+    if (path.isEmpty())
         return;
+    PhotoFiles::rememberFolder(path);
+    // Whatever the chooser offered goes to the preview, which says plainly
+    // when a file is no photo it can read.
     m_currentFile = path;
     emit signal_ToPreviewView(path);
 }
 
 QStringList SingalConverterHome::chooseHeicFiles()
 {
-    return QFileDialog::getOpenFileNames(this, tr("Choose Images"), QStringLiteral("."),
-                                         tr("Image Files(*.HEIC)"));
+    return QFileDialog::getOpenFileNames(this, tr("Choose Images"), PhotoFiles::startFolder(),
+                                         PhotoFiles::nameFilter());
 }
 
 QString SingalConverterHome::chooseHeicFile()
 {
-    return QFileDialog::getOpenFileName(this, tr("Choose Image"), QStringLiteral("."),
-                                        tr("Image Files(*.HEIC)"));
+    return QFileDialog::getOpenFileName(this, tr("Choose Image"), PhotoFiles::startFolder(),
+                                        PhotoFiles::nameFilter());
 }
 
 void SingalConverterHome::dragEnterEvent(QDragEnterEvent* event)
@@ -123,28 +108,43 @@ void SingalConverterHome::acceptDroppedUrls(const QMimeData* mimeData)
     if (urls.isEmpty())
         return;
 
+    int leftOut = 0;
+    const QStringList photos = PhotoFiles::heifPaths(urls, &leftOut);
     if (!m_batchMode) {
-        // Only the first file counts; the preview shows one photo.
-        const QString path = urls.first().toLocalFile();
-        if (!singleDropAccepts(path))
+        // The preview shows one photo: the first one dropped.
+        if (photos.isEmpty()) {
+            tellLeftOut(leftOut);
             return;
-        m_currentFile = path;
-        emit signal_ToPreviewView(path);
+        }
+        m_currentFile = photos.first();
+        emit signal_ToPreviewView(m_currentFile);
         return;
     }
 
-    // One unsuitable file refuses the whole drop, so the user is not left
-    // guessing which of the dropped files made it into the table.
-    QVector<QString> paths;
-    paths.reserve(urls.size());
-    for (const QUrl& url : urls) {
-        const QString path = url.toLocalFile();
-        if (!batchDropAccepts(path))
+    // The photos are taken; whatever else came with them is named, so the
+    // person is not left guessing why the table is shorter than the drop.
+    tellLeftOut(leftOut);
+    if (photos.isEmpty())
+        return;
+    m_currentFile = photos.last();
+    emit signal_addHeicFile(photos.toVector());
+}
+
+void SingalConverterHome::tellLeftOut(int leftOut)
+{
+    if (leftOut <= 0)
+        return;
+    // Shown once the drop has returned (the file manager waits for it), over
+    // the window, since this page may be gone by then.
+    QPointer<QWidget> window(this->window());
+    QTimer::singleShot(0, window, [window, leftOut] {
+        if (!window)
             return;
-        m_currentFile = path;
-        paths.append(path);
-    }
-    emit signal_addHeicFile(paths);
+        VNMessageBox box(PhotoFiles::leftOutText(leftOut), VNMessageBox::defaultTitle(),
+                         VNMessageBox::Ok, window);
+        box.exec();
+    });
+    emit signal_FilesLeftOut(leftOut);
 }
 
 bool SingalConverterHome::eventFilter(QObject* watched, QEvent* event)

@@ -33,16 +33,11 @@ public:
     // The last path accepted by a drop or the chooser.
     QString currentFile() const { return m_currentFile; }
 
-    // Each place that takes a path has its own idea of a good ending; the
-    // differences are intended (a chooser filtered on *.HEIC never offers
-    // ".heic" on Windows, while Explorer drops keep the file's own case).
-    static bool singleDropAccepts(const QString& path);
-    static bool batchDropAccepts(const QString& path);
-    static bool singleChooserAccepts(const QString& path);
-
 signals:
     void signal_ToPreviewView(QString strFilePath);
     void signal_addHeicFile(QVector<QString> strPath);
+    // A drop held this many files that are not HEIF photos; they were left out.
+    void signal_FilesLeftOut(int count);
 
 public slots:
     void slot_SelectHEIC();
@@ -58,6 +53,7 @@ protected:
 
 private:
     void acceptDroppedUrls(const QMimeData* mimeData);
+    void tellLeftOut(int leftOut);
 
     Ui::SingalConverterHome* ui;
     SkinStyle m_skin;

@@ -1,5 +1,7 @@
 #include "SingleConverting.h"
 #include "ui_SingleConverting.h"
+
+#include <QDir>
 #include "StyleHelpers.h"
 
 #include <QEvent>
@@ -34,6 +36,8 @@ SingleConverting::SingleConverting(QWidget* parent)
 
     ui->progressBar->setValue(100);
     ui->progressBar->setTextVisible(false);
+    ui->label_SavedAs->setFont(m_skin.font(0));
+    ui->label_SavedAs->hide();
 
     connect(ui->pushButton_OpenFolder, SIGNAL(clicked()), this, SLOT(slot_OpenFolder()));
     connect(ui->pushButton_Ok, SIGNAL(clicked()), this, SLOT(slot_Close()));
@@ -42,6 +46,15 @@ SingleConverting::SingleConverting(QWidget* parent)
 SingleConverting::~SingleConverting()
 {
     delete ui;
+}
+
+void SingleConverting::setSavedPath(const QString& path)
+{
+    const QString text = tr("Saved as %1").arg(QDir::toNativeSeparators(path));
+    ui->label_SavedAs->setText(
+        ui->label_SavedAs->fontMetrics().elidedText(text, Qt::ElideMiddle, 420));
+    ui->label_SavedAs->setToolTip(text);
+    ui->label_SavedAs->setVisible(!path.isEmpty());
 }
 
 void SingleConverting::slot_SetProgressValue(int nValue)

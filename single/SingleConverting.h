@@ -20,6 +20,9 @@ public:
     explicit SingleConverting(QWidget* parent = nullptr);
     ~SingleConverting() override;
 
+    // Names the JPEG written, under the success text.
+    void setSavedPath(const QString& path);
+
 signals:
     void signal_OpenFolder();
 

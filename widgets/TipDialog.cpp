@@ -4,6 +4,7 @@
 #include "StyleHelpers.h"
 
 #include <QEvent>
+#include <QLabel>
 #include <QPixmap>
 
 TipDialog::TipDialog(QWidget* parent)
@@ -90,6 +91,20 @@ void TipDialog::setConvertedCount(int count)
     ui->label_SuccessText->setText(QString::number(count)
                                    + QStringLiteral(" files have been successfully converted."));
     ui->pushButton_OK->setText(QStringLiteral("OK"));
+}
+
+void TipDialog::setDetailText(const QString& text)
+{
+    if (!m_detail) {
+        m_detail = new QLabel(this);
+        m_detail->setObjectName(QStringLiteral("label_DetailText"));
+        m_detail->setFont(m_style.font(0));
+        m_detail->setStyleSheet(QStringLiteral("color:#787878"));
+        ui->verticalLayout_3->addWidget(m_detail);
+    }
+    m_detail->setText(m_detail->fontMetrics().elidedText(text, Qt::ElideMiddle, 360));
+    m_detail->setToolTip(text);
+    m_detail->setVisible(!text.isEmpty());
 }
 
 void TipDialog::setQuitTip()

@@ -27,6 +27,9 @@ public:
     void setConvertCancelledTip();
     // The count shown under "Conversion Cancelled!"; the right button becomes "OK".
     void setConvertedCount(int count);
+    // A smaller grey line under the texts (where the files went, what failed);
+    // long texts are shortened in the middle, the whole text is the tooltip.
+    void setDetailText(const QString& text);
     // "Are you sure to quit the program?": Yes emits signal_ExitApp() and closes.
     void setQuitTip();
 
@@ -53,4 +56,5 @@ private:
     ShadowFrame m_shadow;
     SkinStyle m_style;
     int m_convertedCount = 0;
+    class QLabel* m_detail = nullptr;
 };
