@@ -79,6 +79,7 @@ HeicFileTable::~HeicFileTable()
     // A QThread destroyed while it runs takes the process down, and a worker
     // may be half way through a file. Each one finishes the file it holds
     // (written whole or not at all) and then sees the flag.
+    WorkQueue::global().clear();
     stopWorkersAndWait();
     delete ui;
 }

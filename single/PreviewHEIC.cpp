@@ -244,7 +244,7 @@ void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
         m_jpeg = thread->jpegData();
         failure = thread->failureReason();
     }
-    if (image.isNull() || m_jpeg.isEmpty()) {
+    if (image.isNull()) {
         if (failure.isEmpty())
             failure = tr("the photo could not be decoded");
         if (m_previewShown) {

@@ -53,6 +53,13 @@ protected:
         return folderAnswer;
     }
     void runConvertingDialog(SingleConverting*) override { ++dialogsRun; }
+    void runMessage(QDialog* box) override
+    {
+        messages << box->findChild<QLabel*>("label")->text();
+    }
+
+public:
+    QStringList messages;
 };
 
 QLabel* previewLabel(QWidget* page)
@@ -113,6 +120,7 @@ private slots:
     void previewAndConvertAtBothQualities();
     void defaultFolderIsVantoraOnTheDesktop();
     void unwritableTargetLeavesNothing();
+    void unreadablePhotoIsNamedWithTheReason();
     void destroyedWhileDecoding();
 
 private:
@@ -235,6 +243,12 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     const QString heic = writeHeic("quadrants.HEIC", grainyQuadrants(640, 480), options);
     if (heic.isEmpty())
         QSKIP("libheif has no HEVC encoder here");
+    const QDateTime copied(QDate(2024, 2, 3), QTime(4, 5, 6));
+    {
+        QFile source(heic);
+        QVERIFY(source.open(QIODevice::ReadWrite));
+        QVERIFY(source.setFileTime(copied, QFileDevice::FileModificationTime));
+    }
 
     ScriptedPreview page(heic);
     page.setDecoderEntry(m_decoder);
@@ -255,6 +269,8 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     QCOMPARE(info.count(), 2);
     QVERIFY(info.at(0).at(3).toString().isEmpty());
     QCOMPARE(info.at(1).at(3).toString(), QString("640*480"));
+    // Once read, the date is when the photo was taken, not when it was copied.
+    QCOMPARE(info.at(1).at(1).toString(), QString("06-01-2021"));
 
     const QString jpg = out + "/Vantora/quadrants.jpg";
     QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
@@ -291,6 +307,8 @@ void TestPreviewHEIC::previewAndConvertAtBothQualities()
     const QColor bottomRight = written.pixelColor(600, 440);
     QVERIFY(topLeft.red() > 200 && topLeft.green() < 60 && topLeft.blue() < 60);
     QVERIFY(bottomRight.red() > 200 && bottomRight.green() > 200 && bottomRight.blue() > 200);
+    // The JPEG sorts with its photo in a library.
+    QCOMPARE(QFileInfo(jpg).lastModified(), copied);
     // Nothing but the one JPEG in the output folder: no temporary left over.
     QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden),
              QStringList{"quadrants.jpg"});
@@ -340,7 +358,34 @@ void TestPreviewHEIC::unwritableTargetLeavesNothing()
     QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
     QCOMPARE(saved.count(), 0);
     QCOMPARE(page.dialogsRun, 0);
+    // The person is told, naming the photo; Convert is ready to try again.
+    QCOMPARE(page.messages.size(), 1);
+    QVERIFY2(page.messages.first().contains("blocked.HEIC"), qPrintable(page.messages.first()));
+    QVERIFY(page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
     QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
+}
+
+void TestPreviewHEIC::unreadablePhotoIsNamedWithTheReason()
+{
+    REQUIRE_DECODER();
+    for (const QByteArray& content : {QByteArray("not a photo at all"), QByteArray()}) {
+        const QString path = m_work.filePath("broken.heic");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.close();
+        ScriptedPreview page(path);
+        page.setDecoderEntry(m_decoder);
+        page.slot_Preview();
+        QTRY_VERIFY_WITH_TIMEOUT(!page.failure().isEmpty(), 20000);
+        QVERIFY(!page.isPreviewShown());
+        QVERIFY(previewLabel(&page)->text().contains("broken.heic"));
+        QVERIFY(previewLabel(&page)->text().contains(page.failure()));
+        QVERIFY(!page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
+        QVERIFY(page.resolution().isEmpty());
+        page.slot_Convert(); // does nothing
+        QCOMPARE(page.dialogsRun, 0);
+    }
 }
 
 void TestPreviewHEIC::destroyedWhileDecoding()
