@@ -103,6 +103,7 @@ void BatchConvertProgress::setFinished(int count, const QVector<QPair<QString, Q
 void BatchConvertProgress::setCancelling()
 {
     ui->pushButton_Cancel->setEnabled(false);
+    ui->pushButton_Cancel->hide();
     ui->label_Converting->setText(tr("Cancelling: finishing the photos in hand..."));
     ui->label_Progress->hide();
     ui->label_files->hide();

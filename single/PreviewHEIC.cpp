@@ -66,7 +66,8 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
                                            skinDir + "/Button/button100_pressing.png", QString());
     ui->pushButton_Convert->setImages(skinDir + "/Button/big_button_normal.png",
                                       skinDir + "/Button/big_button_hover.png",
-                                      skinDir + "/Button/big_button_pressing.png", QString());
+                                      skinDir + "/Button/big_button_pressing.png",
+                                      skinDir + "/Button/big_button_disable.png");
 
     ui->Slider_PhotoQuality->setValue(100);
     ui->pushButton_SelectFolder->setAttribute(Qt::WA_Hover);
@@ -294,10 +295,9 @@ void PreviewHEIC::slot_SaveJpg()
     if (m_jpeg.isEmpty()) {
         error = tr("nothing was decoded");
     } else {
-        // Made only now that there is a JPEG to put in it; one level, as a
-        // chosen folder always exists.
-        if (!QDir(folder).exists())
-            QDir().mkdir(folder);
+        // Made only now that there is a JPEG to put in it, with its parents:
+        // a new account may have no desktop folder yet.
+        QDir().mkpath(folder);
         if (AtomicFileWriter::write(target, m_jpeg, &error,
                                     QFileInfo(m_filePath).lastModified()))
             error.clear();
