@@ -158,10 +158,7 @@ void HeicFileTable::fillRow(int row, const QFileInfo& info)
     table->setItem(row, 2, textItem(BatchRules::megabytesText(double(info.size()))));
     table->setItem(row, 3, textItem(info.filePath()));
     if (!info.exists()) {
-        QTableWidgetItem* size = textItem(tr("Missing"));
-        size->setForeground(QColor(0xe6, 0x43, 0x40));
-        size->setToolTip(tr("This file is no longer on disk."));
-        table->setItem(row, 2, size);
+        table->setItem(row, 2, missingItem());
     }
 
     const QString skin = m_skin.skinDir();
@@ -201,6 +198,14 @@ void HeicFileTable::updateButtons()
     m_selectAll->setEnabled(any);
 }
 
+QTableWidgetItem* HeicFileTable::missingItem() const
+{
+    QTableWidgetItem* size = textItem(tr("Missing"));
+    size->setForeground(QColor(0xe6, 0x43, 0x40));
+    size->setToolTip(tr("This file is no longer on disk."));
+    return size;
+}
+
 bool HeicFileTable::isMissing(int row) const
 {
     const QTableWidgetItem* size = ui->tableWidget->item(row, 2);
@@ -217,10 +222,7 @@ void HeicFileTable::refreshMissing()
         if (current.exists()) {
             table->setItem(row, 2, textItem(BatchRules::megabytesText(double(current.size()))));
         } else {
-            QTableWidgetItem* size = textItem(tr("Missing"));
-            size->setForeground(QColor(0xe6, 0x43, 0x40));
-            size->setToolTip(tr("This file is no longer on disk."));
-            table->setItem(row, 2, size);
+            table->setItem(row, 2, missingItem());
         }
     }
     showTotals();

@@ -18,6 +18,7 @@ class BatchConvertProgress;
 class ConvertThread;
 class ConvertsionSet;
 class QDialog;
+class QTableWidgetItem;
 class TipDialog;
 class VNStyleCheckBox;
 
@@ -107,6 +108,8 @@ private:
     void showTotals();
     void updateButtons();
     void refreshMissing();
+    // The size cell of a row whose file has gone.
+    QTableWidgetItem* missingItem() const;
     void countDone();
     void finishCancel();
     void tellLeftOut(int leftOut);
