@@ -9,7 +9,6 @@ class BatchRulesTest : public QObject
 private slots:
     void sizeTexts_data();
     void sizeTexts();
-    void countAndClearedTexts();
     void progress_data();
     void progress();
     void removeTickedRow_data();
@@ -34,14 +33,6 @@ void BatchRulesTest::sizeTexts()
     QCOMPARE(BatchRules::megabytesText(bytes), text);
 }
 
-void BatchRulesTest::countAndClearedTexts()
-{
-    QCOMPARE(BatchRules::fileCountText(40), QStringLiteral("40 File(s), "));
-    // The cleared size has a blank the filled one has not.
-    QCOMPARE(BatchRules::clearedCountText(), QStringLiteral("0 File(s), "));
-    QCOMPARE(BatchRules::clearedSizeText(), QStringLiteral("0 MB"));
-}
-
 void BatchRulesTest::progress_data()
 {
     QTest::addColumn<int>("done");
@@ -54,7 +45,6 @@ void BatchRulesTest::progress_data()
     QTest::newRow("29 of 100 falls short") << 29 << 100 << "29/100" << 28;
     QTest::newRow("57 of 100 falls short") << 57 << 100 << "57/100" << 56;
     QTest::newRow("nothing ticked") << 2 << 0 << "2/0" << 0;
-    QTest::newRow("carried-over count beyond total") << 6 << 4 << "6/4" << 150;
 }
 
 void BatchRulesTest::progress()
