@@ -65,6 +65,16 @@ QString OutputNaming::outputFileName(const QString& fileName)
     return name;
 }
 
+QString OutputNaming::jpegFileName(const QString& fileName)
+{
+    for (const char* ending : {".heic", ".heif", ".hif"}) {
+        const QLatin1String suffix(ending);
+        if (fileName.size() > suffix.size() && fileName.endsWith(suffix, Qt::CaseInsensitive))
+            return fileName.left(fileName.size() - suffix.size()) + QStringLiteral(".jpg");
+    }
+    return fileName + QStringLiteral(".jpg");
+}
+
 QString OutputNaming::targetPath(const QString& folder, const QString& sourcePath)
 {
     return folder + QLatin1Char('/') + outputFileName(QFileInfo(sourcePath).fileName());

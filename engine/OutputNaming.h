@@ -35,6 +35,12 @@ public:
     // case-sensitively: "a.HEIC.heic" gives "a.jpg.jpg", "b.Heic" stays.
     static QString outputFileName(const QString& fileName);
 
+    // The command-line converter's name: a HEIF ending (".heic", ".heif",
+    // ".hif", any case) replaced by ".jpg", any other name with ".jpg"
+    // added, so the JPEG never keeps a photo's name: "IMG_1.HIF" gives
+    // "IMG_1.jpg", "scan" gives "scan.jpg".
+    static QString jpegFileName(const QString& fileName);
+
     // folder + "/" + the output name of the source's file name, exactly as
     // written (a folder ending in "/" gives a doubled separator).
     static QString targetPath(const QString& folder, const QString& sourcePath);
