@@ -227,7 +227,11 @@ bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QStri
         return false;
     }
 
-    bool ok = writeAll(fd, bytes.constData(), size_t(bytes.size())) && ::fchmod(fd, mode) == 0;
+    bool ok = writeAll(fd, bytes.constData(), size_t(bytes.size()));
+    // Best effort: FAT and exFAT cards refuse permissions (EPERM), and the
+    // JPEG is still wanted there.
+    if (ok)
+        (void)::fchmod(fd, mode);
     if (ok && modified.isValid()) {
         // Set on the complete file, so the rename publishes it with its date.
         const qint64 ms = modified.toMSecsSinceEpoch();
