@@ -1,7 +1,9 @@
 #include "BatchConverter.h"
 
+#include "AtomicFileWriter.h"
 #include "ConvertThread.h"
-#include "WorkQueue.h"
+
+#include <cerrno>
 
 #include <QEventLoop>
 
@@ -21,9 +23,19 @@ BatchConverter::~BatchConverter()
 BatchConverter::Result BatchConverter::convert(const QStringList& sources, const QString& savePath,
                                                int quality, int jobs)
 {
+    QVector<ConvertJob> work;
+    for (const QString& source : sources)
+        work.append({source, QString()});
+    return convert(work, quality, jobs, savePath);
+}
+
+BatchConverter::Result BatchConverter::convert(const QVector<ConvertJob>& work, int quality, int jobs,
+                                               const QString& savePath)
+{
     Q_ASSERT(!isRunning());
     m_result = Result();
     m_reported.clear();
+    m_diskFull.store(false);
     jobs = qMax(1, jobs);
 
     while (int(m_workers.size()) < jobs) {
@@ -36,13 +48,17 @@ BatchConverter::Result BatchConverter::convert(const QStringList& sources, const
         connect(worker.get(), &ConvertThread::signal_FileFailed, this,
                 &BatchConverter::workerFailed);
         connect(worker.get(), &QThread::finished, this, &BatchConverter::workerFinished);
+        // Direct: runs on the worker's thread before it takes its next job.
+        connect(worker.get(), &ConvertThread::signal_FileFailed, this,
+                [this](const QString&, const QString& reason) { workerFailedHere(reason); },
+                Qt::DirectConnection);
         m_workers.push_back(std::move(worker));
     }
 
     // Every put happens before any worker starts, so no worker sees an empty
     // queue (and ends) while the list is still going in.
-    for (const QString& source : sources)
-        WorkQueue::global().put(source);
+    for (const ConvertJob& job : work)
+        WorkQueue::global().put(job);
 
     QEventLoop loop;
     m_loop = &loop;
@@ -67,9 +83,10 @@ BatchConverter::Result BatchConverter::convert(const QStringList& sources, const
 
     if (m_result.stopped)
         WorkQueue::global().clear();
-    for (const QString& source : sources)
-        if (!m_reported.contains(source))
-            m_result.notStarted << source;
+    m_result.diskFull = m_diskFull.load();
+    for (const ConvertJob& job : work)
+        if (!m_reported.contains(job.source))
+            m_result.notStarted << job.source;
     return m_result;
 }
 
@@ -94,6 +111,13 @@ void BatchConverter::workerFailed(const QString& source, const QString& reason)
     m_reported.insert(source);
     m_result.failed.append({source, reason});
     emit fileFailed(source, reason);
+}
+
+void BatchConverter::workerFailedHere(const QString& reason)
+{
+    static const QString noSpace = AtomicFileWriter::reason(ENOSPC);
+    if (reason.endsWith(noSpace) && !m_diskFull.exchange(true))
+        WorkQueue::global().clear();
 }
 
 void BatchConverter::workerFinished()

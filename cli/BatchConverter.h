@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Heif2JpgFn.h"
+#include "WorkQueue.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -8,6 +9,7 @@
 #include <QStringList>
 #include <QVector>
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -17,6 +19,11 @@ class QEventLoop;
 // Runs one batch through the engine: the paths go into the shared WorkQueue,
 // `jobs` ConvertThreads (each with its own scratch name) take and convert
 // them, and every outcome comes back here on this thread as a signal.
+//
+// A photo that fails with "No space left on device" ends the handing out:
+// the queue is emptied at once, on the worker's own thread, so no worker
+// starts another photo; the photos in hand finish or fail, and the rest come
+// back as not started with `diskFull` set.
 //
 // convert() returns when every worker has finished. stop() may be called from
 // this thread while it runs (from a slot or a timer): each worker finishes the
@@ -37,14 +44,19 @@ public:
     {
         QStringList converted; // targets written
         QVector<Failure> failed;
-        QStringList notStarted; // sources left in the queue by stop()
+        QStringList notStarted; // sources left in the queue by stop() or a full disk
         bool stopped = false;
+        bool diskFull = false;
     };
 
     explicit BatchConverter(Heif2JpgFn decoder, QObject* parent = nullptr);
     ~BatchConverter() override;
 
-    // `savePath` is given to every worker (empty: the desktop).
+    // Each job is written to its own target (an empty target: the workers'
+    // folder and naming rules, with `savePath`; empty: the desktop).
+    Result convert(const QVector<ConvertJob>& work, int quality, int jobs,
+                   const QString& savePath = QString());
+    // The desktop program's rules for every photo.
     Result convert(const QStringList& sources, const QString& savePath, int quality, int jobs);
 
     void stop();
@@ -58,6 +70,7 @@ private:
     void workerConverted(const QString& source, const QString& target);
     void workerFailed(const QString& source, const QString& reason);
     void workerFinished();
+    void workerFailedHere(const QString& reason);
 
     Heif2JpgFn m_decoder;
     // The scratch names must outlive the workers that point at them.
@@ -67,4 +80,5 @@ private:
     QSet<QString> m_reported;
     QEventLoop* m_loop = nullptr;
     int m_running = 0;
+    std::atomic_bool m_diskFull{false};
 };

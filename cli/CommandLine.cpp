@@ -13,10 +13,10 @@ CommandLine::CommandLine()
     : m_quality({text("q"), text("quality")}, text("JPEG quality, 0 to 100 (default 100)."),
                 text("QUALITY"), text("100")),
       m_output({text("o"), text("output")},
-               text("Folder below which the Vantora folder is made (created with its parents; "
-                    "default: the desktop). A folder whose path already contains /Vantora "
-                    "is used as it is."),
-               text("FOLDER")),
+               text("Folder the JPEG files are written into (created with its parents; "
+                    "default: beside each photo). With -r the sub-folders below each FOLDER "
+                    "are made again inside it."),
+               text("DIR")),
       m_jobs({text("j"), text("jobs")},
              text("Photos converted at once, 1 to %1 (default %2).")
                  .arg(kMaxJobs)
@@ -24,30 +24,42 @@ CommandLine::CommandLine()
              text("N"), QString::number(kDefaultJobs)),
       m_recursive({text("r"), text("recursive")},
                   text("Also look for photos in the sub-folders of every FOLDER.")),
+      m_noClobber({text("n"), text("no-clobber")},
+                  text("Keep a JPEG that is already there and skip its photo, so a stopped "
+                       "conversion can be resumed.")),
       m_decoder(text("decoder"), text("Decoding library to load instead of Decodex."),
                 text("LIBRARY"))
 {
     m_parser.setApplicationDescription(text(
-        "Converts HEIC photos to JPEG files in FOLDER/Vantora, each named after its source\n"
-        "with .HEIC or .heic replaced by .jpg (other endings, such as .Heic or .heif, are kept).\n"
+        "Converts HEIC/HEIF photos to JPEG files. Each JPEG is written beside its photo,\n"
+        "or into DIR with -o, named after the photo with its ending (.heic, .heif or .hif,\n"
+        "in any case) replaced by .jpg; with -o and -r the sub-folders below each FOLDER\n"
+        "are made again inside DIR, so photos of one name in different folders never\n"
+        "meet. Every JPEG keeps its photo's modification time.\n"
         "\n"
-        "A FOLDER argument takes the files inside it whose names end in .heic or .heif,\n"
-        "in any case (hidden files are left out); add -r to search its sub-folders too.\n"
-        "Files named on the command line are converted whatever their ending.\n"
-        "Two photos that would be written to the same file stop the run before anything\n"
-        "is written. An existing JPEG of the same name is replaced.\n"
+        "A FOLDER argument takes the files inside it whose names end in .heic, .heif or\n"
+        ".hif, in any case (hidden files and folders are left out); add -r to search its\n"
+        "sub-folders too. Files named on the command line are converted whatever their\n"
+        "ending. Two photos that would be written to the same file (a.heic and a.HEIC)\n"
+        "stop the run before anything is written. An existing JPEG is replaced, unless\n"
+        "-n is given; a symbolic link at a JPEG's name is itself replaced, never followed.\n"
+        "Files are written whole or not at all, through hidden temporary files\n"
+        "(.NAME.jpg.XXXXXX) that are removed if the run is killed.\n"
         "\n"
         "Progress is drawn on stderr when it is a terminal; otherwise every converted\n"
-        "file is one line on stdout and every failure one line on stderr. A summary\n"
-        "ends every run. Ctrl-C lets the photos in hand finish, then stops (a second\n"
-        "Ctrl-C quits at once).\n"
+        "file is one line on stdout and every failure one line on stderr (control\n"
+        "characters and backslashes in names are escaped as \\n, \\xHH, \\\\). A summary\n"
+        "ends every run: every photo found is converted, failed with a reason or skipped\n"
+        "with a reason. After \"No space left on device\" no new photo is started.\n"
+        "Ctrl-C lets the photos in hand finish, then stops (a second Ctrl-C quits at once).\n"
         "\n"
-        "Exit status: 0 every photo converted, 1 any failed, 2 usage error or clashing\n"
-        "output names, 130 interrupted."));
+        "Exit status: 0 every photo converted (or kept by -n); 1 any photo failed or was\n"
+        "not started, no photo was found, or stdout could not be written; 2 usage error or\n"
+        "clashing output names (nothing written); 130 interrupted."));
     m_parser.addHelpOption();
     m_parser.addVersionOption();
     m_decoder.setFlags(QCommandLineOption::HiddenFromHelp);
-    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_decoder});
+    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_noClobber, m_decoder});
     m_parser.addPositionalArgument(text("FILE|FOLDER"), text("HEIC photos, or folders of them."),
                                    text("FILE|FOLDER..."));
 }
@@ -86,6 +98,7 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
             return usage(text("the output folder is empty"));
     }
     m_options.recursive = m_parser.isSet(m_recursive);
+    m_options.noClobber = m_parser.isSet(m_noClobber);
     m_options.decoderPath = m_parser.value(m_decoder);
     m_options.inputs = m_parser.positionalArguments();
     if (m_options.inputs.isEmpty())

@@ -21,7 +21,8 @@ public:
         int quality = 100;
         int jobs = kDefaultJobs;
         bool recursive = false;
-        QString outputFolder; // as given; empty: the desktop, as in the program
+        bool noClobber = false;
+        QString outputFolder; // as given; empty: beside each photo
         QString decoderPath;  // empty: the Decodex beside the program
         QStringList inputs;   // files and folders, as given
     };
@@ -43,6 +44,7 @@ private:
     QCommandLineOption m_output;
     QCommandLineOption m_jobs;
     QCommandLineOption m_recursive;
+    QCommandLineOption m_noClobber;
     QCommandLineOption m_decoder;
     Options m_options;
     QString m_error;

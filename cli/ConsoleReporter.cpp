@@ -9,12 +9,46 @@ namespace {
 // Redrawing more often than this costs time and shows nothing more.
 constexpr qint64 kRedrawMs = 100;
 
-QString shown(const QString& path)
+// Control characters as escapes, so that one file is always one line.
+QString escaped(const QString& raw, bool backslashes)
 {
-    return QDir::toNativeSeparators(QDir::cleanPath(path));
+    QString text;
+    text.reserve(raw.size());
+    for (const QChar c : raw) {
+        const ushort u = c.unicode();
+        if (u == '\n')
+            text += QLatin1String("\\n");
+        else if (u == '\t')
+            text += QLatin1String("\\t");
+        else if (u == '\r')
+            text += QLatin1String("\\r");
+        else if (u < 0x20 || u == 0x7F || (u >= 0x80 && u < 0xA0))
+            text += QStringLiteral("\\x%1").arg(u, 2, 16, QLatin1Char('0'));
+        else if (u == '\\' && backslashes)
+            text += QLatin1String("\\\\");
+        else
+            text += c;
+    }
+    return text;
+}
+
+// A reason may name a file too.
+QString line(const QString& path, const QString& reason)
+{
+    return ConsoleReporter::shown(path) + QStringLiteral(": ") + escaped(reason, false);
 }
 
 } // namespace
+
+QString ConsoleReporter::shown(const QString& path)
+{
+#ifdef Q_OS_WIN
+    const bool backslashes = false; // they separate the folders
+#else
+    const bool backslashes = true;
+#endif
+    return escaped(QDir::toNativeSeparators(QDir::cleanPath(path)), backslashes);
+}
 
 ConsoleReporter::ConsoleReporter(QTextStream& out, QTextStream& err, Style style, QObject* parent)
     : QObject(parent), m_out(out), m_err(err), m_style(style)
@@ -39,9 +73,13 @@ void ConsoleReporter::note(const QString& text)
 void ConsoleReporter::fileConverted(const QString& /*source*/, const QString& target)
 {
     ++m_done;
-    if (m_style.convertedLines) {
+    if (m_style.convertedLines && !m_outFailed) {
         clearBar();
         m_out << shown(target) << Qt::endl;
+        // A full disk or a closed pipe behind stdout: the list is not what
+        // the caller asked for, which the summary and the exit status say.
+        if (m_out.status() != QTextStream::Ok)
+            m_outFailed = true;
     }
     redraw(m_done == m_total);
 }
@@ -49,7 +87,12 @@ void ConsoleReporter::fileConverted(const QString& /*source*/, const QString& ta
 void ConsoleReporter::fileFailed(const QString& source, const QString& reason)
 {
     ++m_done;
-    note(shown(source) + QStringLiteral(": ") + reason);
+    note(line(source, reason));
+}
+
+void ConsoleReporter::problem(const QString& path, const QString& reason)
+{
+    note(line(path, reason));
 }
 
 void ConsoleReporter::stopping()
@@ -97,6 +140,14 @@ QStringList ConsoleReporter::summaryLines(const BatchConverter::Result& result,
         lines << QStringLiteral("pictova-convert: interrupted; the photos being converted were "
                                 "finished, %1 not started")
                      .arg(result.notStarted.size());
+    else if (result.diskFull)
+        lines << QStringLiteral("pictova-convert: stopped on a full disk; the photos being "
+                                "converted were finished, %1 not started")
+                     .arg(result.notStarted.size());
+    const QString notStartedReason = result.stopped
+        ? QStringLiteral("not started, the run was interrupted")
+        : result.diskFull ? QStringLiteral("not started, the disk is full")
+                          : QStringLiteral("not started");
     lines << QStringLiteral("pictova-convert: %1 converted, %2 failed, %3 skipped")
                  .arg(result.converted.size())
                  .arg(failed)
@@ -104,16 +155,16 @@ QStringList ConsoleReporter::summaryLines(const BatchConverter::Result& result,
     if (failed > 0) {
         lines << QStringLiteral("failed:");
         for (const InputScanner::Problem& problem : failedBefore)
-            lines << QStringLiteral("  %1: %2").arg(shown(problem.path), problem.reason);
+            lines << QStringLiteral("  ") + line(problem.path, problem.reason);
         for (const BatchConverter::Failure& failure : result.failed)
-            lines << QStringLiteral("  %1: %2").arg(shown(failure.source), failure.reason);
+            lines << QStringLiteral("  ") + line(failure.source, failure.reason);
     }
     if (notConverted > 0) {
         lines << QStringLiteral("skipped:");
         for (const InputScanner::Problem& problem : skipped)
-            lines << QStringLiteral("  %1: %2").arg(shown(problem.path), problem.reason);
+            lines << QStringLiteral("  ") + line(problem.path, problem.reason);
         for (const QString& source : result.notStarted)
-            lines << QStringLiteral("  %1: not started, the run was interrupted").arg(shown(source));
+            lines << QStringLiteral("  ") + line(source, notStartedReason);
     }
     return lines;
 }
@@ -128,7 +179,14 @@ void ConsoleReporter::summary(const BatchConverter::Result& result,
         m_drawnWidth = 0;
     }
     m_out.flush();
+    if (m_out.status() != QTextStream::Ok)
+        m_outFailed = true;
     for (const QString& line : summaryLines(result, failedBefore, skipped))
         m_err << line << '\n';
+    if (m_outFailed) {
+        const QString why = m_out.device() ? m_out.device()->errorString() : QString();
+        m_err << "pictova-convert: the list of converted files could not be written to stdout"
+              << (why.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(why)) << '\n';
+    }
     m_err.flush();
 }

@@ -34,6 +34,9 @@ public:
     // A line on stderr that does not break the bar.
     void note(const QString& text);
 
+    // "PATH: reason" on stderr, settled before the run (not counted).
+    void problem(const QString& path, const QString& reason);
+
     void fileConverted(const QString& source, const QString& target);
     void fileFailed(const QString& source, const QString& reason);
     void stopping();
@@ -44,6 +47,15 @@ public:
     void summary(const BatchConverter::Result& result,
                  const QVector<InputScanner::Problem>& failedBefore,
                  const QVector<InputScanner::Problem>& skipped);
+
+    // True once a line could not be written to stdout (a full disk, a closed
+    // pipe); summary() says so on stderr.
+    bool outputFailed() const { return m_outFailed; }
+
+    // A path as the listing shows it: native separators, and control
+    // characters (and, where "/" separates, backslashes) escaped, so one
+    // file is always one line.
+    static QString shown(const QString& path);
 
     // The same text that summary() prints, without the streams.
     static QStringList summaryLines(const BatchConverter::Result& result,
@@ -62,4 +74,5 @@ private:
     int m_total = 0;
     int m_done = 0;
     int m_drawnWidth = 0;
+    bool m_outFailed = false;
 };

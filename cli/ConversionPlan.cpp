@@ -8,20 +8,36 @@
 
 namespace {
 
-// The same file however it is spelt: links resolved where the file exists,
-// and folded to one case where the file system ignores case.
-QString fileKey(const QString& path)
+QString folded(const QString& key)
 {
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    const QString key = canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
     return ConversionPlan::fileNameCase() == Qt::CaseInsensitive ? key.toCaseFolded() : key;
 }
 
-// A target does not exist yet, but its folder may be reached through a link.
-QString targetKey(const QString& folderKey, const QString& fileName)
+// The same file however it is spelt: links resolved where the file exists,
+// and folded to one case where the file system ignores case. A target need
+// not exist yet, but its folder may be reached through a link.
+QString fileKey(const QString& path)
 {
-    const QString key = folderKey + QLatin1Char('/') + fileName;
-    return ConversionPlan::fileNameCase() == Qt::CaseInsensitive ? key.toCaseFolded() : key;
+    const QFileInfo info(path);
+    if (info.exists() && !info.isSymLink())
+        return folded(info.canonicalFilePath());
+    const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
+    return folded((folder.isEmpty() ? info.absolutePath() : folder) + QLatin1Char('/') + info.fileName());
+}
+
+QString targetFor(const InputScanner::Photo& photo, const QString& outputFolder)
+{
+    const QFileInfo source(photo.path);
+    QString folder = source.absolutePath();
+    if (!outputFolder.isEmpty()) {
+        folder = outputFolder;
+        if (!photo.root.isEmpty()) {
+            const QString below = QDir(photo.root).relativeFilePath(source.absolutePath());
+            if (below != QLatin1String("."))
+                folder += QLatin1Char('/') + below;
+        }
+    }
+    return QDir::cleanPath(folder + QLatin1Char('/') + OutputNaming::jpegFileName(source.fileName()));
 }
 
 } // namespace
@@ -35,49 +51,40 @@ Qt::CaseSensitivity ConversionPlan::fileNameCase()
 #endif
 }
 
-ConversionPlan::Result ConversionPlan::make(const QStringList& sources, const QString& savePath,
-                                            const QString& desktop)
+ConversionPlan::Result ConversionPlan::make(const QVector<InputScanner::Photo>& photos,
+                                            const QString& outputFolder, bool keepExisting)
 {
     Result result;
-    result.folder = QDir::cleanPath(OutputNaming::workerFolder(savePath, desktop));
-    const QString folderCanonical = QFileInfo(result.folder).canonicalFilePath();
-    const QString folderKey = folderCanonical.isEmpty() ? result.folder : folderCanonical;
-
     QHash<QString, QString> sourceByKey;
-    for (const QString& source : sources)
-        sourceByKey.insert(fileKey(source), source);
+    for (const InputScanner::Photo& photo : photos)
+        sourceByKey.insert(fileKey(photo.path), photo.path);
 
     // Targets in first-seen order, so clashes are reported in argument order.
     QStringList order;
     QHash<QString, QStringList> sourcesByTarget;
     QHash<QString, QString> targetByKey;
-    for (const QString& source : sources) {
-        const QString name = OutputNaming::outputFileName(QFileInfo(source).fileName());
-        const QString key = targetKey(folderKey, name);
-        const QString sameFile = sourceByKey.value(key);
-        if (sameFile == source) {
-            result.refusals.append(
-                {source, QStringLiteral("its JPEG would replace the photo itself (a name ending "
-                                        "in \"%1\" keeps its name); choose another folder with -o")
-                             .arg(QStringLiteral(".") + QFileInfo(source).suffix())});
-            continue;
-        }
+    for (const InputScanner::Photo& photo : photos) {
+        const QString target = targetFor(photo, outputFolder);
+        const QString key = fileKey(target);
         if (!sourcesByTarget.contains(key)) {
             order << key;
-            targetByKey.insert(key, result.folder + QLatin1Char('/') + name);
+            targetByKey.insert(key, target);
         }
-        sourcesByTarget[key] << source;
+        sourcesByTarget[key] << photo.path;
     }
 
     for (const QString& key : order) {
         const QStringList& group = sourcesByTarget[key];
         const QString replaced = sourceByKey.value(key);
+        const QString target = targetByKey[key];
         if (!replaced.isEmpty()) {
             result.clashes.append({replaced, group, true});
         } else if (group.size() > 1) {
-            result.clashes.append({targetByKey[key], group, false});
+            result.clashes.append({target, group, false});
+        } else if (keepExisting && (QFileInfo::exists(target) || QFileInfo(target).isSymLink())) {
+            result.kept.append({group.first(), QStringLiteral("its JPEG is already there, kept (-n)")});
         } else {
-            result.jobs.append({group.first(), targetByKey[key]});
+            result.jobs.append({group.first(), target});
         }
     }
     return result;

@@ -1,19 +1,27 @@
 #pragma once
 
+#include "InputScanner.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
 // Where every photo of a run will be written, worked out before anything is
-// written, with the workers' own naming rules (OutputNaming), so that no
-// photo's JPEG can replace another photo's JPEG or a photo itself.
+// written, so that no photo's JPEG can replace another photo's JPEG or a
+// photo itself.
+//
+// Without an output folder each JPEG goes beside its photo. With one, into
+// that folder; a photo found below a FOLDER argument keeps its sub-folders
+// there (FOLDER/DCIM/100APPLE/IMG_1.HEIC gives OUT/DCIM/100APPLE/IMG_1.jpg),
+// so photos of one name in different folders never meet. The name is
+// OutputNaming::jpegFileName().
 class ConversionPlan
 {
 public:
     struct Job
     {
         QString source;
-        QString target; // cleaned: the worker writes the same file, maybe through "//"
+        QString target; // absolute, cleaned
     };
 
     // Several photos that would all be written to `target`, or a photo whose
@@ -25,29 +33,19 @@ public:
         bool replacesInput = false;
     };
 
-    // A photo that cannot be converted at all: its name has an ending the
-    // rule keeps (".Heic", ".heif") and it already lies in the output folder,
-    // so its JPEG would replace it.
-    struct Refusal
-    {
-        QString source;
-        QString reason;
-    };
-
     ConversionPlan() = delete;
 
     struct Result
     {
-        QString folder; // the folder the workers will write into (cleaned)
         QVector<Job> jobs;
         QVector<Clash> clashes;
-        QVector<Refusal> refusals;
+        // With `keepExisting`: photos whose JPEG is already there.
+        QVector<InputScanner::Problem> kept;
     };
 
-    // `sources` are absolute, cleaned paths, each once. `savePath` is the
-    // folder the workers are given (empty: the desktop); `desktop` stands in
-    // for the user's desktop folder.
-    static Result make(const QStringList& sources, const QString& savePath, const QString& desktop);
+    // `outputFolder` is absolute and cleaned, or empty (beside each photo).
+    static Result make(const QVector<InputScanner::Photo>& photos, const QString& outputFolder,
+                       bool keepExisting = false);
 
     // Whether two names that differ only in case are one file here.
     static Qt::CaseSensitivity fileNameCase();

@@ -1,36 +1,58 @@
 #include "InputScanner.h"
 
+#include "AtomicFileWriter.h"
+
 #include <QDir>
-#include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
 
+#ifdef Q_OS_WIN
+#include <cerrno>
+#else
+#include <cerrno>
+#include <dirent.h>
+#endif
+
 namespace {
 
-QStringList photosIn(const QString& folder, bool recursive, const std::function<bool()>& stopRequested)
+struct Walk
 {
+    bool recursive = false;
+    const std::function<bool()>& stopRequested;
     QStringList found;
-    // Symbolic links to folders are not followed: a link back up the tree
-    // would otherwise be walked for ever.
-    QDirIterator it(folder, QDir::Files | QDir::NoDotAndDotDot,
-                    recursive ? QDirIterator::Subdirectories : QDirIterator::NoIteratorFlags);
-    while (it.hasNext()) {
-        if (stopRequested && stopRequested())
-            return {};
-        const QString path = it.next();
-        if (InputScanner::isPhotoName(it.fileName()))
-            found << QDir::cleanPath(path);
-    }
-    std::sort(found.begin(), found.end());
-    return found;
-}
+    QVector<InputScanner::Problem> failed;
+    bool hasSubfolders = false;
 
-bool hasSubfolders(const QString& folder)
-{
-    return !QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty();
-}
+    bool stop() const { return stopRequested && stopRequested(); }
+
+    // False when a stop was asked.
+    bool folder(const QString& path, bool top)
+    {
+        const QString error = InputScanner::listingError(path);
+        if (!error.isEmpty()) {
+            failed.append({path, QStringLiteral("cannot read the folder: %1").arg(error)});
+            return true;
+        }
+        const QFileInfoList entries =
+            QDir(path).entryInfoList(QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot, QDir::Name);
+        for (const QFileInfo& entry : entries) {
+            if (stop())
+                return false;
+            if (entry.isDir()) {
+                if (top)
+                    hasSubfolders = true;
+                if (recursive && !entry.isSymLink() && !folder(QDir::cleanPath(entry.filePath()), false))
+                    return false;
+            } else if (InputScanner::isPhotoName(entry.fileName())) {
+                found << QDir::cleanPath(entry.filePath());
+            }
+        }
+        return true;
+    }
+};
 
 // Two spellings of one file (a relative and an absolute name, a link) count
 // as one photo.
@@ -44,8 +66,23 @@ QString identity(const QString& path)
 
 bool InputScanner::isPhotoName(const QString& fileName)
 {
-    return fileName.endsWith(QLatin1String(".heic"), Qt::CaseInsensitive)
-        || fileName.endsWith(QLatin1String(".heif"), Qt::CaseInsensitive);
+    for (const char* ending : {".heic", ".heif", ".hif"})
+        if (fileName.endsWith(QLatin1String(ending), Qt::CaseInsensitive))
+            return true;
+    return false;
+}
+
+QString InputScanner::listingError(const QString& folder)
+{
+#ifdef Q_OS_WIN
+    return QDir(folder).isReadable() ? QString() : AtomicFileWriter::reason(EACCES);
+#else
+    DIR* dir = ::opendir(QFile::encodeName(folder).constData());
+    if (!dir)
+        return AtomicFileWriter::reason(errno);
+    ::closedir(dir);
+    return QString();
+#endif
 }
 
 InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recursive,
@@ -53,13 +90,13 @@ InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recur
 {
     Result result;
     QSet<QString> seen;
-    auto add = [&](const QString& path) {
+    auto add = [&](const QString& path, const QString& root) {
         if (seen.contains(identity(path))) {
             result.repeated.append({path, QStringLiteral("named more than once, converted once")});
             return;
         }
         seen.insert(identity(path));
-        result.files << path;
+        result.photos.append({path, root});
     };
 
     for (const QString& argument : arguments) {
@@ -70,24 +107,27 @@ InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recur
             break;
         }
         if (info.isDir()) {
-            const QStringList photos = photosIn(path, recursive, stopRequested);
-            if (stopRequested && stopRequested()) {
+            Walk walk{recursive, stopRequested, {}, {}, false};
+            if (!walk.folder(path, true)) {
                 result.stopped = true;
                 break;
             }
-            if (photos.isEmpty()) {
-                QString note = QStringLiteral("%1: no .heic or .heif files found")
+            std::sort(walk.found.begin(), walk.found.end());
+            result.failed += walk.failed;
+            if (walk.found.isEmpty() && walk.failed.isEmpty()) {
+                QString note = QStringLiteral("%1: no .heic, .heif or .hif files found")
                                    .arg(QDir::toNativeSeparators(path));
-                if (!recursive && hasSubfolders(path))
+                if (!recursive && walk.hasSubfolders)
                     note += QStringLiteral(" (add -r to look in its sub-folders)");
                 result.notes << note;
             }
-            for (const QString& photo : photos)
-                add(photo);
+            for (const QString& photo : walk.found)
+                add(photo, path);
         } else if (info.exists()) {
-            add(path);
+            add(path, QString());
         } else {
-            result.missing.append({path, QStringLiteral("no such file")});
+            result.failed.append({path, info.isSymLink() ? QStringLiteral("a link to nothing")
+                                                          : QStringLiteral("no such file")});
         }
     }
     return result;

@@ -1,5 +1,7 @@
 #include "InterruptWatcher.h"
 
+#include "AtomicFileWriter.h"
+
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
@@ -17,8 +19,11 @@ extern "C" void onInterrupt(int signalNumber)
     // Only a Ctrl-C after the stop was acted on quits at once: tools such as
     // timeout(1) send one interrupt to the process and again to its group,
     // and that pair must not count as two.
-    if (g_state.load() == kActedOn)
+    if (g_state.load() == kActedOn) {
+        // The photos in hand are abandoned: their hidden temporary files go.
+        AtomicFileWriter::removeTemporaryFiles();
         std::_Exit(InterruptWatcher::kExitInterrupted);
+    }
     g_state.store(kAsked);
     // Some systems reset the handler once it has run.
     std::signal(signalNumber, onInterrupt);

@@ -6,7 +6,8 @@
 // Turns Ctrl-C (SIGINT) and SIGTERM into a Qt signal on the thread that owns
 // the watcher; only one watcher may exist at a time. The signal handler only sets a flag, the one thing it may
 // safely do; a timer on the event loop looks at the flag. A Ctrl-C after the
-// stop was acted on ends the process at once with status 130.
+// stop was acted on ends the process at once with status 130, removing the
+// temporary files of the writes under way first.
 //
 // Also ignores SIGPIPE, so that a closed pipe on stdout (`| head`) does not
 // kill the process while a worker is writing a photo.

@@ -1,17 +1,19 @@
+#include "AtomicFileWriter.h"
 #include "BatchConverter.h"
+#include "ByteSafeUtf8Codec.h"
 #include "CommandLine.h"
 #include "ConsoleReporter.h"
 #include "ConversionPlan.h"
 #include "DecoderLibrary.h"
 #include "InputScanner.h"
 #include "InterruptWatcher.h"
-#include "OutputNaming.h"
 #include "Terminal.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QLoggingCategory>
-#include <QTemporaryFile>
+#include <QFileInfo>
+#include <QHash>
 #include <QTextStream>
 
 #include <cstdio>
@@ -23,26 +25,7 @@ constexpr int kExitUsage = 2;
 
 QString shown(const QString& path)
 {
-    return QDir::toNativeSeparators(QDir::cleanPath(path));
-}
-
-// Makes the folder the workers write into the way they would (only its last
-// level: -o has already been made with its parents) and proves that a file
-// can be written there, so a read-only or missing folder is one clear
-// message instead of one failure per photo.
-bool prepareFolder(const QString& folder, QString* error)
-{
-    if (!QDir(folder).exists() && !QDir().mkdir(folder)) {
-        *error = QStringLiteral("cannot create the folder %1").arg(shown(folder));
-        return false;
-    }
-    QTemporaryFile probe(folder + QStringLiteral("/.pictova-convert-XXXXXX"));
-    if (!probe.open()) {
-        *error = QStringLiteral("cannot write into the folder %1: %2")
-                     .arg(shown(folder), probe.errorString());
-        return false;
-    }
-    return true;
+    return ConsoleReporter::shown(path);
 }
 
 } // namespace
@@ -52,6 +35,9 @@ int main(int argc, char* argv[])
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("pictova-convert"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PICTOVA_VERSION));
+    // File names are bytes: one that is not valid UTF-8 is read, written and
+    // printed as the bytes it is. Before the arguments are read.
+    ByteSafeUtf8Codec::install();
     // Ctrl-C is ours from the start: one that comes while the arguments are
     // read or the folders scanned ends the run with 130 and a message, not
     // by the default signal action.
@@ -90,11 +76,11 @@ int main(int argc, char* argv[])
         return InterruptWatcher::kExitInterrupted;
     }
 
-    const QString savePath = options.outputFolder.isEmpty()
+    const QString outputFolder = options.outputFolder.isEmpty()
         ? QString()
         : QDir::cleanPath(QDir(options.outputFolder).absolutePath());
     const ConversionPlan::Result plan =
-        ConversionPlan::make(inputs.files, savePath, OutputNaming::desktopFolder());
+        ConversionPlan::make(inputs.photos, outputFolder, options.noClobber);
 
     if (!plan.clashes.isEmpty()) {
         for (const ConversionPlan::Clash& clash : plan.clashes) {
@@ -109,16 +95,49 @@ int main(int argc, char* argv[])
                     << shown(clash.target) << ":\n  " << names.join(QStringLiteral("\n  "))
                     << Qt::endl;
         }
-        return fail(QStringLiteral("nothing was converted; convert these photos in separate "
-                                   "runs with different -o folders"),
+        return fail(QStringLiteral("nothing was converted; rename one of each, or convert them "
+                                   "in separate runs with different -o folders"),
                     kExitUsage);
     }
 
-    if (!savePath.isEmpty() && !QDir().mkpath(savePath))
-        // On the command line -o names where the photos go, so it is made with
-        // its parents; the workers then add only the Vantora level themselves.
-        return fail(QStringLiteral("cannot create the output folder %1").arg(options.outputFolder),
-                    kExitFailed);
+    if (!outputFolder.isEmpty() && !plan.jobs.isEmpty()) {
+        // A missing or read-only -o folder is one clear message instead of
+        // one failure per photo.
+        QString why;
+        if (!QDir().mkpath(outputFolder))
+            return fail(QStringLiteral("cannot create the output folder %1; nothing was converted")
+                            .arg(shown(options.outputFolder)),
+                        kExitFailed);
+        if (!AtomicFileWriter::canWriteInto(outputFolder, &why))
+            return fail(QStringLiteral("cannot write into the folder %1: %2; nothing was converted")
+                            .arg(shown(outputFolder), why),
+                        kExitFailed);
+    }
+
+    // Every folder that already exists and will receive JPEGs is tried once
+    // (a write-protected card): its photos fail with the reason at once,
+    // without being decoded first. Folders still to be made are made by the
+    // workers, below a folder tried here or above.
+    QVector<InputScanner::Problem> failedBefore = inputs.failed;
+    QVector<ConvertJob> work;
+    QHash<QString, QString> folderProblem;
+    for (const ConversionPlan::Job& job : plan.jobs) {
+        const QString folder = QFileInfo(job.target).absolutePath();
+        if (!folderProblem.contains(folder)) {
+            QString why;
+            if (QFileInfo(folder).isDir() && !AtomicFileWriter::canWriteInto(folder, &why))
+                folderProblem.insert(folder, QStringLiteral("cannot write into the folder %1: %2")
+                                                 .arg(QDir::toNativeSeparators(folder), why));
+            else
+                folderProblem.insert(folder, QString());
+        }
+        const QString problem = folderProblem.value(folder);
+        if (problem.isEmpty())
+            work.append({job.source, job.target});
+        else
+            failedBefore.append({job.source, problem});
+    }
+    const QVector<InputScanner::Problem> skipped = inputs.repeated + plan.kept;
 
     const bool progressBar = Terminal::isTerminal(stderr);
     ConsoleReporter::Style style;
@@ -127,37 +146,20 @@ int main(int argc, char* argv[])
     style.width = progressBar ? Terminal::columns(stderr) : 80;
     ConsoleReporter reporter(out, err, style);
 
-    QVector<InputScanner::Problem> failedBefore = inputs.missing;
-    for (const ConversionPlan::Refusal& refusal : plan.refusals)
-        failedBefore.append({refusal.source, refusal.reason});
     for (const InputScanner::Problem& problem : failedBefore)
-        reporter.note(shown(problem.path) + QStringLiteral(": ") + problem.reason);
+        reporter.problem(problem.path, problem.reason);
     for (const QString& note : inputs.notes)
         reporter.note(QStringLiteral("pictova-convert: ") + note);
 
-    QStringList sources;
-    QStringList keptEndings;
-    for (const ConversionPlan::Job& job : plan.jobs) {
-        sources << job.source;
-        if (!job.target.endsWith(QLatin1String(".jpg")))
-            keptEndings << job.target;
-    }
-    if (!keptEndings.isEmpty())
-        reporter.note(QStringLiteral("pictova-convert: %1 photo(s) keep their name, such as %2, "
-                                     "and hold JPEG data: only .HEIC and .heic become .jpg")
-                          .arg(keptEndings.size())
-                          .arg(shown(keptEndings.first())));
-
-    if (!sources.isEmpty()) {
-        QString error;
-        if (!prepareFolder(plan.folder, &error))
-            return fail(error + QStringLiteral("; nothing was converted"), kExitFailed);
+    if (inputs.photos.isEmpty() && inputs.repeated.isEmpty() && failedBefore.isEmpty()) {
+        reporter.note(QStringLiteral("pictova-convert: no photos found; nothing was converted"));
+        return kExitFailed;
     }
 
     const DecoderLibrary::Functions library = options.decoderPath.isEmpty()
         ? DecoderLibrary::bind()
         : DecoderLibrary::bindFrom(options.decoderPath);
-    if (!library.isBound() && !sources.isEmpty())
+    if (!library.isBound() && !work.isEmpty())
         reporter.note(QStringLiteral("pictova-convert: ") + library.error);
 
     BatchConverter converter(library.convert);
@@ -170,17 +172,21 @@ int main(int argc, char* argv[])
         converter.stop();
     });
 
-    reporter.start(sources.size());
+    reporter.start(work.size());
     BatchConverter::Result result;
     if (interrupts.isInterrupted()) {
         result.stopped = true;
-        result.notStarted = sources;
-    } else {
-        result = converter.convert(sources, savePath, options.quality, options.jobs);
+        for (const ConvertJob& job : work)
+            result.notStarted << job.source;
+    } else if (!work.isEmpty()) {
+        result = converter.convert(work, options.quality, options.jobs);
     }
-    reporter.summary(result, failedBefore, inputs.repeated);
+    reporter.summary(result, failedBefore, skipped);
 
     if (result.stopped)
         return InterruptWatcher::kExitInterrupted;
-    return result.failed.isEmpty() && failedBefore.isEmpty() ? 0 : kExitFailed;
+    // Photos kept by -n or named twice are done; anything else not converted
+    // is a failure of the run.
+    const bool allDone = result.failed.isEmpty() && failedBefore.isEmpty() && result.notStarted.isEmpty();
+    return allDone && !reporter.outputFailed() ? 0 : kExitFailed;
 }

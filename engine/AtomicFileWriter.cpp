@@ -1,28 +1,298 @@
 #include "AtomicFileWriter.h"
 
 #include <QCoreApplication>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+QString failure(const QString& path, const QString& reason)
+{
+    return QCoreApplication::translate("AtomicFileWriter", "cannot write %1: %2").arg(path, reason);
+}
+
+} // namespace
+
+#ifdef Q_OS_WIN
+
+// Windows has no rename over an open name the way POSIX has, and links are
+// rare there: QSaveFile does the replace with the system's own calls.
 #include <QSaveFile>
+#include <QTemporaryFile>
 
 bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error,
                              const QDateTime& modified)
 {
     QSaveFile file(path);
-    // Writing in place would defeat the point when the folder refuses a
-    // temporary file.
     file.setDirectWriteFallback(false);
     const bool written = file.open(QIODevice::WriteOnly)
         && file.write(bytes) == bytes.size()
-        // Set on the complete temporary file (flushed first, or the last
-        // buffered write would stamp it again), so the rename publishes it
-        // with its date.
         && file.flush()
         && (!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime))
         && file.commit();
     if (!written) {
         if (error)
-            *error = QCoreApplication::translate("AtomicFileWriter", "cannot write %1: %2")
-                         .arg(path, file.errorString());
+            *error = failure(path, file.errorString());
         file.cancelWriting();
     }
     return written;
 }
+
+bool AtomicFileWriter::canWriteInto(const QString& folder, QString* reason)
+{
+    QTemporaryFile probe(folder + QStringLiteral("/.pictova-XXXXXX"));
+    if (probe.open())
+        return true;
+    if (reason)
+        *reason = probe.errorString();
+    return false;
+}
+
+QString AtomicFileWriter::reason(int errorNumber)
+{
+    return QString::fromLocal8Bit(std::strerror(errorNumber));
+}
+
+void AtomicFileWriter::removeTemporaryFiles() {}
+
+#else
+
+#include <QFile>
+
+#include <atomic>
+#include <cctype>
+#include <dirent.h>
+#include <fcntl.h>
+#include <locale.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// The temporary files being written, where a signal handler can find them:
+// fixed slots, no allocation, each claimed with one atomic exchange. A write
+// that finds no free slot still works; only a kill would leave its file,
+// which the next write of that name removes.
+constexpr int kSlots = 128;
+constexpr size_t kPathBytes = 4096;
+enum : int { kFree, kClaimed, kLive };
+
+struct Slot
+{
+    std::atomic_int state{kFree};
+    char path[kPathBytes];
+};
+
+Slot g_slots[kSlots];
+
+// The umask can only be read by setting it, which would race with other
+// threads making files; read once before main() starts any thread.
+mode_t readUmask()
+{
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return mask;
+}
+const mode_t g_umask = readUmask();
+
+// The name of a temporary file while it exists: in a slot when one is free.
+class TemporaryName
+{
+public:
+    explicit TemporaryName(const QByteArray& pattern)
+    {
+        for (int i = 0; i < kSlots && m_slot < 0; ++i) {
+            int expected = kFree;
+            if (g_slots[i].state.compare_exchange_strong(expected, kClaimed))
+                m_slot = i;
+        }
+        if (m_slot >= 0 && size_t(pattern.size()) < kPathBytes) {
+            std::memcpy(g_slots[m_slot].path, pattern.constData(), size_t(pattern.size()) + 1);
+            m_name = g_slots[m_slot].path;
+        } else {
+            release();
+            m_own.assign(pattern.constData(), pattern.constData() + pattern.size() + 1);
+            m_name = m_own.data();
+        }
+    }
+    ~TemporaryName() { release(); }
+    TemporaryName(const TemporaryName&) = delete;
+    TemporaryName& operator=(const TemporaryName&) = delete;
+
+    // mkostemp() fills in the XXXXXX; the name is live from then on.
+    int create()
+    {
+        const int fd = ::mkostemp(m_name, O_CLOEXEC);
+        if (fd >= 0 && m_slot >= 0)
+            g_slots[m_slot].state.store(kLive);
+        return fd;
+    }
+    const char* name() const { return m_name; }
+    // After a rename or an unlink the name no longer needs cleaning.
+    void release()
+    {
+        if (m_slot >= 0)
+            g_slots[m_slot].state.store(kFree);
+        m_slot = -1;
+    }
+
+private:
+    int m_slot = -1;
+    std::vector<char> m_own;
+    char* m_name = nullptr;
+};
+
+bool isLive(const QByteArray& path)
+{
+    for (const Slot& slot : g_slots)
+        if (slot.state.load() == kLive && path == slot.path)
+            return true;
+    return false;
+}
+
+// ".NAME.XXXXXX" files in `folder` that no write of this process holds: what
+// a killed run left of NAME.
+void removeLeftovers(const QByteArray& folder, const QByteArray& name)
+{
+    DIR* dir = ::opendir(folder.constData());
+    if (!dir)
+        return;
+    const QByteArray prefix = '.' + name + '.';
+    while (const dirent* entry = ::readdir(dir)) {
+        const size_t length = std::strlen(entry->d_name);
+        if (length != size_t(prefix.size()) + 6
+            || std::strncmp(entry->d_name, prefix.constData(), size_t(prefix.size())) != 0)
+            continue;
+        bool random = true;
+        for (size_t i = size_t(prefix.size()); i < length; ++i)
+            random = random && std::isalnum(static_cast<unsigned char>(entry->d_name[i]));
+        struct stat info;
+        if (!random || ::fstatat(::dirfd(dir), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0
+            || !S_ISREG(info.st_mode) || isLive(folder + '/' + entry->d_name))
+            continue;
+        ::unlinkat(::dirfd(dir), entry->d_name, 0);
+    }
+    ::closedir(dir);
+}
+
+bool writeAll(int fd, const char* data, size_t size)
+{
+    while (size > 0) {
+        const ssize_t n = ::write(fd, data, size);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            if (n == 0)
+                errno = EIO;
+            return false;
+        }
+        data += n;
+        size -= size_t(n);
+    }
+    return true;
+}
+
+} // namespace
+
+bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error,
+                             const QDateTime& modified)
+{
+    // Bytes all the way: a name that is not valid UTF-8 is written as it is.
+    const QByteArray target = QFile::encodeName(path);
+    const int slash = target.lastIndexOf('/');
+    const QByteArray folder = slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/") : target.left(slash);
+    const QByteArray name = target.mid(slash + 1);
+    if (name.isEmpty() || name == "." || name == "..") {
+        if (error)
+            *error = failure(path, reason(EISDIR));
+        return false;
+    }
+
+    removeLeftovers(folder, name);
+
+    // An existing file keeps its permissions, as an editor saving it would;
+    // a new one gets the usual ones. A link at the name is not looked into.
+    mode_t mode = 0666 & ~g_umask;
+    struct stat existing;
+    if (::lstat(target.constData(), &existing) == 0 && S_ISREG(existing.st_mode))
+        mode = existing.st_mode & 07777;
+
+    TemporaryName temporary(folder + "/." + name + ".XXXXXX");
+    const int fd = temporary.create();
+    if (fd < 0) {
+        if (error)
+            *error = failure(path, reason(errno));
+        return false;
+    }
+
+    bool ok = writeAll(fd, bytes.constData(), size_t(bytes.size()));
+    // Best effort: FAT and exFAT cards refuse permissions (EPERM), and the
+    // JPEG is still wanted there.
+    if (ok)
+        (void)::fchmod(fd, mode);
+    if (ok && modified.isValid()) {
+        // Set on the complete file, so the rename publishes it with its date.
+        const qint64 ms = modified.toMSecsSinceEpoch();
+        timespec times[2];
+        times[0].tv_sec = 0;
+        times[0].tv_nsec = UTIME_OMIT;
+        times[1].tv_sec = time_t(ms / 1000 - (ms % 1000 < 0 ? 1 : 0));
+        times[1].tv_nsec = long((ms % 1000 + 1000) % 1000) * 1000000L;
+        ok = ::futimens(fd, times) == 0;
+    }
+    // On disk before it takes the name, so a power cut cannot publish an
+    // empty file; file systems that cannot sync say EINVAL, which is fine.
+    if (ok && ::fdatasync(fd) != 0 && errno != EINVAL)
+        ok = false;
+    int savedErrno = errno;
+    if (::close(fd) != 0 && ok) {
+        ok = false;
+        savedErrno = errno;
+    }
+    // rename() replaces the name itself: a link there is replaced, not
+    // followed, and a reader sees the old file or the new one, never half.
+    if (ok && ::rename(temporary.name(), target.constData()) != 0) {
+        ok = false;
+        savedErrno = errno;
+    }
+    if (!ok) {
+        ::unlink(temporary.name());
+        if (error)
+            *error = failure(path, reason(savedErrno));
+    }
+    temporary.release();
+    return ok;
+}
+
+bool AtomicFileWriter::canWriteInto(const QString& folder, QString* why)
+{
+    TemporaryName probe(QFile::encodeName(folder) + "/.pictova-XXXXXX");
+    const int fd = probe.create();
+    if (fd < 0) {
+        if (why)
+            *why = reason(errno);
+        return false;
+    }
+    ::close(fd);
+    ::unlink(probe.name());
+    return true;
+}
+
+QString AtomicFileWriter::reason(int errorNumber)
+{
+    // The "C" locale's words: the user's language could otherwise turn "No
+    // space left on device" into a sentence nobody can match.
+    static const locale_t cLocale = ::newlocale(LC_ALL_MASK, "C", locale_t(nullptr));
+    return QString::fromLocal8Bit(cLocale ? ::strerror_l(errorNumber, cLocale) : std::strerror(errorNumber));
+}
+
+void AtomicFileWriter::removeTemporaryFiles()
+{
+    for (Slot& slot : g_slots)
+        if (slot.state.load() == kLive)
+            ::unlink(slot.path);
+}
+
+#endif

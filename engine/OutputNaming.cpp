@@ -1,5 +1,7 @@
 #include "OutputNaming.h"
 
+#include "PhotoFiles.h"
+
 #include <QFileInfo>
 #include <QSet>
 #include <QStandardPaths>
@@ -66,18 +68,11 @@ QString OutputNaming::outputFileName(const QString& fileName)
     return name;
 }
 
-QString OutputNaming::jpegFileName(const QString& fileName)
+QString OutputNaming::desktopJpegName(const QString& fileName)
 {
-    QString name = outputFileName(fileName);
-    for (const char* ending : {".heic", ".heif", ".hif"}) {
-        const QLatin1String heif(ending);
-        if (name.endsWith(heif, Qt::CaseInsensitive)) {
-            name.chop(heif.size());
-            name += QStringLiteral(".jpg");
-            break;
-        }
-    }
-    return name;
+    // ".HEIC" and ".heic" as always; any other HEIF ending at the end too.
+    const QString name = outputFileName(fileName);
+    return PhotoFiles::isHeifName(name) ? jpegFileName(name) : name;
 }
 
 QStringList OutputNaming::runTargets(const QString& folder, const QStringList& sources)
@@ -89,7 +84,7 @@ QStringList OutputNaming::runTargets(const QString& folder, const QStringList& s
     while (base.endsWith(QLatin1Char('/')) && base.size() > 1)
         base.chop(1);
     for (const QString& source : sources) {
-        const QString name = jpegFileName(QFileInfo(source).fileName());
+        const QString name = desktopJpegName(QFileInfo(source).fileName());
         QString candidate = name;
         if (taken.contains(candidate.toLower())) {
             const int dot = name.lastIndexOf(QLatin1Char('.'));
@@ -102,6 +97,16 @@ QStringList OutputNaming::runTargets(const QString& folder, const QStringList& s
         targets << base + QLatin1Char('/') + candidate;
     }
     return targets;
+}
+
+QString OutputNaming::jpegFileName(const QString& fileName)
+{
+    for (const char* ending : {".heic", ".heif", ".hif"}) {
+        const QLatin1String suffix(ending);
+        if (fileName.size() > suffix.size() && fileName.endsWith(suffix, Qt::CaseInsensitive))
+            return fileName.left(fileName.size() - suffix.size()) + QStringLiteral(".jpg");
+    }
+    return fileName + QStringLiteral(".jpg");
 }
 
 QString OutputNaming::targetPath(const QString& folder, const QString& sourcePath)

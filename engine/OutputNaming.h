@@ -39,13 +39,19 @@ public:
     // The desktop program's JPEG name: outputFileName(), and when that still
     // ends in a HEIF ending of another spelling (".Heic", ".heif", ".HIF"),
     // that ending becomes ".jpg", so no JPEG is written under a photo's name.
-    static QString jpegFileName(const QString& fileName);
+    static QString desktopJpegName(const QString& fileName);
 
     // The JPEG paths of one run, in the order of `sources`, all in `folder`.
     // A name already taken by an earlier photo of the same run gets " (2)",
     // " (3)"... before ".jpg", so no photo of a run replaces another. Names
     // are compared without regard to case, as on Windows and macOS disks.
     static QStringList runTargets(const QString& folder, const QStringList& sources);
+
+    // The command-line converter's name: a HEIF ending (".heic", ".heif",
+    // ".hif", any case) replaced by ".jpg", any other name with ".jpg"
+    // added, so the JPEG never keeps a photo's name: "IMG_1.HIF" gives
+    // "IMG_1.jpg", "scan" gives "scan.jpg".
+    static QString jpegFileName(const QString& fileName);
 
     // folder + "/" + the output name of the source's file name, exactly as
     // written (a folder ending in "/" gives a doubled separator).

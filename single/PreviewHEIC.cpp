@@ -289,7 +289,7 @@ void PreviewHEIC::slot_SaveJpg()
 {
     const QString folder = OutputNaming::previewFolder(m_savePath, OutputNaming::desktopFolder());
     m_savePath = folder;
-    const QString target = folder + QLatin1Char('/') + OutputNaming::jpegFileName(m_fileName);
+    const QString target = folder + QLatin1Char('/') + OutputNaming::desktopJpegName(m_fileName);
 
     QString error;
     if (m_jpeg.isEmpty()) {

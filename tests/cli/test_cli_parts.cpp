@@ -1,3 +1,4 @@
+#include "ByteSafeUtf8Codec.h"
 #include "CommandLine.h"
 #include "ConsoleReporter.h"
 #include "ConversionPlan.h"
@@ -19,7 +20,8 @@ private slots:
     void photoNamedTwiceIsConvertedOnce();
 
     void clashingNamesFoundBeforeWriting();
-    void replacingAnInputIsRefused();
+    void namesKeepTheirBytes_data();
+    void namesKeepTheirBytes();
 
     void progressLine();
     void durations_data();
@@ -41,6 +43,14 @@ void touch(const QString& path)
 {
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
     QVERIFY(EngineTest::writeFile(path, "x"));
+}
+
+QStringList pathsOf(const QVector<InputScanner::Photo>& photos)
+{
+    QStringList paths;
+    for (const InputScanner::Photo& photo : photos)
+        paths << photo.path;
+    return paths;
 }
 
 } // namespace
@@ -90,28 +100,31 @@ void CliPartsTest::commandLineRefuses()
 void CliPartsTest::folderTakesPhotosDirectlyInsideOrBelow()
 {
     QTemporaryDir dir;
-    for (const char* name : {"a.heic", "b.HEIC", "c.Heif", "notes.txt", "e.heic.txt", ".hidden.heic",
-                             "sub/f.heic", "sub/deeper/g.HEIF", "sub/skip.jpg"})
+    for (const char* name : {"a.heic", "b.HEIC", "c.Heif", "d.HIF", "notes.txt", "e.heic.txt", ".hidden.heic",
+                             "sub/f.heic", "sub/deeper/g.HEIF", "sub/skip.jpg", ".thumbs/t.heic"})
         touch(dir.filePath(name));
     QVERIFY(QDir().mkpath(dir.filePath("folder.heic"))); // a folder, not a photo
 
+    const QStringList top{dir.filePath("a.heic"), dir.filePath("b.HEIC"), dir.filePath("c.Heif"), dir.filePath("d.HIF")};
     const InputScanner::Result flat = InputScanner::scan({dir.path()}, false);
-    QCOMPARE(flat.files, QStringList({dir.filePath("a.heic"), dir.filePath("b.HEIC"), dir.filePath("c.Heif")}));
+    QCOMPARE(pathsOf(flat.photos), top);
     QVERIFY(flat.notes.isEmpty());
     const InputScanner::Result deep = InputScanner::scan({dir.path()}, true);
-    QCOMPARE(deep.files, QStringList({dir.filePath("a.heic"), dir.filePath("b.HEIC"), dir.filePath("c.Heif"),
-                                      dir.filePath("sub/deeper/g.HEIF"), dir.filePath("sub/f.heic")}));
+    QCOMPARE(pathsOf(deep.photos), top + QStringList({dir.filePath("sub/deeper/g.HEIF"), dir.filePath("sub/f.heic")}));
+    // Each remembers the folder it was found in, for mirroring.
+    QCOMPARE(deep.photos.last().root, dir.path());
 
     // Named on its own, a file is taken whatever it is called.
     const InputScanner::Result named = InputScanner::scan({dir.filePath("notes.txt"), dir.filePath("gone.heic")}, false);
-    QCOMPARE(named.files, QStringList(dir.filePath("notes.txt")));
-    QCOMPARE(named.missing.size(), 1);
-    QCOMPARE(named.missing[0].path, dir.filePath("gone.heic"));
+    QCOMPARE(pathsOf(named.photos), QStringList(dir.filePath("notes.txt")));
+    QVERIFY(named.photos[0].root.isEmpty());
+    QCOMPARE(named.failed.size(), 1);
+    QCOMPARE(named.failed[0].path, dir.filePath("gone.heic"));
 
     // Photos only further down: a hint to add -r.
     touch(dir.filePath("only/deep/a.heic"));
     const InputScanner::Result hint = InputScanner::scan({dir.filePath("only")}, false);
-    QVERIFY(hint.files.isEmpty());
+    QVERIFY(hint.photos.isEmpty());
     QCOMPARE(hint.notes.size(), 1);
     QVERIFY2(hint.notes[0].contains("add -r"), qPrintable(hint.notes[0]));
 
@@ -120,7 +133,7 @@ void CliPartsTest::folderTakesPhotosDirectlyInsideOrBelow()
     const InputScanner::Result stopped = InputScanner::scan({dir.path(), dir.filePath("a.heic")}, true,
                                                             [&] { return ++asked > 3; });
     QVERIFY(stopped.stopped);
-    QVERIFY(stopped.files.isEmpty());
+    QVERIFY(stopped.photos.isEmpty());
     QVERIFY(asked < 10);
     QVERIFY(!deep.stopped);
 }
@@ -132,57 +145,96 @@ void CliPartsTest::photoNamedTwiceIsConvertedOnce()
     QVERIFY(QFile::link(dir.filePath("a.heic"), dir.filePath("link.heic")));
     const InputScanner::Result found =
         InputScanner::scan({dir.filePath("a.heic"), dir.path() + "/./a.heic", dir.filePath("link.heic"), dir.path()}, false);
-    QCOMPARE(found.files, QStringList(dir.filePath("a.heic")));
+    QCOMPARE(pathsOf(found.photos), QStringList(dir.filePath("a.heic")));
     QCOMPARE(found.repeated.size(), 4); // the folder holds both names again
 }
 
 void CliPartsTest::clashingNamesFoundBeforeWriting()
 {
-    const ConversionPlan::Result plan = ConversionPlan::make(
-        {"/p/a.HEIC", "/p/a.heic", "/p/b.heic", "/q/b.heic", "/q/c.heic", "/r/c.heic", "/r/d.heic"},
-        "/out", "/desk");
-    QCOMPARE(plan.folder, QStringLiteral("/out/Vantora"));
+    // Found in folder arguments /card and /q, or named themselves.
+    const QVector<InputScanner::Photo> photos{
+        {"/card/DCIM/100/a.HEIC", "/card"}, {"/card/DCIM/100/a.heic", "/card"}, {"/card/DCIM/101/a.heic", "/card"},
+        {"/q/DCIM/101/a.hif", "/q"}, {"/card/b.heic", "/card"}, {"/x/b.heif", ""}};
+    const ConversionPlan::Result plan = ConversionPlan::make(photos, "/out");
     QCOMPARE(plan.clashes.size(), 3);
-    QCOMPARE(plan.clashes[0].target, QStringLiteral("/out/Vantora/a.jpg"));
-    QCOMPARE(plan.clashes[0].sources, QStringList({"/p/a.HEIC", "/p/a.heic"}));
-    QCOMPARE(plan.clashes[1].sources, QStringList({"/p/b.heic", "/q/b.heic"}));
-    QCOMPARE(plan.clashes[2].sources, QStringList({"/q/c.heic", "/r/c.heic"}));
-    QCOMPARE(plan.jobs.size(), 1);
-    QCOMPARE(plan.jobs[0].target, QStringLiteral("/out/Vantora/d.jpg"));
+    QCOMPARE(plan.clashes[0].target, QStringLiteral("/out/DCIM/100/a.jpg"));
+    QCOMPARE(plan.clashes[0].sources, QStringList({"/card/DCIM/100/a.HEIC", "/card/DCIM/100/a.heic"}));
+    QCOMPARE(plan.clashes[1].sources, QStringList({"/card/DCIM/101/a.heic", "/q/DCIM/101/a.hif"}));
+    QCOMPARE(plan.clashes[2].sources, QStringList({"/card/b.heic", "/x/b.heif"}));
+
+    // Without -o every JPEG stays beside its photo: only the pair in one
+    // folder meets.
+    const ConversionPlan::Result beside = ConversionPlan::make(photos, QString());
+    QCOMPARE(beside.clashes.size(), 1);
+    QCOMPARE(beside.jobs.size(), 4);
+    QCOMPARE(beside.jobs[0].target, QStringLiteral("/card/DCIM/101/a.jpg"));
 
     // Names that differ in more than the ending never clash; on this system
     // case alone makes a different file.
-    const ConversionPlan::Result distinct =
-        ConversionPlan::make({"/p/A.heic", "/p/a.heic", "/p/a.jpg.heic"}, "/out", "/desk");
+    const ConversionPlan::Result distinct = ConversionPlan::make(
+        {{"/p/A.heic", ""}, {"/p/a.heic", ""}, {"/p/a.jpg.heic", ""}, {"/p/a.txt", ""}}, "/out");
     if (ConversionPlan::fileNameCase() == Qt::CaseSensitive) {
         QVERIFY(distinct.clashes.isEmpty());
-        QCOMPARE(distinct.jobs.size(), 3);
+        QCOMPARE(distinct.jobs.size(), 4);
     } else {
         QCOMPARE(distinct.clashes.size(), 1);
     }
+
+    // A JPEG that would replace another photo of the run, given as input.
+    QTemporaryDir dir;
+    touch(dir.filePath("out/b.jpg"));
+    touch(dir.filePath("in/b.heic"));
+    const ConversionPlan::Result overInput = ConversionPlan::make(
+        {{dir.filePath("out/b.jpg"), ""}, {dir.filePath("in/b.heic"), ""}}, dir.filePath("out"), true);
+    QCOMPARE(overInput.clashes.size(), 1);
+    QVERIFY(overInput.clashes[0].replacesInput);
+    QCOMPARE(overInput.clashes[0].sources, QStringList(dir.filePath("in/b.heic")));
 }
 
-void CliPartsTest::replacingAnInputIsRefused()
+void CliPartsTest::namesKeepTheirBytes_data()
 {
-    QTemporaryDir dir;
-    const QString folder = dir.filePath("Vantora");
-    for (const char* name : {"Vantora/IMG_1.Heic", "x/IMG_1.Heic", "out/Vantora/b.jpg", "in/b.heic"})
-        touch(dir.filePath(name));
-    const ConversionPlan::Result plan =
-        ConversionPlan::make({folder + "/IMG_1.Heic", dir.filePath("x/IMG_1.Heic")}, folder, "/desk");
-    QCOMPARE(plan.refusals.size(), 1);
-    QCOMPARE(plan.refusals[0].source, folder + "/IMG_1.Heic");
-    QVERIFY2(plan.refusals[0].reason.contains("\".Heic\""), qPrintable(plan.refusals[0].reason));
-    // The other photo of that name would replace the refused one: still a
-    // clash, reported before anything is written; so is one replacing a JPEG
-    // given as input.
-    QCOMPARE(plan.clashes.size(), 1);
-    QVERIFY(plan.clashes[0].replacesInput);
-    const ConversionPlan::Result overJpeg = ConversionPlan::make(
-        {dir.filePath("out/Vantora/b.jpg"), dir.filePath("in/b.heic")}, dir.filePath("out"), "/desk");
-    QCOMPARE(overJpeg.clashes.size(), 1);
-    QVERIFY(overJpeg.clashes[0].replacesInput);
-    QCOMPARE(overJpeg.clashes[0].sources, QStringList(dir.filePath("in/b.heic")));
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("Latin-1") << QByteArray("caf\xe9.heic");
+    QTest::newRow("UTF-8") << QByteArray("caf\xc3\xa9 \xf0\x9f\x93\xb7.heic");
+    QTest::newRow("cut sequence") << QByteArray("a\xe2\x82" "b");
+    QTest::newRow("cut at the end") << QByteArray("a\xe2\x82");
+    QTest::newRow("overlong slash") << QByteArray("\xc0\xaf");
+    QTest::newRow("encoded surrogate") << QByteArray("\xed\xb2\x80x");
+    QTest::newRow("every high byte") << [] {
+        QByteArray all;
+        for (int b = 0x80; b <= 0xFF; ++b)
+            all += char(b);
+        return all;
+    }();
+}
+
+void CliPartsTest::namesKeepTheirBytes()
+{
+    QFETCH(QByteArray, bytes);
+    static ByteSafeUtf8Codec* codec = [] {
+        ByteSafeUtf8Codec::install();
+        return static_cast<ByteSafeUtf8Codec*>(QTextCodec::codecForLocale());
+    }();
+    const QString name = codec->toUnicode(bytes);
+    QCOMPARE(codec->fromUnicode(name), bytes);
+    QCOMPARE(QFile::encodeName(QFile::decodeName(bytes)), bytes);
+    // Valid UTF-8 reads as UTF-8.
+    if (QString::fromUtf8(bytes).toUtf8() == bytes)
+        QCOMPARE(name, QString::fromUtf8(bytes));
+    // Fed in pieces, as a stream is, the bytes come out the same (a stream
+    // cut in the middle of a character waits for the rest).
+    if (QString::fromLatin1(QTest::currentDataTag()) == "cut at the end")
+        return;
+    QTextCodec::ConverterState in;
+    QTextCodec::ConverterState out;
+    QString pieces;
+    for (int i = 0; i < bytes.size(); ++i)
+        pieces += codec->toUnicode(bytes.constData() + i, 1, &in);
+    QCOMPARE(pieces, name);
+    QByteArray back;
+    for (const QChar c : pieces)
+        back += codec->fromUnicode(&c, 1, &out);
+    QCOMPARE(back, bytes);
 }
 
 void CliPartsTest::progressLine()
@@ -228,7 +280,7 @@ void CliPartsTest::summaryListsEveryFailureAndSkip()
     BatchConverter::Result result;
     result.converted = QStringList{"/o/a.jpg", "/o/b.jpg"};
     result.failed.append(BatchConverter::Failure{"/i/c.heic", "not a HEIF file"});
-    result.notStarted = QStringList{"/i/d.heic"};
+    result.notStarted = QStringList{"/i/d\n.heic"};
     result.stopped = true;
     const QStringList lines = ConsoleReporter::summaryLines(
         result, {{"/i/gone.heic", "no such file"}}, {{"/i/a.heic", "named more than once, converted once"}});
@@ -240,7 +292,7 @@ void CliPartsTest::summaryListsEveryFailureAndSkip()
         "  /i/c.heic: not a HEIF file",
         "skipped:",
         "  /i/a.heic: named more than once, converted once",
-        "  /i/d.heic: not started, the run was interrupted",
+        "  /i/d\\n.heic: not started, the run was interrupted",
     }));
     QCOMPARE(ConsoleReporter::summaryLines({}, {}, {}),
              QStringList("pictova-convert: 0 converted, 0 failed, 0 skipped"));

@@ -134,7 +134,7 @@ void StressTest::brokenFilesAmongGoodOnes()
     QCOMPARE(process.exitCode(), broken.isEmpty() ? 0 : 1);
     const QString said = QString::fromLocal8Bit(process.readAllStandardError());
 
-    const QString out = dir.filePath("out/Vantora");
+    const QString out = dir.filePath("out");
     QCOMPARE(strayEntries(out), QStringList());
     QCOMPARE(EngineTest::entries(out).size(), count - broken.size());
     for (const QString& source : photosIn(sources)) {
