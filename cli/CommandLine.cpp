@@ -25,7 +25,10 @@ CommandLine::CommandLine()
       m_recursive({text("r"), text("recursive")},
                   text("Also look for photos in the sub-folders of every FOLDER.")),
       m_decoder(text("decoder"), text("Decoding library to load instead of Decodex."),
-                text("LIBRARY"))
+                text("LIBRARY")),
+      m_noGainMap(text("no-gain-map"),
+                  text("Leave out the HDR gain map that recent phones store beside the photo "
+                       "(kept by default, so HDR screens show the highlights brighter)."))
 {
     m_parser.setApplicationDescription(text(
         "Converts HEIC photos to JPEG files in FOLDER/Vantora, each named after its source\n"
@@ -47,7 +50,7 @@ CommandLine::CommandLine()
     m_parser.addHelpOption();
     m_parser.addVersionOption();
     m_decoder.setFlags(QCommandLineOption::HiddenFromHelp);
-    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_decoder});
+    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_noGainMap, m_decoder});
     m_parser.addPositionalArgument(text("FILE|FOLDER"), text("HEIC photos, or folders of them."),
                                    text("FILE|FOLDER..."));
 }
@@ -86,6 +89,7 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
             return usage(text("the output folder is empty"));
     }
     m_options.recursive = m_parser.isSet(m_recursive);
+    m_options.gainMap = !m_parser.isSet(m_noGainMap);
     m_options.decoderPath = m_parser.value(m_decoder);
     m_options.inputs = m_parser.positionalArguments();
     if (m_options.inputs.isEmpty())

@@ -21,6 +21,7 @@ public:
         int quality = 100;
         int jobs = kDefaultJobs;
         bool recursive = false;
+        bool gainMap = true;  // keep an HDR gain map in the JPEG
         QString outputFolder; // as given; empty: the desktop, as in the program
         QString decoderPath;  // empty: the Decodex beside the program
         QStringList inputs;   // files and folders, as given
@@ -44,6 +45,7 @@ private:
     QCommandLineOption m_jobs;
     QCommandLineOption m_recursive;
     QCommandLineOption m_decoder;
+    QCommandLineOption m_noGainMap;
     Options m_options;
     QString m_error;
 };
