@@ -58,6 +58,15 @@ std::shared_ptr<heif_image_handle> gainMapHandle(const heif_image_handle* primar
     return {};
 }
 
+// A map is at most the photo's size; a larger one is not worth its
+// memory, and capacity() then need not count it.
+bool smallerThanPhoto(const heif_image_handle* map, const heif_image_handle* photo)
+{
+    const int64_t w = heif_image_handle_get_width(map), h = heif_image_handle_get_height(map);
+    return w > 0 && h > 0
+           && w * h <= int64_t(heif_image_handle_get_width(photo)) * heif_image_handle_get_height(photo);
+}
+
 std::string xmpOf(const heif_image_handle* handle)
 {
     const int count = heif_image_handle_get_number_of_metadata_blocks(handle, "mime");
@@ -178,6 +187,10 @@ GainMap GainMap::find(heif_context* context, const heif_image_handle* primary, c
     std::shared_ptr<heif_image_handle> handle = gainMapHandle(primary, maker, item);
     if (!handle)
         return map;
+    if (!smallerThanPhoto(handle.get(), primary)) {
+        log("gain map left out: it is larger than the photo");
+        return map;
+    }
     GainMapParameters& p = map.m_parameters;
 
     // The standard's own record first, then what the maker wrote.
@@ -233,7 +246,7 @@ uint64_t GainMap::capacity(const heif_image_handle* primary)
     Maker maker = Maker::None;
     heif_item_id item = 0;
     const std::shared_ptr<heif_image_handle> handle = gainMapHandle(primary, maker, item);
-    if (!handle)
+    if (!handle || !smallerThanPhoto(handle.get(), primary))
         return 0;
     const uint64_t w = uint64_t(std::max(heif_image_handle_get_width(handle.get()), 0));
     const uint64_t h = uint64_t(std::max(heif_image_handle_get_height(handle.get()), 0));
