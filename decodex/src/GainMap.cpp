@@ -178,9 +178,8 @@ void GainMap::log(const char* format, ...)
     va_end(args);
 }
 
-GainMap GainMap::find(heif_context* context, const heif_image_handle* primary, const uint8_t* file, size_t fileSize)
+GainMap GainMap::find(const heif_image_handle* primary, const uint8_t* file, size_t fileSize)
 {
-    (void)context;
     GainMap map;
     Maker maker = Maker::None;
     heif_item_id item = 0;

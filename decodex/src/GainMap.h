@@ -9,7 +9,6 @@
 #include <memory>
 #include <vector>
 
-struct heif_context;
 struct heif_image_handle;
 
 namespace decodex {
@@ -39,8 +38,7 @@ class GainMap
 public:
     // Looks at the primary's auxiliary images; `file` is the whole file,
     // for the ISO 21496-1 'tmap' item that libheif does not read.
-    static GainMap find(heif_context* context, const heif_image_handle* primary, const uint8_t* file,
-                        size_t fileSize);
+    static GainMap find(const heif_image_handle* primary, const uint8_t* file, size_t fileSize);
 
     // Bytes the gain-map part of the JPEG may take at most, or 0 when the
     // primary has no gain-map image; reads the container only.

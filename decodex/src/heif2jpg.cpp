@@ -211,7 +211,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     if (!codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
-    const GainMap gainMap = gainMaps ? GainMap::find(file.context.get(), handle, input, size_t(inputSize)) : GainMap();
+    const GainMap gainMap = gainMaps ? GainMap::find(handle, input, size_t(inputSize)) : GainMap();
     auto finish = [&](int32_t size) {
         return GainMapJpeg::attach(size, gainMap, layout.transforms, file.width, file.height, quality, output,
                                    size_t(capacity));

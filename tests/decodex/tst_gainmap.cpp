@@ -3,7 +3,9 @@
 // library's own code.
 #include "HeicFixture.h"
 #include "HeifBuilder.h"
+#include "GainMap.h"
 #include "JpegInspector.h"
+#include "ToneMapItem.h"
 #include "decodex/heif2jpg.h"
 
 #include <QXmlStreamReader>
@@ -70,6 +72,7 @@ struct GainMapFile
     const char* auxType = kApple;
     int quarterTurns = 0;   // 'irot' on the photo
     QByteArray mapXmp;      // XMP item describing the gain map
+    QByteArray photoXmp;    // the photo's own XMP
     QByteArray exifTiff;    // the photo's EXIF
     QByteArray toneMap;     // payload of a 'tmap' item
 };
@@ -98,6 +101,8 @@ QByteArray build(const GainMapFile& f)
     b.addReference("auxl", gainMap, {primary});
     if (!f.mapXmp.isEmpty())
         b.addReference("cdsc", b.addItem("mime", f.mapXmp), {gainMap});
+    if (!f.photoXmp.isEmpty())
+        b.addReference("cdsc", b.addItem("mime", f.photoXmp), {primary});
     if (!f.exifTiff.isEmpty())
         b.addReference("cdsc", b.addItem("Exif", QByteArray(4, '\0') + f.exifTiff), {primary});
     if (!f.toneMap.isEmpty())
@@ -141,14 +146,21 @@ QByteArray secondImage(const QByteArray& jpeg)
     return jpeg.mid(tiff + int(r32(entries + 24)), int(r32(entries + 20)));
 }
 
+QByteArrayList xmpPackets(const JpegInspector& jpeg)
+{
+    QByteArrayList packets;
+    for (const QByteArray& s : jpeg.segments(0xE1))
+        if (s.startsWith(QByteArray("http://ns.adobe.com/xap/1.0/\0", 29)))
+            packets << s.mid(29);
+    return packets;
+}
+
 // Every hdrgm attribute of the first XMP packet in `jpeg`'s head.
 QMap<QString, QString> hdrgm(const QByteArray& jpeg)
 {
     QMap<QString, QString> values;
-    for (const QByteArray& s : JpegInspector(jpeg).segments(0xE1)) {
-        if (!s.startsWith(QByteArray("http://ns.adobe.com/xap/1.0/\0", 29)))
-            continue;
-        QXmlStreamReader xml(s.mid(29));
+    for (const QByteArray& packet : xmpPackets(JpegInspector(jpeg))) {
+        QXmlStreamReader xml(packet);
         while (!xml.atEnd()) {
             if (xml.readNext() != QXmlStreamReader::StartElement)
                 continue;
@@ -210,6 +222,10 @@ private slots:
         samsung.auxType = kSamsung;
         samsung.toneMap = toneMap(0, 2.5, 1, 0, 2.5);
         samsung.quarterTurns = 3;
+        samsung.photoXmp = "<?xpacket begin=\"\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>"
+                           "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">"
+                           "<rdf:Description rdf:about=\"\" xmlns:xmp=\"http://ns.adobe.com/xap/1.0/\" xmp:Rating=\"5\"/>"
+                           "</rdf:RDF></x:xmpmeta><?xpacket end=\"w\"?>";
         QTest::newRow("Samsung, tmap, turned") << build(samsung) << 2.5 << 2.5 << 1.0 / 64 << true;
     }
 
@@ -234,6 +250,10 @@ private slots:
         const JpegInspector primary(jpeg), alone(plain);
         QCOMPARE(primary.exifTiff(), alone.exifTiff());
         QCOMPARE(primary.iccProfile(), alone.iccProfile());
+        // One XMP packet, the photo's own with the directory added to it.
+        const QByteArrayList packets = xmpPackets(primary), before = xmpPackets(alone);
+        QCOMPARE(packets.size(), 1);
+        QCOMPARE(packets[0].contains("xmp:Rating=\"5\""), before.join().contains("xmp:Rating=\"5\""));
 
         const QByteArray second = secondImage(jpeg);
         QVERIFY2(!second.isEmpty(), "no MPF index leading to a second image");
@@ -268,6 +288,43 @@ private slots:
         QCOMPARE(values.value("Gamma").toDouble(), 1.0);
     }
 
+    // Both spellings of the standard's fractions; what a reader must refuse.
+    void readsToneMapPayloads_data()
+    {
+        QTest::addColumn<QByteArray>("payload");
+        QTest::addColumn<bool>("usable");
+        QTest::newRow("own denominators") << toneMap(-0.5, 2.5, 1, 0, 2.5) << true;
+        QByteArray common(5, '\0');
+        common.append(char(0x08));
+        u32(common, 4);
+        for (qint32 n : {0, 10, -2, 10, 4, 0, 0}) // headrooms, min, max, gamma, offsets in quarters
+            u32(common, quint32(n));
+        QTest::newRow("common denominator") << common << true;
+        QTest::newRow("cut short") << toneMap(-0.5, 2.5, 1, 0, 2.5).left(40) << false;
+        QByteArray zero = toneMap(-0.5, 2.5, 1, 0, 2.5);
+        zero.replace(10, 4, QByteArray(4, '\0')); // the base headroom's denominator
+        QTest::newRow("zero denominator") << zero << false;
+        QByteArray newer = toneMap(-0.5, 2.5, 1, 0, 2.5);
+        newer[2] = 1; // a minimum version this reader does not know
+        QTest::newRow("newer version") << newer << false;
+    }
+
+    void readsToneMapPayloads()
+    {
+        QFETCH(QByteArray, payload);
+        QFETCH(bool, usable);
+        decodex::GainMapParameters p;
+        QCOMPARE(decodex::ToneMapItem::parse(reinterpret_cast<const uint8_t*>(payload.constData()),
+                                             size_t(payload.size()), p),
+                 usable);
+        if (usable) {
+            QCOMPARE(p.gainMapMin, -0.5);
+            QCOMPARE(p.gainMapMax, 2.5);
+            QCOMPARE(p.gamma, 1.0);
+            QCOMPARE(p.hdrCapacityMax, 2.5);
+        }
+    }
+
     // Nothing usable about the map, or the caller's wish: the plain JPEG,
     // byte for byte.
     void leavesTheGainMapOut_data()
@@ -282,6 +339,9 @@ private slots:
         GainMapFile noBoost;
         noBoost.exifTiff = appleExif(0.5, 20); // a negative number of stops
         QTest::newRow("Apple, headroom of 1") << build(noBoost) << true;
+        GainMapFile cutNote;
+        cutNote.exifTiff = appleExif(1.2, 0.005).left(70);
+        QTest::newRow("Apple, maker note cut short") << build(cutNote) << true;
         GainMapFile backward = samsung;
         backward.toneMap = toneMap(0, 2, 1, 2, 0);
         backward.toneMap[5] = 0x04;
