@@ -264,7 +264,8 @@ bool GainMap::decode(const std::vector<PlaneTransform::Step>& steps, PlanarImage
     // Turned below with the photo's own steps, whatever the map's item says.
     options->ignore_transformations = 1;
     heif_image* raw = nullptr;
-    const heif_error err = heif_decode_image(m_handle.get(), &raw, heif_colorspace_undefined, heif_chroma_undefined, options);
+    const heif_error err =
+        heif_decode_image(m_handle.get(), &raw, heif_colorspace_undefined, heif_chroma_undefined, options);
     heif_decoding_options_free(options);
     const std::unique_ptr<heif_image, ImageDeleter> image(raw);
     if (err.code != heif_error_Ok || !image) {

@@ -121,7 +121,8 @@ std::vector<uint8_t> GainMapJpeg::gainMapXmp(const GainMapParameters& p)
     return std::vector<uint8_t>(xmp.begin(), xmp.end());
 }
 
-size_t GainMapJpeg::assemble(uint8_t* output, size_t capacity, size_t primarySize, const std::vector<uint8_t>& gainMapJpeg)
+size_t GainMapJpeg::assemble(uint8_t* output, size_t capacity, size_t primarySize,
+                             const std::vector<uint8_t>& gainMapJpeg)
 {
     if (primarySize < 4 || output[0] != 0xFF || output[1] != 0xD8)
         return 0;
