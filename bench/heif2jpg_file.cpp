@@ -1,6 +1,6 @@
 // Converts one HEIC file to a JPEG file through the library alone, so the
 // library can be timed without the program around it.
-//   heif2jpg-file [-q QUALITY] IN.heic OUT.jpg
+//   heif2jpg-file [-q QUALITY] [--no-gain-map] IN.heic OUT.jpg
 #include "decodex/heif2jpg.h"
 
 #include <cstdio>
@@ -18,8 +18,14 @@ int main(int argc, char** argv)
         quality = std::atoi(argv[2]);
         arg = 3;
     }
+    bool gainMap = true;
+    if (argc > arg && std::strcmp(argv[arg], "--no-gain-map") == 0) {
+        gainMap = false;
+        ++arg;
+    }
+    const auto convert = gainMap ? heif2jpg : heif2jpg_no_gain_map;
     if (argc - arg != 2) {
-        std::fprintf(stderr, "usage: %s [-q QUALITY] IN.heic OUT.jpg\n", argv[0]);
+        std::fprintf(stderr, "usage: %s [-q QUALITY] [--no-gain-map] IN.heic OUT.jpg\n", argv[0]);
         return 2;
     }
     std::ifstream in(argv[arg], std::ios::binary);
@@ -31,12 +37,12 @@ int main(int argc, char** argv)
     const int32_t size = int32_t(input.size());
     int32_t capacity = size > 0 && size < INT32_MAX / 10 ? size * 10 : 1;
     std::vector<uint8_t> output(static_cast<size_t>(capacity));
-    int32_t written = heif2jpg(input.data(), size, quality, output.data(), capacity, nullptr);
+    int32_t written = convert(input.data(), size, quality, output.data(), capacity, nullptr);
     if (written == DECODEX_ERR_OUTPUT_TOO_SMALL) {
         capacity = heif2jpg_capacity(input.data(), size, quality);
         if (capacity > 0) {
             output.resize(size_t(capacity));
-            written = heif2jpg(input.data(), size, quality, output.data(), capacity, nullptr);
+            written = convert(input.data(), size, quality, output.data(), capacity, nullptr);
         }
     }
     if (written <= 0) {

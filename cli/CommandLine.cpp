@@ -28,7 +28,10 @@ CommandLine::CommandLine()
                   text("Keep a JPEG that is already there and skip its photo, so a stopped "
                        "conversion can be resumed.")),
       m_decoder(text("decoder"), text("Decoding library to load instead of Decodex."),
-                text("LIBRARY"))
+                text("LIBRARY")),
+      m_noGainMap(text("no-gain-map"),
+                  text("Leave out the HDR gain map that recent phones store beside the photo "
+                       "(kept by default, so HDR screens show the highlights brighter)."))
 {
     m_parser.setApplicationDescription(text(
         "Converts HEIC/HEIF photos to JPEG files. Each JPEG is written beside its photo,\n"
@@ -59,7 +62,11 @@ CommandLine::CommandLine()
     m_parser.addHelpOption();
     m_parser.addVersionOption();
     m_decoder.setFlags(QCommandLineOption::HiddenFromHelp);
+<<<<<<< HEAD
     m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_noClobber, m_decoder});
+=======
+    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_noGainMap, m_decoder});
+>>>>>>> gainmap
     m_parser.addPositionalArgument(text("FILE|FOLDER"), text("HEIC photos, or folders of them."),
                                    text("FILE|FOLDER..."));
 }
@@ -98,7 +105,11 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
             return usage(text("the output folder is empty"));
     }
     m_options.recursive = m_parser.isSet(m_recursive);
+<<<<<<< HEAD
     m_options.noClobber = m_parser.isSet(m_noClobber);
+=======
+    m_options.gainMap = !m_parser.isSet(m_noGainMap);
+>>>>>>> gainmap
     m_options.decoderPath = m_parser.value(m_decoder);
     m_options.inputs = m_parser.positionalArguments();
     if (m_options.inputs.isEmpty())

@@ -22,6 +22,7 @@ public:
         int jobs = kDefaultJobs;
         bool recursive = false;
         bool noClobber = false;
+        bool gainMap = true;  // keep an HDR gain map in the JPEG
         QString outputFolder; // as given; empty: beside each photo
         QString decoderPath;  // empty: the Decodex beside the program
         QStringList inputs;   // files and folders, as given
@@ -46,6 +47,7 @@ private:
     QCommandLineOption m_recursive;
     QCommandLineOption m_noClobber;
     QCommandLineOption m_decoder;
+    QCommandLineOption m_noGainMap;
     Options m_options;
     QString m_error;
 };

@@ -162,7 +162,8 @@ int main(int argc, char* argv[])
     if (!library.isBound() && !work.isEmpty())
         reporter.note(QStringLiteral("pictova-convert: ") + library.error);
 
-    BatchConverter converter(library.convert);
+    BatchConverter converter(options.gainMap || !library.convertWithoutGainMap ? library.convert
+                                                                               : library.convertWithoutGainMap);
     QObject::connect(&converter, &BatchConverter::fileConverted, &reporter,
                      &ConsoleReporter::fileConverted);
     QObject::connect(&converter, &BatchConverter::fileFailed, &reporter,

@@ -33,8 +33,11 @@ DecoderLibrary::Functions DecoderLibrary::bindFrom(const QString& libraryPath)
         return functions;
     functions.capacity = resolve<Heif2JpgCapacityFn>(libraryPath, "heif2jpg_capacity");
     functions.errorText = resolve<Heif2JpgErrorTextFn>(libraryPath, "heif2jpg_error_text");
+    functions.convertWithoutGainMap = resolve<Heif2JpgFn>(libraryPath, "heif2jpg_no_gain_map");
     if (functions.capacity)
         registerCapacity(functions.convert, functions.capacity);
+    if (functions.capacity && functions.convertWithoutGainMap)
+        registerCapacity(functions.convertWithoutGainMap, functions.capacity);
     return functions;
 }
 

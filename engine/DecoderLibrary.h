@@ -18,6 +18,7 @@ public:
     struct Functions
     {
         Heif2JpgFn convert = nullptr;
+        Heif2JpgFn convertWithoutGainMap = nullptr; // optional: the same without an HDR gain map
         Heif2JpgCapacityFn capacity = nullptr;   // optional: enables the one retry
         Heif2JpgErrorTextFn errorText = nullptr; // optional
         QString error;                           // why `convert` is null

@@ -5,6 +5,8 @@
 
 #include "ColorProfile.h"
 #include "ExifEditor.h"
+#include "GainMap.h"
+#include "GainMapJpeg.h"
 #include "HeifLayout.h"
 #include "JpegWriter.h"
 #include "PlanarImage.h"
@@ -193,7 +195,8 @@ bool jpegNativeColour(const Colour& colour)
     return bt601 && sdr;
 }
 
-int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity)
+int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity,
+                bool gainMaps)
 {
     if (!input || inputSize <= 0 || !output || capacity <= 0)
         return DECODEX_ERR_BAD_ARGUMENT;
@@ -208,6 +211,11 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     if (!codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
+    const GainMap gainMap = gainMaps ? GainMap::find(handle, input, size_t(inputSize)) : GainMap();
+    auto finish = [&](int32_t size) {
+        return GainMapJpeg::attach(size, gainMap, layout.transforms, file.width, file.height, quality, output,
+                                   size_t(capacity));
+    };
 
     int shownWidth = layout.width, shownHeight = layout.height;
     PlaneTransform::resultSize(layout.transforms, shownWidth, shownHeight);
@@ -221,7 +229,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         if (TileDecoder::decode(layout, budget.threads(), range, planes)) {
             if (!PlaneTransform::apply(layout.transforms, planes))
                 return DECODEX_ERR_ENCODE_FAILED;
-            return writer.writePlanar(planes, quality, metadata);
+            return finish(writer.writePlanar(planes, quality, metadata));
         }
         // A tile libde265 did not take; libheif may still manage the file.
     }
@@ -232,7 +240,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     if (const int err = RgbConverter::decode(handle, colour.haveNclx ? colour.transfer : 2, rgb))
         return err;
     const int chroma = layout.chromaFormat >= 0 ? layout.chromaFormat : 1;
-    return writer.writeRgb(rgb, chroma, quality, metadata);
+    return finish(writer.writeRgb(rgb, chroma, quality, metadata));
 }
 
 int32_t capacity(const uint8_t* input, int32_t inputSize)
@@ -260,6 +268,7 @@ int32_t capacity(const uint8_t* input, int32_t inputSize)
     // A generated profile is a few hundred bytes; 4 KB covers it.
     const size_t icc = heif_image_handle_get_raw_color_profile_size(handle) + 4096;
     bound += JpegWriter::metadataSize(exif + 6, xmp, icc);
+    bound += GainMap::capacity(handle);
     return bound > uint64_t(INT32_MAX) ? DECODEX_ERR_IMAGE_TOO_LARGE : int32_t(bound);
 }
 
@@ -273,7 +282,20 @@ DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t q
 {
     (void)scratch_name; // decoding happens in memory; no file is ever made
     try {
-        return decodex::convert(input, input_size, quality, output, output_capacity);
+        return decodex::convert(input, input_size, quality, output, output_capacity, true);
+    } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (...) {
+        return DECODEX_ERR_DECODE_FAILED;
+    }
+}
+
+DECODEX_API int32_t heif2jpg_no_gain_map(const uint8_t* input, int32_t input_size, int32_t quality,
+                                         uint8_t* output, int32_t output_capacity, const char* scratch_name)
+{
+    (void)scratch_name;
+    try {
+        return decodex::convert(input, input_size, quality, output, output_capacity, false);
     } catch (const std::bad_alloc&) {
         return DECODEX_ERR_ENCODE_FAILED;
     } catch (...) {

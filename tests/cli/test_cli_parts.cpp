@@ -63,11 +63,13 @@ void CliPartsTest::commandLineValues()
     QCOMPARE(all.options().quality, 0);
     QVERIFY(all.options().recursive);
     QCOMPARE(all.options().outputFolder, QStringLiteral("out"));
+    QVERIFY(all.options().gainMap);
 
     CommandLine longNames;
-    parseOk({"--recursive", "--jobs=64", "--quality=55", "--output=o", "d"}, longNames);
+    parseOk({"--recursive", "--jobs=64", "--quality=55", "--output=o", "--no-gain-map", "d"}, longNames);
     QCOMPARE(longNames.options().jobs, 64);
     QCOMPARE(longNames.options().quality, 55);
+    QVERIFY(!longNames.options().gainMap);
 
     CommandLine help;
     QCOMPARE(help.parse({"pictova-convert", "--help"}), CommandLine::Action::ShowHelp);

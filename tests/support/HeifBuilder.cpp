@@ -104,10 +104,12 @@ QByteArray HeifBuilder::build() const
             u16(infe, 0);
             infe += item.type;
             u8(infe, 0);
+            if (item.type == "mime") // the only 'mime' items tests make are XMP
+                infe += QByteArray("application/rdf+xml", 20);
             // Tiles, overlay inputs and the like are not pictures of their own.
             bool hidden = false;
             for (const Reference& ref : m_references)
-                hidden = hidden || (ref.type == "dimg" && ref.to.contains(item.id));
+                hidden = hidden || (ref.type == "dimg" && ref.to.contains(item.id) && item.id != m_primary);
             iinf += fullBox("infe", 2, infe, hidden ? 1 : 0);
         }
         QByteArray iref;

@@ -20,6 +20,13 @@
  *     gets a matching ICC profile generated for those primaries with an sRGB
  *     tone curve. HDR transfer functions (PQ, HLG) are mapped to SDR with a
  *     simple tone map in the linear domain and then treated like BT.2020 SDR.
+ *   - Keeps an HDR gain map (Apple's or Samsung's auxiliary image, with its
+ *     ISO 21496-1 'tmap' values, hdrgm XMP, or Apple's headroom) as an
+ *     Ultra HDR JPEG: the photo's JPEG as above, its XMP extended by a
+ *     container directory, an MPF index in APP2, and the gain map, turned
+ *     with the photo, appended as a one-channel JPEG with hdrgm XMP. HDR
+ *     screens show the highlights brighter; other viewers see the photo.
+ *     A file without a usable gain map gives exactly the plain JPEG.
  *
  * Threads
  *   Every function here may be called from any number of threads at once.
@@ -98,6 +105,13 @@ enum decodex_error {
 DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t quality,
                              uint8_t* output, int32_t output_capacity,
                              const char* scratch_name);
+
+/*
+ * heif2jpg() without the gain map: always the plain JPEG of the photo.
+ */
+DECODEX_API int32_t heif2jpg_no_gain_map(const uint8_t* input, int32_t input_size, int32_t quality,
+                                         uint8_t* output, int32_t output_capacity,
+                                         const char* scratch_name);
 
 /*
  * Tells a capacity that is always enough for heif2jpg() on this input at
