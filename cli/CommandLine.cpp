@@ -62,11 +62,8 @@ CommandLine::CommandLine()
     m_parser.addHelpOption();
     m_parser.addVersionOption();
     m_decoder.setFlags(QCommandLineOption::HiddenFromHelp);
-<<<<<<< HEAD
-    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_noClobber, m_decoder});
-=======
-    m_parser.addOptions({m_quality, m_output, m_jobs, m_recursive, m_noGainMap, m_decoder});
->>>>>>> gainmap
+    m_parser.addOptions(
+        {m_quality, m_output, m_jobs, m_recursive, m_noClobber, m_noGainMap, m_decoder});
     m_parser.addPositionalArgument(text("FILE|FOLDER"), text("HEIC photos, or folders of them."),
                                    text("FILE|FOLDER..."));
 }
@@ -105,11 +102,8 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
             return usage(text("the output folder is empty"));
     }
     m_options.recursive = m_parser.isSet(m_recursive);
-<<<<<<< HEAD
-    m_options.noClobber = m_parser.isSet(m_noClobber);
-=======
-    m_options.gainMap = !m_parser.isSet(m_noGainMap);
->>>>>>> gainmap
+    m_parser.addOptions(
+        {m_quality, m_output, m_jobs, m_recursive, m_noClobber, m_noGainMap, m_decoder});
     m_options.decoderPath = m_parser.value(m_decoder);
     m_options.inputs = m_parser.positionalArguments();
     if (m_options.inputs.isEmpty())
