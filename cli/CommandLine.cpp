@@ -102,8 +102,8 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
             return usage(text("the output folder is empty"));
     }
     m_options.recursive = m_parser.isSet(m_recursive);
-    m_parser.addOptions(
-        {m_quality, m_output, m_jobs, m_recursive, m_noClobber, m_noGainMap, m_decoder});
+    m_options.noClobber = m_parser.isSet(m_noClobber);
+    m_options.gainMap = !m_parser.isSet(m_noGainMap);
     m_options.decoderPath = m_parser.value(m_decoder);
     m_options.inputs = m_parser.positionalArguments();
     if (m_options.inputs.isEmpty())
