@@ -205,7 +205,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     const Colour colour = colourOf(handle);
     const JpegMetadata metadata = metadataOf(handle, colour);
     const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
-    if (!codedPicturesPlausible(layout, file))
+    if (!layout.structureSound || !codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
 
