@@ -20,6 +20,7 @@ public:
     {
         int quality = 100;
         int jobs = kDefaultJobs;
+        int memoryMB = 0;     // working memory of all photos in flight; 0: a quarter of the machine's
         bool recursive = false;
         QString outputFolder; // as given; empty: the desktop, as in the program
         QString decoderPath;  // empty: the Decodex beside the program
@@ -42,6 +43,7 @@ private:
     QCommandLineOption m_quality;
     QCommandLineOption m_output;
     QCommandLineOption m_jobs;
+    QCommandLineOption m_memory;
     QCommandLineOption m_recursive;
     QCommandLineOption m_decoder;
     Options m_options;

@@ -1,5 +1,6 @@
 #include "BatchConverter.h"
 #include "CommandLine.h"
+#include "MemoryBudget.h"
 #include "ConsoleReporter.h"
 #include "ConversionPlan.h"
 #include "DecoderLibrary.h"
@@ -82,6 +83,7 @@ int main(int argc, char* argv[])
         break;
     }
     const CommandLine::Options& options = commandLine.options();
+    MemoryBudget::global().setLimit(qint64(options.memoryMB) << 20);
 
     const InputScanner::Result inputs = InputScanner::scan(options.inputs, options.recursive,
                                                            [&] { return interrupts.isInterrupted(); });

@@ -18,7 +18,7 @@ public:
     struct Functions
     {
         Heif2JpgFn convert = nullptr;
-        Heif2JpgCapacityFn capacity = nullptr;   // optional: enables the one retry
+        Heif2JpgCapacityFn capacity = nullptr;   // optional: sizes the output buffer
         Heif2JpgErrorTextFn errorText = nullptr; // optional
         QString error;                           // why `convert` is null
 
@@ -37,7 +37,7 @@ public:
 
     // The size function that came from the same library as `convert`, or null.
     // Threads only get the Heif2JpgFn; this lets them still find its partner
-    // for the retry when the output buffer was too small.
+    // to size the output buffer.
     static Heif2JpgCapacityFn capacityFor(Heif2JpgFn convert);
 
     // Pairs a size function with a convert function, for decoders that did
