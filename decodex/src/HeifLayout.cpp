@@ -490,7 +490,9 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
         if (!body.ok())
             return layout;
     }
-    if (first.bitDepthLuma != 8 || first.bitDepthChroma != 8)
+    // Cameras code 10 bits (some 12); the tiles then come out of libde265
+    // as 16-bit samples, which TileDecoder scales to 8 bits as it copies.
+    if (first.bitDepthLuma < 8 || first.bitDepthLuma > 12 || first.bitDepthChroma != first.bitDepthLuma)
         return layout;
 
     if (!readIspe(findProperty(meta, tileItems.front(), kIspe), layout.tileWidth, layout.tileHeight))
@@ -539,7 +541,8 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
         if (!hvcC || !readHvcC(hvcC->body, config))
             return layout;
         int w = 0, h = 0;
-        if (config.chromaFormat != first.chromaFormat || config.bitDepthLuma != 8 || config.bitDepthChroma != 8
+        if (config.chromaFormat != first.chromaFormat || config.bitDepthLuma != first.bitDepthLuma
+            || config.bitDepthChroma != first.bitDepthChroma
             || config.nalLengthSize != first.nalLengthSize
             || !readIspe(findProperty(meta, tile, kIspe), w, h) || w != layout.tileWidth || h != layout.tileHeight)
             return layout;

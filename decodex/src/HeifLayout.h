@@ -56,7 +56,7 @@ public:
     // when it is not direct: 0 monochrome, 1 4:2:0, 2 4:2:2, 3 4:4:4, -1
     // unknown.
     int chromaFormat = -1;
-    int bitDepth = 0;
+    int bitDepth = 0; // of every tile, 8 to 12, when direct
 
     std::vector<PlaneTransform::Step> transforms; // the primary's turns and mirrors, in order
 

@@ -6,9 +6,8 @@
 #include <libde265/de265.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <atomic>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <system_error>
@@ -49,20 +48,65 @@ bool pushTile(de265_decoder_context* decoder, const HeifLayout& layout, const He
     return de265_isOK(de265_flush_data(decoder));
 }
 
-// Limited ("video") range to full range, rounded and clamped, as JPEG's
-// YCbCr wants it: luma 16..235 onto 0..255, chroma 16..240 around 128.
-std::array<uint8_t, 256> makeStretch(double offset, double scale, double centre)
+// How the samples of one decode become JPEG's 8-bit full-range YCbCr: one
+// table per kind of plane, indexed by the coded sample. Limited ("video")
+// range is stretched, luma 16..235 onto 0..255 and chroma 16..240 around
+// 128 (in units of the coded depth); more than 8 bits are scaled down with
+// rounding. One lookup a sample does both.
+struct SampleMap
 {
-    std::array<uint8_t, 256> table{};
-    for (int v = 0; v < 256; ++v)
-        table[size_t(v)] = uint8_t(std::clamp(int(std::lround((v - offset) * scale + centre)), 0, 255));
-    return table;
+    int bitDepth = 8;
+    bool limited = false;
+    bool identity = true; // 8-bit full range: a plain copy
+    std::vector<uint8_t> luma;
+    std::vector<uint8_t> chroma;
+
+    SampleMap(int depth, bool limitedRange) : bitDepth(depth), limited(limitedRange)
+    {
+        identity = depth == 8 && !limited;
+        if (identity)
+            return;
+        const int levels = 1 << depth;
+        const double unit = double(levels) / 256.0; // one 8-bit step in coded units
+        luma.resize(size_t(levels));
+        chroma.resize(size_t(levels));
+        for (int v = 0; v < levels; ++v) {
+            const double y = limited ? (v / unit - 16.0) * 255.0 / 219.0 : v * 255.0 / (levels - 1);
+            const double c = limited ? (v / unit - 128.0) * 255.0 / 224.0 + 128.0 : v * 255.0 / (levels - 1);
+            luma[size_t(v)] = uint8_t(std::clamp(int(std::lround(y)), 0, 255));
+            chroma[size_t(v)] = uint8_t(std::clamp(int(std::lround(c)), 0, 255));
+        }
+    }
+};
+
+// Both maps, made once per decode: the range is the file's when it has an
+// nclx box, otherwise each tile's bitstream flag (one tile could differ
+// from the next).
+struct SampleMaps
+{
+    SampleMap full;
+    SampleMap limited;
+    TileDecoder::Range range;
+
+    SampleMaps(int depth, TileDecoder::Range r)
+        : full(depth, false), limited(depth, true), range(r)
+    {
+    }
+};
+
+template <typename Sample>
+void mapRows(const uint8_t* source, int stride, int w, int h, const std::vector<uint8_t>& table, int mask,
+             PlanarImage::Plane& plane, int px, int py)
+{
+    for (int y = 0; y < h; ++y) {
+        const auto* in = reinterpret_cast<const Sample*>(source + size_t(y) * size_t(stride));
+        uint8_t* outRow = plane.row(py + y) + px;
+        for (int x = 0; x < w; ++x)
+            outRow[x] = table[size_t(in[x] & mask)];
+    }
 }
 
-const std::array<uint8_t, 256> kLimitedLuma = makeStretch(16.0, 255.0 / 219.0, 0.0);
-const std::array<uint8_t, 256> kLimitedChroma = makeStretch(128.0, 255.0 / 224.0, 128.0);
-
-bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t index, TileDecoder::Range range,
+bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t index, const SampleMaps& maps,
                  PlanarImage& out)
 {
     if (int(de265_get_chroma_format(picture)) != out.chromaFormat())
@@ -74,12 +118,13 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
     const int matrix = de265_get_image_matrix_coefficients(picture);
     if (matrix != 2 && matrix != 5 && matrix != 6)
         return false;
-    const bool limited = range == TileDecoder::Range::FromBitstream ? !de265_get_image_full_range_flag(picture)
-                                                                     : range == TileDecoder::Range::Limited;
+    const bool limited = maps.range == TileDecoder::Range::FromBitstream ? !de265_get_image_full_range_flag(picture)
+                                                                         : maps.range == TileDecoder::Range::Limited;
+    const SampleMap& map = limited ? maps.limited : maps.full;
     const int x0 = int(index % size_t(layout.columns)) * layout.tileWidth;
     const int y0 = int(index / size_t(layout.columns)) * layout.tileHeight;
     for (int c = 0; c < out.components(); ++c) {
-        if (de265_get_bits_per_pixel(picture, c) != 8)
+        if (de265_get_bits_per_pixel(picture, c) != map.bitDepth)
             return false;
         PlanarImage::Plane& plane = out.plane(c);
         const int sx = c == 0 ? 1 : out.horizontalSubsampling();
@@ -88,31 +133,37 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
         const int py = y0 / sy;
         const int w = std::min((layout.tileWidth + sx - 1) / sx, plane.width - px);
         const int h = std::min((layout.tileHeight + sy - 1) / sy, plane.height - py);
-        int stride = 0;
+        int stride = 0; // in bytes, also for 16-bit samples
         const uint8_t* source = de265_get_image_plane(picture, c, &stride);
         if (!source || w <= 0 || h <= 0 || de265_get_image_width(picture, c) < w
             || de265_get_image_height(picture, c) < h)
             return false;
-        if (!limited) {
+        if (map.identity) {
             for (int y = 0; y < h; ++y)
                 std::memcpy(plane.row(py + y) + px, source + size_t(y) * size_t(stride), size_t(w));
             continue;
         }
-        const std::array<uint8_t, 256>& stretch = c == 0 ? kLimitedLuma : kLimitedChroma;
-        for (int y = 0; y < h; ++y) {
-            const uint8_t* in = source + size_t(y) * size_t(stride);
-            uint8_t* outRow = plane.row(py + y) + px;
-            for (int x = 0; x < w; ++x)
-                outRow[x] = stretch[in[x]];
-        }
+        const std::vector<uint8_t>& table = c == 0 ? map.luma : map.chroma;
+        const int mask = (1 << map.bitDepth) - 1;
+        if (map.bitDepth == 8)
+            mapRows<uint8_t>(source, stride, w, h, table, mask, plane, px, py);
+        else
+            mapRows<uint16_t>(source, stride, w, h, table, mask, plane, px, py);
     }
     return true;
 }
 
-bool decodeTile(const HeifLayout& layout, size_t index, TileDecoder::Range range, PlanarImage& out)
+bool decodeTile(const HeifLayout& layout, size_t index, int threads, const SampleMaps& maps, PlanarImage& out)
 {
     std::unique_ptr<de265_decoder_context, DecoderDeleter> decoder(de265_new_decoder());
-    if (!decoder || !pushTile(decoder.get(), layout, layout.tiles[index]))
+    if (!decoder)
+        return false;
+    // A camera's photo is often one picture, not a grid of tiles: its rows
+    // of coding blocks (wavefronts) or slices are then spread over the
+    // threads this decode may use. Without them it decodes on one core.
+    if (threads > 1)
+        de265_start_worker_threads(decoder.get(), threads);
+    if (!pushTile(decoder.get(), layout, layout.tiles[index]))
         return false;
     int more = 1;
     while (more) {
@@ -121,7 +172,7 @@ bool decodeTile(const HeifLayout& layout, size_t index, TileDecoder::Range range
         if (err != DE265_OK)
             break;
         if (const de265_image* picture = de265_get_next_picture(decoder.get())) {
-            const bool copied = copyPicture(picture, layout, index, range, out);
+            const bool copied = copyPicture(picture, layout, index, maps, out);
             de265_release_next_picture(decoder.get());
             return copied;
         }
@@ -137,11 +188,16 @@ bool TileDecoder::decode(const HeifLayout& layout, int threads, Range range, Pla
     if (!layout.direct || layout.tiles.empty() || !out.allocate(layout.width, layout.height, layout.chromaFormat))
         return false;
 
+    const SampleMaps maps(layout.bitDepth, range);
+    // Threads left over when there are fewer tiles than threads go into the
+    // tiles' decoders.
+    const int tiles = int(std::min<size_t>(layout.tiles.size(), size_t(INT32_MAX)));
+    const int perTile = std::max(1, threads / std::max(tiles, 1));
     std::atomic<size_t> next{0};
     std::atomic<bool> failed{false};
     auto work = [&] {
         for (size_t i = next++; i < layout.tiles.size() && !failed; i = next++) {
-            if (!decodeTile(layout, i, range, out))
+            if (!decodeTile(layout, i, perTile, maps, out))
                 failed = true;
         }
     };

@@ -16,6 +16,7 @@ struct HeicFixtureOptions
     QByteArray icc;          // ICC profile to embed as 'prof'
     int nclxPrimaries = 0;   // when non-zero: write an nclx box with these primaries
     int nclxTransfer = 13;   // sRGB transfer unless told otherwise
+    bool fullRange = true;   // the nclx box's range (limited: as many cameras code)
     int encoderQuality = 90; // HEVC quality, 0..100
     bool lossless = false;
 };
