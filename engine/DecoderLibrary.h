@@ -20,6 +20,7 @@ public:
         Heif2JpgFn convert = nullptr;
         Heif2JpgCapacityFn capacity = nullptr;   // optional: sizes the output buffer
         Heif2JpgErrorTextFn errorText = nullptr; // optional
+        Heif2JpgThumbnailFn thumbnail = nullptr; // optional: the preview's first picture
         QString error;                           // why `convert` is null
 
         bool isBound() const { return convert != nullptr; }
@@ -43,4 +44,7 @@ public:
     // Pairs a size function with a convert function, for decoders that did
     // not come through bind() (tests with in-process stand-ins).
     static void registerCapacity(Heif2JpgFn convert, Heif2JpgCapacityFn capacity);
+
+    // The thumbnail function from the same library as `convert`, or null.
+    static Heif2JpgThumbnailFn thumbnailFor(Heif2JpgFn convert);
 };

@@ -118,8 +118,25 @@ HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quali
     return result;
 }
 
+QImage HeicDecoder::thumbnail(const QByteArray& input) const
+{
+    const Heif2JpgThumbnailFn thumbnail = DecoderLibrary::thumbnailFor(m_convert);
+    if (!thumbnail || input.isEmpty())
+        return {};
+    // A phone's thumbnail is a few tens of kilobytes as a JPEG.
+    QByteArray jpeg(4 << 20, Qt::Uninitialized);
+    const int32_t written = thumbnail(reinterpret_cast<const uint8_t*>(input.constData()),
+                                      int32_t(input.size()), 90,
+                                      reinterpret_cast<uint8_t*>(jpeg.data()), int32_t(jpeg.size()));
+    if (written <= 0 || written > jpeg.size())
+        return {};
+    jpeg.resize(written);
+    return imageFromJpeg(jpeg);
+}
+
 HeicDecoder::Result HeicDecoder::convertFile(const QString& path, int quality,
-                                             const char* scratchName)
+                                             const char* scratchName,
+                                             const std::function<void(const QByteArray&)>& whenRead)
 {
     Result result;
     if (!m_convert) {
@@ -131,8 +148,11 @@ HeicDecoder::Result HeicDecoder::convertFile(const QString& path, int quality,
         return result;
     }
     const QByteArray input = readHeicFile(path, &result.failure);
-    if (!input.isNull())
+    if (!input.isNull()) {
+        if (whenRead)
+            whenRead(input);
         result = decodeToJpeg(input, quality, scratchName);
+    }
     if (!result.ok())
         qCWarning(lcEngine).noquote() << path + QStringLiteral(": ") + result.failure;
     return result;

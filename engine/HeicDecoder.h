@@ -6,6 +6,8 @@
 #include <QImage>
 #include <QString>
 
+#include <functional>
+
 // The read-and-decode steps that the preview thread and the batch workers
 // share: load a HEIC file into memory, hand it to the decoding library, get
 // the library's JPEG back. One object per thread; it is not shared.
@@ -51,8 +53,15 @@ public:
     Result decodeToJpeg(const QByteArray& input, int quality, const char* scratchName) const;
 
     // readHeicFile() then decodeToJpeg(); logs one warning line when the file
-    // could not be converted.
-    Result convertFile(const QString& path, int quality, const char* scratchName);
+    // could not be converted. `whenRead`, when given, gets the file's bytes
+    // once they are read and before they are decoded.
+    Result convertFile(const QString& path, int quality, const char* scratchName,
+                       const std::function<void(const QByteArray&)>& whenRead = {});
+
+    // The photo's embedded thumbnail, turned like the photo; null when the
+    // file or the library (heif2jpg_thumbnail) has none. Costs a few
+    // milliseconds: only the thumbnail is decoded.
+    QImage thumbnail(const QByteArray& input) const;
 
     // The picture inside a JPEG produced by the library; null when the bytes
     // are not a readable JPEG.

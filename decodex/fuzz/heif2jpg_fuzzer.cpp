@@ -1,4 +1,4 @@
-// libFuzzer entry: every input goes through the capacity query and a full
+// libFuzzer entry: every input goes through the thumbnail, the capacity query and a full
 // conversion, once into a buffer the capacity says is enough and once into
 // one that is far too small.
 #include "decodex/heif2jpg.h"
@@ -17,6 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int32_t inputSize = int32_t(size);
     // The EXIF walk sees the same bytes as an EXIF item would.
     decodex::ExifEditor::forJpeg(data, size);
+
+    std::vector<uint8_t> thumbnail(1 << 16);
+    heif2jpg_thumbnail(data, inputSize, 90, thumbnail.data(), int32_t(thumbnail.size()));
 
     const int32_t capacity = heif2jpg_capacity(data, inputSize, 90);
     // Photos up to 50 MP (a camera's) are decoded; beyond that a declared

@@ -263,6 +263,41 @@ int32_t capacity(const uint8_t* input, int32_t inputSize)
     return bound > uint64_t(INT32_MAX) ? DECODEX_ERR_IMAGE_TOO_LARGE : int32_t(bound);
 }
 
+int32_t thumbnail(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity)
+{
+    if (!input || inputSize <= 0 || !output || capacity <= 0)
+        return DECODEX_ERR_BAD_ARGUMENT;
+    OpenedFile file;
+    if (const int err = open(input, inputSize, 1, file))
+        return err;
+    // The same refusals as a full conversion: libheif asserts on some of
+    // these files whichever image is decoded.
+    const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
+    if (!layout.structureSound || !layout.referencesResolve || !codedPicturesPlausible(layout, file))
+        return DECODEX_ERR_DECODE_FAILED;
+    const heif_image_handle* primary = file.primary.get();
+    const int count = heif_image_handle_get_number_of_thumbnails(primary);
+    if (count <= 0)
+        return DECODEX_ERR_DECODE_FAILED;
+    std::vector<heif_item_id> ids(static_cast<size_t>(count));
+    heif_image_handle_get_list_of_thumbnail_IDs(primary, ids.data(), count);
+    heif_image_handle* raw = nullptr;
+    if (heif_image_handle_get_thumbnail(primary, ids.front(), &raw).code != heif_error_Ok || !raw)
+        return DECODEX_ERR_DECODE_FAILED;
+    const std::unique_ptr<heif_image_handle, HandleDeleter> handle(raw);
+    const int width = heif_image_handle_get_width(raw), height = heif_image_handle_get_height(raw);
+    const int codedWidth = heif_image_handle_get_ispe_width(raw), codedHeight = heif_image_handle_get_ispe_height(raw);
+    const int side = DECODEX_MAX_THUMBNAIL_SIDE;
+    if (width <= 0 || height <= 0 || width > side || height > side || codedWidth > side || codedHeight > side)
+        return DECODEX_ERR_DECODE_FAILED;
+    const Colour colour = colourOf(raw);
+    RgbImage rgb;
+    if (const int err = RgbConverter::decode(raw, colour.haveNclx ? colour.transfer : 2, rgb))
+        return err;
+    JpegWriter writer(output, size_t(capacity));
+    return writer.writeRgb(rgb, 1, quality, JpegMetadata());
+}
+
 } // namespace
 } // namespace decodex
 
@@ -288,6 +323,18 @@ DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, 
         return decodex::capacity(input, input_size);
     } catch (...) {
         return DECODEX_ERR_ENCODE_FAILED;
+    }
+}
+
+DECODEX_API int32_t heif2jpg_thumbnail(const uint8_t* input, int32_t input_size, int32_t quality,
+                                       uint8_t* output, int32_t output_capacity)
+{
+    try {
+        return decodex::thumbnail(input, input_size, quality, output, output_capacity);
+    } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (...) {
+        return DECODEX_ERR_DECODE_FAILED;
     }
 }
 

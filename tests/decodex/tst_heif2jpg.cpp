@@ -231,6 +231,7 @@ private slots:
     void contradictoryFilesAreRefused_data();
     void contradictoryFilesAreRefused();
     void regressionInputsFail();
+    void thumbnailIsTurnedLikeThePhoto();
     void corpusConverts();
     void limitedRangePhotoLooksLikeLibheifsDecode();
     void phonePhotoKeepsItsDetails();
@@ -731,6 +732,37 @@ void TestHeif2Jpg::corpusConverts()
 
 // The Nokia stills are coded in limited range, which our tile path stretches
 // itself; the picture must match libheif's own RGB decode of the same file.
+void TestHeif2Jpg::thumbnailIsTurnedLikeThePhoto()
+{
+    // A portrait photo stored on its side with an 'irot' (EXIF 6): the
+    // thumbnail shown before the photo is decoded must stand the same way.
+    HeicFixtureOptions options;
+    options.orientation = 6;
+    options.thumbnail = 48;
+    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(96, 64), options);
+    QVERIFY(!heic.isEmpty());
+    std::vector<uint8_t> out(DECODEX_MAX_THUMBNAIL_SIDE * DECODEX_MAX_THUMBNAIL_SIDE * 6);
+    auto thumbnail = [&](const QByteArray& bytes, std::vector<uint8_t>& buffer) {
+        return heif2jpg_thumbnail(reinterpret_cast<const uint8_t*>(bytes.constData()), bytes.size(), 90,
+                                  buffer.data(), int32_t(buffer.size()));
+    };
+    const int32_t written = thumbnail(heic, out);
+    QVERIFY2(written > 0, heif2jpg_error_text(written));
+    const QImage small = QImage::fromData(out.data(), written, "JPG");
+    const QImage photo = decoded(convert(heic));
+    QCOMPARE(small.size(), QSize(32, 48));
+    for (double fx : {0.25, 0.75})
+        for (double fy : {0.25, 0.75})
+            QVERIFY(close(at(small, fx, fy), at(photo, fx, fy), 24));
+
+    // No thumbnail, a buffer too small, not a photo: refused, never overrun.
+    options.thumbnail = 0;
+    QCOMPARE(thumbnail(encodeOrSkip(HeicFixture::quadrants(96, 64), options), out), int32_t(DECODEX_ERR_DECODE_FAILED));
+    std::vector<uint8_t> tiny(64);
+    QCOMPARE(thumbnail(heic, tiny), int32_t(DECODEX_ERR_OUTPUT_TOO_SMALL));
+    QCOMPARE(thumbnail(QByteArray("not a photo at all"), out), int32_t(DECODEX_ERR_NOT_HEIF));
+}
+
 void TestHeif2Jpg::limitedRangePhotoLooksLikeLibheifsDecode()
 {
     const QString path = HeicFixture::corpusDir() + "/nokia/summer_1440x960.heic";

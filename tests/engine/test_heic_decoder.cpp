@@ -2,6 +2,7 @@
 #include "EngineTestSupport.h"
 #include "HEICTojpg.h"
 #include "HeicDecoder.h"
+#include "HeicFixture.h"
 #include "MemoryBudget.h"
 
 #include <QRegularExpression>
@@ -54,6 +55,7 @@ private slots:
     void previewIsReadAtTheLabelsSize_data();
     void previewIsReadAtTheLabelsSize();
     void previewDestroyedWhileRunningDeliversNothing();
+    void previewShowsTheThumbnailFirst();
 
 private:
     QTemporaryDir m_dir;
@@ -290,6 +292,40 @@ void HeicDecoderTest::previewDestroyedWhileRunningDeliversNothing()
     delete page;                                   // waits for the decode, then frees the thread
     QTest::qWait(100);
     QCOMPARE(*delivered, 0);
+}
+
+void HeicDecoderTest::previewShowsTheThumbnailFirst()
+{
+#ifndef PICTOVA_HAVE_DECODEX
+    QSKIP("the decoding library is not built");
+#else
+    const DecoderLibrary::Functions library = DecoderLibrary::bind();
+    QVERIFY(library.isBound() && library.thumbnail);
+    HeicFixtureOptions options;
+    options.orientation = 6; // a portrait photo stored on its side
+    options.thumbnail = 64;
+    QString error;
+    const QByteArray heic = HeicFixture::encode(HeicFixture::quadrants(192, 128), options, &error);
+    if (heic.isEmpty())
+        QSKIP(qPrintable(error));
+    const QString path = m_dir.filePath("with-thumbnail.heic");
+    QVERIFY(EngineTest::writeFile(path, heic));
+
+    HEICTojpg thread(path, library.convert, nullptr);
+    QStringList order;
+    QImage thumbnail;
+    connect(&thread, &HEICTojpg::signal_SendThumbnail, this, [&](const QImage& image) {
+        order << "thumbnail";
+        thumbnail = image;
+    });
+    connect(&thread, &HEICTojpg::signal_SendJpegData, this, [&] { order << "jpeg"; });
+    connect(&thread, &HEICTojpg::signal_SendHeicData, this, [&] { order << "image"; });
+    thread.start();
+    QTRY_COMPARE(order, QStringList({"thumbnail", "jpeg", "image"}));
+    QVERIFY(thread.wait(5000));
+    QCOMPARE(thumbnail.height(), 64); // standing, like the photo
+    QVERIFY(thumbnail.width() < thumbnail.height());
+#endif
 }
 
 PICTOVA_TEST_MAIN_WITH_TEMP_HOME(HeicDecoderTest)

@@ -151,6 +151,14 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
                error, "heif_context_encode_image"))
         return {};
     std::unique_ptr<heif_image_handle, HandleDeleter> handle(rawHandle);
+    if (options.thumbnail > 0) {
+        heif_image_handle* thumb = nullptr;
+        if (failed(heif_context_encode_thumbnail(ctx.get(), image.get(), handle.get(), encoder.get(),
+                                                 encOptions.get(), options.thumbnail, &thumb),
+                   error, "heif_context_encode_thumbnail"))
+            return {};
+        heif_image_handle_release(thumb);
+    }
 
     if (!options.exifTiff.isEmpty()
         && failed(heif_context_add_exif_metadata(ctx.get(), handle.get(), options.exifTiff.constData(),

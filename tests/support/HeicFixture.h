@@ -19,6 +19,7 @@ struct HeicFixtureOptions
     bool fullRange = true;   // the nclx box's range (limited: as many cameras code)
     int encoderQuality = 90; // HEVC quality, 0..100
     bool lossless = false;
+    int thumbnail = 0;       // when non-zero: a thumbnail of at most this many pixels a side
 };
 
 class HeicFixture
