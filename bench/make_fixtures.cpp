@@ -6,8 +6,11 @@
 //   OUTDIR/NAME-irot.heic           for every CAMERA photo given: its coded
 //                                   picture and colour box with an 'irot' of
 //                                   a quarter turn, as cameras write portraits
+//   OUTDIR/NAME-pq.heic             for every PICTURE.png given: a 10-bit
+//                                   4:2:2 HDR (PQ, BT.2020) photo of it with
+//                                   an nclx box, as HDR cameras write them
 //
-//   make-bench-fixtures OUTDIR [CAMERA.heic...]
+//   make-bench-fixtures OUTDIR [CAMERA.heic | PICTURE.png ...]
 #include "HeicFixture.h"
 #include "HeifBuilder.h"
 
@@ -15,6 +18,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QImage>
 
 #include <cstdio>
 
@@ -50,8 +54,11 @@ int main(int argc, char** argv)
 
     // Every tile item has its own copy of one coded tile: a grid may not name
     // one tile twice. The picture is a gradient, enough for timing.
+    // At a low quality, so 768 tiles stay under the program's 16 MB file limit.
     QString error;
-    const QByteArray tileFile = HeicFixture::encode(HeicFixture::gradient(512, 512), {}, &error);
+    HeicFixtureOptions tileOptions;
+    tileOptions.encoderQuality = 30;
+    const QByteArray tileFile = HeicFixture::encode(HeicFixture::gradient(512, 512), tileOptions, &error);
     const QByteArray thumbFile = HeicFixture::encode(HeicFixture::quadrants(512, 384), {}, &error);
     if (tileFile.isEmpty() || thumbFile.isEmpty()) {
         std::fprintf(stderr, "no HEVC encoder: %s\n", qPrintable(error));
@@ -60,8 +67,10 @@ int main(int argc, char** argv)
     const HeifBuilder::Hevc tile = HeifBuilder::hevcOf(tileFile);
     HeifBuilder phone;
     const int columns = 32, rows = 24;
-    const int grid = phone.addItem("grid", HeifBuilder::gridDescriptor(rows, columns, columns * 512, rows * 512), true);
-    phone.addProperty(grid, "ispe", HeifBuilder::ispe(columns * 512, rows * 512));
+    // 16320x12240 as 200 MP phones write it; the last tiles hang over the edge.
+    const int width = 16320, height = 12240;
+    const int grid = phone.addItem("grid", HeifBuilder::gridDescriptor(rows, columns, width, height), true);
+    phone.addProperty(grid, "ispe", HeifBuilder::ispe(width, height));
     QList<int> tiles;
     for (int i = 0; i < columns * rows; ++i)
         tiles << phone.addHevc(tile);
@@ -72,6 +81,18 @@ int main(int argc, char** argv)
     ok &= save(out.filePath("phone200-thumbnail.heic"), phone.build());
 
     for (const QString& camera : args.mid(1)) {
+        if (camera.endsWith(QLatin1String(".png"))) {
+            HeicFixtureOptions hdr;
+            hdr.bitDepth = 10;
+            hdr.chroma = 422;
+            hdr.nclxPrimaries = 9;
+            hdr.nclxTransfer = 16;
+            hdr.fullRange = false;
+            hdr.encoderQuality = 75;
+            ok &= save(out.filePath(QFileInfo(camera).completeBaseName() + "-pq.heic"),
+                       HeicFixture::encode(QImage(camera), hdr, &error));
+            continue;
+        }
         const QByteArray heic = readAll(camera);
         HeifBuilder turned;
         const int item = turned.addHevc(HeifBuilder::hevcOf(heic));
