@@ -40,6 +40,12 @@ qint64 MemoryBudget::inUse() const
     return m_inUse;
 }
 
+int MemoryBudget::waiting() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return int(m_nextTicket - m_serving);
+}
+
 void MemoryBudget::acquire(qint64 bytes)
 {
     std::unique_lock<std::mutex> lock(m_mutex);

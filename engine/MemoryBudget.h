@@ -29,6 +29,8 @@ public:
     qint64 limit() const;
     // Bytes held by the photos in flight.
     qint64 inUse() const;
+    // Callers of acquire() still waiting for room.
+    int waiting() const;
 
     // Blocks until `bytes` may be taken; give them back with release().
     void acquire(qint64 bytes);
