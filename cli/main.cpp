@@ -1,11 +1,11 @@
 #include "BatchConverter.h"
 #include "CommandLine.h"
-#include "MemoryBudget.h"
 #include "ConsoleReporter.h"
 #include "ConversionPlan.h"
 #include "DecoderLibrary.h"
 #include "InputScanner.h"
 #include "InterruptWatcher.h"
+#include "MemoryBudget.h"
 #include "OutputNaming.h"
 #include "Terminal.h"
 
