@@ -87,12 +87,81 @@ struct SampleMaps
     SampleMap full;
     SampleMap limited;
     TileDecoder::Range range;
+    TileDecoder::Matrix matrix;
 
-    SampleMaps(int depth, TileDecoder::Range r)
-        : full(depth, false), limited(depth, true), range(r)
+    SampleMaps(int depth, TileDecoder::Range r, TileDecoder::Matrix m)
+        : full(depth, false), limited(depth, true), range(r), matrix(m)
     {
     }
 };
+
+// BT.709 YCbCr to BT.601 YCbCr, the way libheif and a JPEG encoder would
+// go through RGB: grey stays grey, so luma only gains a share of the chroma
+// (read from the chroma sample covering each pixel, as libheif upsamples)
+// and chroma is mixed with itself. Fixed point, 14 fractional bits.
+struct MatrixMix
+{
+    int yCb, yCr, cbCb, cbCr, crCb, crCr;
+
+    MatrixMix()
+    {
+        const double kr7 = 0.2126, kb7 = 0.0722, kg7 = 1 - kr7 - kb7;
+        const double kr6 = 0.299, kb6 = 0.114, kg6 = 1 - kr6 - kb6;
+        auto mix = [&](double cb, double cr, double out[3]) {
+            const double r = 2 * (1 - kr7) * cr, b = 2 * (1 - kb7) * cb;
+            const double g = -(kr7 * r + kb7 * b) / kg7;
+            const double y = kr6 * r + kg6 * g + kb6 * b;
+            out[0] = y;
+            out[1] = (b - y) / (2 * (1 - kb6));
+            out[2] = (r - y) / (2 * (1 - kr6));
+        };
+        double fromCb[3], fromCr[3];
+        mix(1, 0, fromCb);
+        mix(0, 1, fromCr);
+        auto fixed = [](double v) { return int(std::lround(v * 16384)); };
+        yCb = fixed(fromCb[0]);
+        yCr = fixed(fromCr[0]);
+        cbCb = fixed(fromCb[1]);
+        cbCr = fixed(fromCr[1]);
+        crCb = fixed(fromCb[2]);
+        crCr = fixed(fromCr[2]);
+    }
+};
+
+uint8_t clamp8(int v) { return uint8_t(std::clamp(v, 0, 255)); }
+
+// Converts one tile's rectangle of the planes, luma first (it needs the
+// chroma as the file coded it).
+void bt709ToBt601(PlanarImage& out, int x0, int y0, int w, int h)
+{
+    static const MatrixMix m;
+    const int sx = out.horizontalSubsampling(), sy = out.verticalSubsampling();
+    PlanarImage::Plane& luma = out.plane(0);
+    PlanarImage::Plane& cb = out.plane(1);
+    PlanarImage::Plane& cr = out.plane(2);
+    const int rows = std::min(h, luma.height - y0), columns = std::min(w, luma.width - x0);
+    for (int y = 0; y < rows; ++y) {
+        uint8_t* row = luma.row(y0 + y) + x0;
+        const uint8_t* cbRow = cb.row((y0 + y) / sy);
+        const uint8_t* crRow = cr.row((y0 + y) / sy);
+        for (int x = 0; x < columns; ++x) {
+            const int c = (x0 + x) / sx;
+            row[x] = clamp8(row[x] + ((m.yCb * (cbRow[c] - 128) + m.yCr * (crRow[c] - 128) + 8192) >> 14));
+        }
+    }
+    const int cx0 = x0 / sx, cy0 = y0 / sy;
+    const int chromaRows = std::min((h + sy - 1) / sy, cb.height - cy0);
+    const int chromaColumns = std::min((w + sx - 1) / sx, cb.width - cx0);
+    for (int y = 0; y < chromaRows; ++y) {
+        uint8_t* cbRow = cb.row(cy0 + y) + cx0;
+        uint8_t* crRow = cr.row(cy0 + y) + cx0;
+        for (int x = 0; x < chromaColumns; ++x) {
+            const int u = cbRow[x] - 128, v = crRow[x] - 128;
+            cbRow[x] = clamp8(128 + ((m.cbCb * u + m.cbCr * v + 8192) >> 14));
+            crRow[x] = clamp8(128 + ((m.crCb * u + m.crCr * v + 8192) >> 14));
+        }
+    }
+}
 
 template <typename Sample>
 void mapRows(const uint8_t* source, int stride, int w, int h, const std::vector<uint8_t>& table, int mask,
@@ -115,9 +184,11 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
     // way, which converts them properly; limited range (as many cameras
     // code it) is only stretched, which is cheap enough to do here rather
     // than decoding the whole picture a second time through libheif.
-    const int matrix = de265_get_image_matrix_coefficients(picture);
-    if (matrix != 2 && matrix != 5 && matrix != 6)
-        return false;
+    if (maps.matrix == TileDecoder::Matrix::FromBitstream) {
+        const int matrix = de265_get_image_matrix_coefficients(picture);
+        if (matrix != 2 && matrix != 5 && matrix != 6)
+            return false;
+    }
     const bool limited = maps.range == TileDecoder::Range::FromBitstream ? !de265_get_image_full_range_flag(picture)
                                                                          : maps.range == TileDecoder::Range::Limited;
     const SampleMap& map = limited ? maps.limited : maps.full;
@@ -150,6 +221,8 @@ bool copyPicture(const de265_image* picture, const HeifLayout& layout, size_t in
         else
             mapRows<uint16_t>(source, stride, w, h, table, mask, plane, px, py);
     }
+    if (maps.matrix == TileDecoder::Matrix::Bt709 && out.components() == 3)
+        bt709ToBt601(out, x0, y0, layout.tileWidth, layout.tileHeight);
     return true;
 }
 
@@ -183,12 +256,12 @@ bool decodeTile(const HeifLayout& layout, size_t index, int threads, const Sampl
 
 } // namespace
 
-bool TileDecoder::decode(const HeifLayout& layout, int threads, Range range, PlanarImage& out)
+bool TileDecoder::decode(const HeifLayout& layout, int threads, Range range, Matrix matrix, PlanarImage& out)
 {
     if (!layout.direct || layout.tiles.empty() || !out.allocate(layout.width, layout.height, layout.chromaFormat))
         return false;
 
-    const SampleMaps maps(layout.bitDepth, range);
+    const SampleMaps maps(layout.bitDepth, range, matrix);
     // Threads left over when there are fewer tiles than threads go into the
     // tiles' decoders.
     const int tiles = int(std::min<size_t>(layout.tiles.size(), size_t(INT32_MAX)));

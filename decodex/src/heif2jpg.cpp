@@ -181,16 +181,18 @@ bool codedPicturesPlausible(const HeifLayout& layout, const OpenedFile& file)
 
 // JPEG's YCbCr is BT.601; libheif reads a file without an nclx box the same
 // way. Such planes go to the encoder as they are, stretched first when they
-// are limited range.
+// are limited range; BT.709 planes (as many cameras write) are mixed into
+// BT.601 on the way. HDR transfers need the tone map in linear RGB.
 bool jpegNativeColour(const Colour& colour)
 {
     if (!colour.haveNclx)
         return true;
-    const bool bt601 = colour.matrix == heif_matrix_coefficients_ITU_R_BT_601_6
-                       || colour.matrix == heif_matrix_coefficients_ITU_R_BT_470_6_System_B_G
-                       || colour.matrix == heif_matrix_coefficients_unspecified;
+    const bool matrix = colour.matrix == heif_matrix_coefficients_ITU_R_BT_601_6
+                        || colour.matrix == heif_matrix_coefficients_ITU_R_BT_470_6_System_B_G
+                        || colour.matrix == heif_matrix_coefficients_unspecified
+                        || colour.matrix == heif_matrix_coefficients_ITU_R_BT_709_5;
     const bool sdr = colour.transfer != 16 && colour.transfer != 18;
-    return bt601 && sdr;
+    return matrix && sdr;
 }
 
 int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity)
@@ -218,7 +220,11 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         const TileDecoder::Range range = !colour.haveNclx ? TileDecoder::Range::FromBitstream
                                          : colour.fullRange ? TileDecoder::Range::Full
                                                             : TileDecoder::Range::Limited;
-        if (TileDecoder::decode(layout, budget.threads(), range, planes)) {
+        const TileDecoder::Matrix matrix = !colour.haveNclx ? TileDecoder::Matrix::FromBitstream
+                                           : colour.matrix == heif_matrix_coefficients_ITU_R_BT_709_5
+                                               ? TileDecoder::Matrix::Bt709
+                                               : TileDecoder::Matrix::Bt601;
+        if (TileDecoder::decode(layout, budget.threads(), range, matrix, planes)) {
             if (!PlaneTransform::apply(layout.transforms, planes))
                 return DECODEX_ERR_ENCODE_FAILED;
             return writer.writePlanar(planes, quality, metadata);

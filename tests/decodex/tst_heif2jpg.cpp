@@ -358,10 +358,13 @@ void TestHeif2Jpg::highBitDepthsAreScaled_data()
     QTest::addColumn<int>("chroma");
     QTest::addColumn<bool>("fullRange");
     QTest::addColumn<bool>("turned");
-    QTest::newRow("10 bit 4:2:0") << 10 << 420 << true << false;
-    QTest::newRow("10 bit 4:2:2, limited") << 10 << 422 << false << false;
-    QTest::newRow("10 bit 4:2:0, limited, irot") << 10 << 420 << false << true;
-    QTest::newRow("12 bit 4:2:2") << 12 << 422 << true << false;
+    QTest::addColumn<int>("matrix");
+    QTest::newRow("10 bit 4:2:0") << 10 << 420 << true << false << 6;
+    QTest::newRow("10 bit 4:2:2, limited") << 10 << 422 << false << false << 6;
+    QTest::newRow("10 bit 4:2:0, limited, irot") << 10 << 420 << false << true << 6;
+    QTest::newRow("10 bit 4:2:0, BT.709") << 10 << 420 << true << false << 1;
+    QTest::newRow("10 bit 4:2:2, limited, BT.709") << 10 << 422 << false << false << 1;
+    QTest::newRow("12 bit 4:2:2") << 12 << 422 << true << false << 6;
 }
 
 void TestHeif2Jpg::highBitDepthsAreScaled()
@@ -370,12 +373,14 @@ void TestHeif2Jpg::highBitDepthsAreScaled()
     QFETCH(int, chroma);
     QFETCH(bool, fullRange);
     QFETCH(bool, turned);
+    QFETCH(int, matrix);
     const QImage source = HeicFixture::gradient(128, 96);
     HeicFixtureOptions options;
     options.encoderQuality = 95;
     options.chroma = chroma;
     options.nclxPrimaries = 1;
     options.fullRange = fullRange;
+    options.nclxMatrix = matrix;
     const Result eight = convert(encodeOrSkip(source, options), 95);
     options.bitDepth = bits;
     QByteArray heic = encodeOrSkip(source, options);
