@@ -27,7 +27,8 @@ for d in "$corpus"/*/; do [ -d "$d" ] && seeds+=("$d"); done
 log=$build/fuzz-$(date +%Y%m%d-%H%M%S).log
 echo "fuzzing for ${seconds}s, log $log" >&2
 # Leak checks stay on: a leak on a bad input is a finding too. The RSS limit
-# is above what a 64 MB output buffer plus a decoded photo needs. Inputs are
+# is above what a 50 MP photo (its 300 MB output bound, mostly untouched, and
+# the decode) needs. Inputs are
 # capped at MAX_LEN (default 128 kB): a whole 12 MP photo takes about half a
 # second under the sanitizers, so the fuzzer would run twice a second on the
 # big seeds; cut short they still exercise every parser, and the small

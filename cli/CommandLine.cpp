@@ -22,6 +22,10 @@ CommandLine::CommandLine()
                  .arg(kMaxJobs)
                  .arg(kDefaultJobs),
              text("N"), QString::number(kDefaultJobs)),
+      m_memory(text("memory"),
+               text("Megabytes that the photos converted at once may take together; a big "
+                    "photo waits for room (default: a quarter of the memory)."),
+               text("MB")),
       m_recursive({text("r"), text("recursive")},
                   text("Also look for photos in the sub-folders of every FOLDER.")),
       m_noClobber({text("n"), text("no-clobber")},
@@ -62,8 +66,8 @@ CommandLine::CommandLine()
     m_parser.addHelpOption();
     m_parser.addVersionOption();
     m_decoder.setFlags(QCommandLineOption::HiddenFromHelp);
-    m_parser.addOptions(
-        {m_quality, m_output, m_jobs, m_recursive, m_noClobber, m_noGainMap, m_decoder});
+    m_parser.addOptions({m_quality, m_output, m_jobs, m_memory, m_recursive, m_noClobber,
+                         m_noGainMap, m_decoder});
     m_parser.addPositionalArgument(text("FILE|FOLDER"), text("HEIC photos, or folders of them."),
                                    text("FILE|FOLDER..."));
 }
@@ -95,6 +99,13 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
         return usage(text("jobs must be a whole number from 1 to %1, not \"%2\"")
                          .arg(kMaxJobs)
                          .arg(m_parser.value(m_jobs)));
+
+    if (m_parser.isSet(m_memory)) {
+        m_options.memoryMB = m_parser.value(m_memory).toInt(&ok);
+        if (!ok || m_options.memoryMB < 1)
+            return usage(text("memory must be a whole number of megabytes, not \"%1\"")
+                             .arg(m_parser.value(m_memory)));
+    }
 
     if (m_parser.isSet(m_output)) {
         m_options.outputFolder = m_parser.value(m_output);

@@ -20,6 +20,7 @@ public:
     {
         int quality = 100;
         int jobs = kDefaultJobs;
+        int memoryMB = 0;     // working memory of all photos in flight; 0: a quarter of the machine's
         bool recursive = false;
         bool noClobber = false;
         bool gainMap = true;  // keep an HDR gain map in the JPEG
@@ -44,6 +45,7 @@ private:
     QCommandLineOption m_quality;
     QCommandLineOption m_output;
     QCommandLineOption m_jobs;
+    QCommandLineOption m_memory;
     QCommandLineOption m_recursive;
     QCommandLineOption m_noClobber;
     QCommandLineOption m_decoder;

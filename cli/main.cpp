@@ -7,6 +7,8 @@
 #include "DecoderLibrary.h"
 #include "InputScanner.h"
 #include "InterruptWatcher.h"
+#include "MemoryBudget.h"
+#include "OutputNaming.h"
 #include "Terminal.h"
 
 #include <QCoreApplication>
@@ -68,6 +70,7 @@ int main(int argc, char* argv[])
         break;
     }
     const CommandLine::Options& options = commandLine.options();
+    MemoryBudget::global().setLimit(qint64(options.memoryMB) << 20);
 
     const InputScanner::Result inputs = InputScanner::scan(options.inputs, options.recursive,
                                                            [&] { return interrupts.isInterrupted(); });

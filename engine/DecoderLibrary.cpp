@@ -15,7 +15,13 @@ namespace {
 
 // Few entries ever: one per library loaded (plus test stand-ins).
 std::mutex g_pairsLock;
-std::vector<std::pair<Heif2JpgFn, Heif2JpgCapacityFn>> g_pairs;
+struct Partners
+{
+    Heif2JpgFn convert;
+    Heif2JpgCapacityFn capacity;
+    Heif2JpgThumbnailFn thumbnail;
+};
+std::vector<Partners> g_pairs;
 
 template <typename Fn>
 Fn resolve(const QString& library, const char* symbol, QString* error = nullptr)
@@ -34,10 +40,16 @@ DecoderLibrary::Functions DecoderLibrary::bindFrom(const QString& libraryPath)
     functions.capacity = resolve<Heif2JpgCapacityFn>(libraryPath, "heif2jpg_capacity");
     functions.errorText = resolve<Heif2JpgErrorTextFn>(libraryPath, "heif2jpg_error_text");
     functions.convertWithoutGainMap = resolve<Heif2JpgFn>(libraryPath, "heif2jpg_no_gain_map");
-    if (functions.capacity)
-        registerCapacity(functions.convert, functions.capacity);
-    if (functions.capacity && functions.convertWithoutGainMap)
-        registerCapacity(functions.convertWithoutGainMap, functions.capacity);
+    functions.thumbnail = resolve<Heif2JpgThumbnailFn>(libraryPath, "heif2jpg_thumbnail");
+    registerCapacity(functions.convert, functions.capacity);
+    registerCapacity(functions.convertWithoutGainMap, functions.capacity);
+    if (functions.thumbnail) {
+        const std::lock_guard<std::mutex> lock(g_pairsLock);
+        for (Partners& partners : g_pairs)
+            if (partners.convert == functions.convert
+                || partners.convert == functions.convertWithoutGainMap)
+                partners.thumbnail = functions.thumbnail;
+    }
     return functions;
 }
 
@@ -73,9 +85,20 @@ Heif2JpgCapacityFn DecoderLibrary::capacityFor(Heif2JpgFn convert)
     if (!convert)
         return nullptr;
     const std::lock_guard<std::mutex> lock(g_pairsLock);
-    for (const auto& pair : g_pairs)
-        if (pair.first == convert)
-            return pair.second;
+    for (const Partners& partners : g_pairs)
+        if (partners.convert == convert)
+            return partners.capacity;
+    return nullptr;
+}
+
+Heif2JpgThumbnailFn DecoderLibrary::thumbnailFor(Heif2JpgFn convert)
+{
+    if (!convert)
+        return nullptr;
+    const std::lock_guard<std::mutex> lock(g_pairsLock);
+    for (const Partners& partners : g_pairs)
+        if (partners.convert == convert)
+            return partners.thumbnail;
     return nullptr;
 }
 
@@ -84,11 +107,11 @@ void DecoderLibrary::registerCapacity(Heif2JpgFn convert, Heif2JpgCapacityFn cap
     if (!convert)
         return;
     const std::lock_guard<std::mutex> lock(g_pairsLock);
-    for (auto& pair : g_pairs) {
-        if (pair.first == convert) {
-            pair.second = capacity;
+    for (Partners& partners : g_pairs) {
+        if (partners.convert == convert) {
+            partners.capacity = capacity;
             return;
         }
     }
-    g_pairs.emplace_back(convert, capacity);
+    g_pairs.push_back({convert, capacity, nullptr});
 }

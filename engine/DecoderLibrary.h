@@ -19,8 +19,9 @@ public:
     {
         Heif2JpgFn convert = nullptr;
         Heif2JpgFn convertWithoutGainMap = nullptr; // optional: the same without an HDR gain map
-        Heif2JpgCapacityFn capacity = nullptr;   // optional: enables the one retry
+        Heif2JpgCapacityFn capacity = nullptr;   // optional: sizes the output buffer
         Heif2JpgErrorTextFn errorText = nullptr; // optional
+        Heif2JpgThumbnailFn thumbnail = nullptr; // optional: the preview's first picture
         QString error;                           // why `convert` is null
 
         bool isBound() const { return convert != nullptr; }
@@ -38,10 +39,13 @@ public:
 
     // The size function that came from the same library as `convert`, or null.
     // Threads only get the Heif2JpgFn; this lets them still find its partner
-    // for the retry when the output buffer was too small.
+    // to size the output buffer.
     static Heif2JpgCapacityFn capacityFor(Heif2JpgFn convert);
 
     // Pairs a size function with a convert function, for decoders that did
     // not come through bind() (tests with in-process stand-ins).
     static void registerCapacity(Heif2JpgFn convert, Heif2JpgCapacityFn capacity);
+
+    // The thumbnail function from the same library as `convert`, or null.
+    static Heif2JpgThumbnailFn thumbnailFor(Heif2JpgFn convert);
 };

@@ -31,7 +31,12 @@ void HEICTojpg::setPreviewSize(const QSize& box)
 void HEICTojpg::run()
 {
     HeicDecoder decoder(m_decoderFn);
-    HeicDecoder::Result result = decoder.convertFile(m_filePath, m_quality, kScratchFileName);
+    HeicDecoder::Result result =
+        decoder.convertFile(m_filePath, m_quality, kScratchFileName, [&](const QByteArray& input) {
+            const QImage thumbnail = decoder.thumbnail(input);
+            if (!thumbnail.isNull() && !isInterruptionRequested())
+                emit signal_SendThumbnail(thumbnail);
+        });
     m_fileSize.store(decoder.fileSize());
 
     QSize fullSize;

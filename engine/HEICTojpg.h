@@ -12,6 +12,11 @@
 // Decodes one HEIC file off the GUI thread for the preview page.
 //
 // run() emits, once and in this order:
+//   signal_SendThumbnail(image) the photo's embedded thumbnail, turned like
+//                               the photo, as soon as the file is read; only
+//                               when the file has one (phones store one), so
+//                               the page can show something while a big
+//                               photo decodes;
 //   signal_SendJpegData(jpeg)   the library's JPEG bytes, which the page
 //                               saves as they are when converting (empty on
 //                               failure);
@@ -58,6 +63,7 @@ public:
     QString failureReason() const { return m_failure; }
 
 signals:
+    void signal_SendThumbnail(const QImage& image);
     void signal_SendJpegData(const QByteArray& jpeg);
     void signal_SendHeicData(const QImage& image, int nWidth, int nHeight);
 

@@ -2,6 +2,7 @@
 
 #include "DecoderLibrary.h"
 #include "EngineLog.h"
+#include "MemoryBudget.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -11,7 +12,6 @@
 
 #include <atomic>
 #include <limits>
-#include <memory>
 #include <new>
 
 namespace {
@@ -26,19 +26,28 @@ bool looksLikeJpeg(const uint8_t* data, int32_t size)
     return size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF;
 }
 
-// One call into the library with a buffer of exactly `capacity` bytes.
-// Returns the library's result; on success `jpeg` holds the written bytes.
+// One call into the library with a buffer of exactly `capacity` bytes,
+// which becomes the result when the library wrote a JPEG into it. The
+// buffer is only allocated, not cleared: the system maps the pages the
+// encoder touches, so a generous capacity costs address space, not memory,
+// and the JPEG is trimmed in place rather than copied.
 int32_t callLibrary(Heif2JpgFn convert, const QByteArray& input, int quality,
                     const char* scratchName, int32_t capacity, QByteArray& jpeg)
 {
-    const std::unique_ptr<uint8_t[]> output(new (std::nothrow) uint8_t[size_t(capacity)]);
-    if (!output)
+    QByteArray output;
+    try {
+        output = QByteArray(capacity, Qt::Uninitialized);
+    } catch (const std::bad_alloc&) {
         return DECODEX_ERR_ENCODE_FAILED;
+    }
+    auto* data = reinterpret_cast<uint8_t*>(output.data());
     const int32_t written = convert(reinterpret_cast<const uint8_t*>(input.constData()),
-                                    int32_t(input.size()), quality, output.get(), capacity,
-                                    scratchName);
-    if (written > 0 && written <= capacity && looksLikeJpeg(output.get(), written))
-        jpeg = QByteArray(reinterpret_cast<const char*>(output.get()), written);
+                                    int32_t(input.size()), quality, data, capacity, scratchName);
+    if (written > 0 && written <= capacity && looksLikeJpeg(data, written)) {
+        output.resize(written);
+        output.squeeze();
+        jpeg = std::move(output);
+    }
     return written;
 }
 
@@ -90,18 +99,18 @@ HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quali
         return result;
     }
 
+    // The library's own bound first: a camera's 10-bit photo at quality 100
+    // easily makes a JPEG of more than ten times its file, and finding that
+    // out from a failed call would cost a second full decode. Reading the
+    // bound takes only the container; ten times the input stays the floor.
+    const auto* bytes = reinterpret_cast<const uint8_t*>(input.constData());
     const qint32 size = qint32(input.size());
-    int32_t written = callLibrary(m_convert, input, quality, scratchName,
-                                  outputCapacity(size), result.jpeg);
-    if (written == DECODEX_ERR_OUTPUT_TOO_SMALL) {
-        const Heif2JpgCapacityFn capacity = DecoderLibrary::capacityFor(m_convert);
-        const int32_t needed = capacity
-            ? capacity(reinterpret_cast<const uint8_t*>(input.constData()), size, quality)
-            : 0;
-        if (needed > 0)
-            written = callLibrary(m_convert, input, quality, scratchName, needed, result.jpeg);
-    }
+    int32_t capacity = outputCapacity(size);
+    if (const Heif2JpgCapacityFn bound = DecoderLibrary::capacityFor(m_convert))
+        capacity = qMax(capacity, bound(bytes, size, quality));
 
+    const MemoryBudget::Lease lease(MemoryBudget::global(), workingMemory(size, capacity));
+    const int32_t written = callLibrary(m_convert, input, quality, scratchName, capacity, result.jpeg);
     if (!result.jpeg.isEmpty())
         return result;
     result.failure = written < 0 ? describeError(written)
@@ -109,8 +118,25 @@ HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quali
     return result;
 }
 
+QImage HeicDecoder::thumbnail(const QByteArray& input) const
+{
+    const Heif2JpgThumbnailFn thumbnail = DecoderLibrary::thumbnailFor(m_convert);
+    if (!thumbnail || input.isEmpty())
+        return {};
+    // A phone's thumbnail is a few tens of kilobytes as a JPEG.
+    QByteArray jpeg(4 << 20, Qt::Uninitialized);
+    const int32_t written = thumbnail(reinterpret_cast<const uint8_t*>(input.constData()),
+                                      int32_t(input.size()), 90,
+                                      reinterpret_cast<uint8_t*>(jpeg.data()), int32_t(jpeg.size()));
+    if (written <= 0 || written > jpeg.size())
+        return {};
+    jpeg.resize(written);
+    return imageFromJpeg(jpeg);
+}
+
 HeicDecoder::Result HeicDecoder::convertFile(const QString& path, int quality,
-                                             const char* scratchName)
+                                             const char* scratchName,
+                                             const std::function<void(const QByteArray&)>& whenRead)
 {
     Result result;
     if (!m_convert) {
@@ -122,8 +148,11 @@ HeicDecoder::Result HeicDecoder::convertFile(const QString& path, int quality,
         return result;
     }
     const QByteArray input = readHeicFile(path, &result.failure);
-    if (!input.isNull())
+    if (!input.isNull()) {
+        if (whenRead)
+            whenRead(input);
         result = decodeToJpeg(input, quality, scratchName);
+    }
     if (!result.ok())
         qCWarning(lcEngine).noquote() << path + QStringLiteral(": ") + result.failure;
     return result;
@@ -153,6 +182,14 @@ QImage HeicDecoder::imageFromJpeg(const QByteArray& jpeg, const QSize& box, QSiz
     if (!image.isNull())
         *fullSize = full.isValid() ? full : image.size();
     return image;
+}
+
+qint64 HeicDecoder::workingMemory(qint32 inputSize, qint32 capacity)
+{
+    // The bound is six bytes a pixel; decoding takes about as much again
+    // (the decoder's picture and its side data, the planes or RGB rows the
+    // encoder reads, the JPEG itself), so twice the bound plus the file.
+    return qint64(inputSize) + 2 * qint64(qMax(capacity, 0));
 }
 
 qint32 HeicDecoder::outputCapacity(qint32 inputSize)

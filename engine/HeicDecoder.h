@@ -6,6 +6,8 @@
 #include <QImage>
 #include <QString>
 
+#include <functional>
+
 // The read-and-decode steps that the preview thread and the batch workers
 // share: load a HEIC file into memory, hand it to the decoding library, get
 // the library's JPEG back. One object per thread; it is not shared.
@@ -43,15 +45,23 @@ public:
     // any failure and, when `failure` is given, a reason fit for a user.
     QByteArray readHeicFile(const QString& path, QString* failure = nullptr);
 
-    // Converts HEIC bytes to JPEG bytes through the library. An empty input
-    // or a missing library never reaches the library. When the library says
-    // the output buffer was too small, asks it for a sufficient size and
-    // tries once more.
+    // Converts HEIC bytes to JPEG bytes through the library, in one call: the
+    // output buffer is ten times the input or, when the library tells a
+    // larger bound (heif2jpg_capacity), that bound. The call starts only when
+    // its working memory fits the process's MemoryBudget. An empty input or a
+    // missing library never reaches the library.
     Result decodeToJpeg(const QByteArray& input, int quality, const char* scratchName) const;
 
     // readHeicFile() then decodeToJpeg(); logs one warning line when the file
-    // could not be converted.
-    Result convertFile(const QString& path, int quality, const char* scratchName);
+    // could not be converted. `whenRead`, when given, gets the file's bytes
+    // once they are read and before they are decoded.
+    Result convertFile(const QString& path, int quality, const char* scratchName,
+                       const std::function<void(const QByteArray&)>& whenRead = {});
+
+    // The photo's embedded thumbnail, turned like the photo; null when the
+    // file or the library (heif2jpg_thumbnail) has none. Costs a few
+    // milliseconds: only the thumbnail is decoded.
+    QImage thumbnail(const QByteArray& input) const;
 
     // The picture inside a JPEG produced by the library; null when the bytes
     // are not a readable JPEG.
@@ -60,6 +70,11 @@ public:
     // picture's full size in `fullSize` (0 x 0 when it cannot be read).
     // An invalid box reads it whole.
     static QImage imageFromJpeg(const QByteArray& jpeg, const QSize& box, QSize* fullSize);
+
+    // The memory a decode is expected to take, from the input size and the
+    // output capacity chosen for it (which follows the declared picture
+    // size); what the MemoryBudget is asked for.
+    static qint64 workingMemory(qint32 inputSize, qint32 capacity);
 
     // input size x 10, kept within what a 32-bit size can say.
     static qint32 outputCapacity(qint32 inputSize);

@@ -31,6 +31,9 @@ public:
     static QFunctionPointer resolveFunction(const QString& library, const char* symbol,
                                             QString* error = nullptr);
 
+    // Bytes of physical memory in the machine; 0 when the system does not say.
+    static qint64 physicalMemory();
+
     // Shows the folder in the system's file manager; false if that could not
     // be started.
     static bool openFolder(const QString& folder);

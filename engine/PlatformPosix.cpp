@@ -77,6 +77,13 @@ QFunctionPointer Platform::resolveFunction(const QString& library, const char* s
     return function;
 }
 
+qint64 Platform::physicalMemory()
+{
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    return pages > 0 && pageSize > 0 ? qint64(pages) * pageSize : 0;
+}
+
 bool Platform::openFolder(const QString& folder)
 {
     return QDesktopServices::openUrl(QUrl::fromLocalFile(folder));

@@ -50,6 +50,13 @@ QFunctionPointer Platform::resolveFunction(const QString& library, const char* s
     return reinterpret_cast<QFunctionPointer>(function);
 }
 
+qint64 Platform::physicalMemory()
+{
+    MEMORYSTATUSEX status = {};
+    status.dwLength = sizeof(status);
+    return GlobalMemoryStatusEx(&status) ? qint64(status.ullTotalPhys) : 0;
+}
+
 bool Platform::openFolder(const QString& folder)
 {
     // Explorer wants backslashes; with forward slashes it opens "Documents".

@@ -204,6 +204,13 @@ void PreviewHEIC::slot_Preview()
     thread->setPreviewSize(ui->label_HEIC->size());
     connect(thread, SIGNAL(signal_SendHeicData(QImage, int, int)), this,
             SLOT(slot_GetJpgInfo(QImage, int, int)));
+    // A big photo takes seconds to decode; its own thumbnail stands in.
+    connect(thread, &HEICTojpg::signal_SendThumbnail, this, [this](const QImage& thumbnail) {
+        if (m_previewShown)
+            return;
+        ui->label_HEIC->setAlignment(Qt::AlignCenter);
+        ui->label_HEIC->setPixmap(scaledToFit(QPixmap::fromImage(thumbnail), ui->label_HEIC->size()));
+    });
     // Finished runs are freed at once instead of piling up until the page goes.
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     thread->start(QThread::InheritPriority);

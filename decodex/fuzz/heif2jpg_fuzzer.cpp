@@ -1,4 +1,4 @@
-// libFuzzer entry: every input goes through the capacity query and a full
+// libFuzzer entry: every input goes through the thumbnail, the capacity query and a full
 // conversion, once into a buffer the capacity says is enough and once into
 // one that is far too small.
 #include "decodex/heif2jpg.h"
@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -17,16 +18,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // The EXIF walk sees the same bytes as an EXIF item would.
     decodex::ExifEditor::forJpeg(data, size);
 
+    std::vector<uint8_t> thumbnail(1 << 16);
+    heif2jpg_thumbnail(data, inputSize, 90, thumbnail.data(), int32_t(thumbnail.size()));
+
     const int32_t capacity = heif2jpg_capacity(data, inputSize, 90);
-    // Huge declared images only measure how fast memory can be filled.
-    if (capacity <= 0 || capacity > (64 << 20))
+    // Photos up to 50 MP (a camera's) are decoded; beyond that a declared
+    // size only measures how fast memory can be filled. The bound is six
+    // bytes a pixel.
+    if (capacity <= 0 || capacity > 6 * 50000000 + (16 << 20))
         return 0;
-    std::vector<uint8_t> output(size_t(capacity) + 64, 0xA5);
-    const int32_t written = heif2jpg(data, inputSize, 90, output.data(), capacity, nullptr);
+    // Only the guard bytes past the capacity are filled: clearing a camera
+    // photo's whole bound on every input would be most of the run.
+    const size_t guard = 64;
+    const std::unique_ptr<uint8_t[]> output(new uint8_t[size_t(capacity) + guard]);
+    std::memset(output.get() + capacity, 0xA5, guard);
+    const int32_t written = heif2jpg(data, inputSize, 90, output.get(), capacity, nullptr);
     if (written == DECODEX_ERR_OUTPUT_TOO_SMALL)
         __builtin_trap(); // the capacity promised enough room
-    for (size_t i = size_t(capacity); i < output.size(); ++i) {
-        if (output[i] != 0xA5)
+    for (size_t i = 0; i < guard; ++i) {
+        if (output[size_t(capacity) + i] != 0xA5)
             __builtin_trap();
     }
     if (written > 0) {

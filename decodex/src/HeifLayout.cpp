@@ -24,6 +24,7 @@ constexpr uint32_t kIdat = BoxReader::fourcc("idat");
 constexpr uint32_t kDimg = BoxReader::fourcc("dimg");
 constexpr uint32_t kAuxl = BoxReader::fourcc("auxl");
 constexpr uint32_t kHvc1 = BoxReader::fourcc("hvc1");
+constexpr uint32_t kAv01 = BoxReader::fourcc("av01");
 constexpr uint32_t kGrid = BoxReader::fourcc("grid");
 constexpr uint32_t kHvcC = BoxReader::fourcc("hvcC");
 constexpr uint32_t kIspe = BoxReader::fourcc("ispe");
@@ -398,7 +399,7 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
         const auto type = meta.itemTypes.find(item);
         if (type == meta.itemTypes.end())
             return false;
-        for (uint32_t known : {kHvc1, kGrid, BoxReader::fourcc("iden"), BoxReader::fourcc("iovl"), BoxReader::fourcc("av01")})
+        for (uint32_t known : {kHvc1, kGrid, BoxReader::fourcc("iden"), BoxReader::fourcc("iovl"), kAv01})
             if (type->second == known)
                 return true;
         return false;
@@ -409,6 +410,25 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
             if (!isImage(input) || input == derived.first)
                 layout.referencesResolve = false;
         }
+    }
+
+    for (const auto& derived : meta.derived) {
+        const auto type = meta.itemTypes.find(derived.first);
+        if (type != meta.itemTypes.end() && type->second == kGrid
+            && std::set<uint32_t>(derived.second.begin(), derived.second.end()).size() != derived.second.size())
+            layout.structureSound = false;
+    }
+    // An item with no extents, or extents of no bytes, is empty either way.
+    for (const auto& item : meta.itemTypes) {
+        if (item.second != kAv01)
+            continue;
+        const auto location = meta.locations.find(item.first);
+        uint64_t bytes = 0;
+        if (location != meta.locations.end())
+            for (const Extent& extent : location->second.extents)
+                bytes += extent.length;
+        if (bytes == 0)
+            layout.structureSound = false;
     }
 
     layout.codedSizesFit = everyPictureFits(meta, layout.codedPixels);
@@ -470,7 +490,9 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
         if (!body.ok())
             return layout;
     }
-    if (first.bitDepthLuma != 8 || first.bitDepthChroma != 8)
+    // Cameras code 10 bits (some 12); the tiles then come out of libde265
+    // as 16-bit samples, which TileDecoder scales to 8 bits as it copies.
+    if (first.bitDepthLuma < 8 || first.bitDepthLuma > 12 || first.bitDepthChroma != first.bitDepthLuma)
         return layout;
 
     if (!readIspe(findProperty(meta, tileItems.front(), kIspe), layout.tileWidth, layout.tileHeight))
@@ -519,7 +541,8 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
         if (!hvcC || !readHvcC(hvcC->body, config))
             return layout;
         int w = 0, h = 0;
-        if (config.chromaFormat != first.chromaFormat || config.bitDepthLuma != 8 || config.bitDepthChroma != 8
+        if (config.chromaFormat != first.chromaFormat || config.bitDepthLuma != first.bitDepthLuma
+            || config.bitDepthChroma != first.bitDepthChroma
             || config.nalLengthSize != first.nalLengthSize
             || !readIspe(findProperty(meta, tile, kIspe), w, h) || w != layout.tileWidth || h != layout.tileHeight)
             return layout;

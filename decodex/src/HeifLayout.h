@@ -37,6 +37,13 @@ public:
     // never reach its decoder.
     bool referencesResolve = true;
 
+    // False when the file has a structure no camera or phone writes and
+    // libheif handles badly: an AV1 item the primary image reaches whose data
+    // is empty (the system AV1 decoder leaks on every such call), or a grid
+    // that uses one tile more than once (a 100 KB file became a 199 MP
+    // picture). Such a file must not reach any decoder.
+    bool structureSound = true;
+
     // False when a parameter set declares a picture larger than the item's
     // 'ispe' (plus padding to whole coding blocks). libde265 allocates what
     // the parameter set says, so such a file must not reach any decoder.
@@ -49,7 +56,7 @@ public:
     // when it is not direct: 0 monochrome, 1 4:2:0, 2 4:2:2, 3 4:4:4, -1
     // unknown.
     int chromaFormat = -1;
-    int bitDepth = 0;
+    int bitDepth = 0; // of every tile, 8 to 12, when direct
 
     std::vector<PlaneTransform::Step> transforms; // the primary's turns and mirrors, in order
 

@@ -183,16 +183,18 @@ bool codedPicturesPlausible(const HeifLayout& layout, const OpenedFile& file)
 
 // JPEG's YCbCr is BT.601; libheif reads a file without an nclx box the same
 // way. Such planes go to the encoder as they are, stretched first when they
-// are limited range.
+// are limited range; BT.709 planes (as many cameras write) are mixed into
+// BT.601 on the way. HDR transfers need the tone map in linear RGB.
 bool jpegNativeColour(const Colour& colour)
 {
     if (!colour.haveNclx)
         return true;
-    const bool bt601 = colour.matrix == heif_matrix_coefficients_ITU_R_BT_601_6
-                       || colour.matrix == heif_matrix_coefficients_ITU_R_BT_470_6_System_B_G
-                       || colour.matrix == heif_matrix_coefficients_unspecified;
+    const bool matrix = colour.matrix == heif_matrix_coefficients_ITU_R_BT_601_6
+                        || colour.matrix == heif_matrix_coefficients_ITU_R_BT_470_6_System_B_G
+                        || colour.matrix == heif_matrix_coefficients_unspecified
+                        || colour.matrix == heif_matrix_coefficients_ITU_R_BT_709_5;
     const bool sdr = colour.transfer != 16 && colour.transfer != 18;
-    return bt601 && sdr;
+    return matrix && sdr;
 }
 
 int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity,
@@ -208,7 +210,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     const Colour colour = colourOf(handle);
     const JpegMetadata metadata = metadataOf(handle, colour);
     const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
-    if (!codedPicturesPlausible(layout, file))
+    if (!layout.structureSound || !codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
     const GainMap gainMap = gainMaps ? GainMap::find(handle, input, size_t(inputSize)) : GainMap();
@@ -226,7 +228,11 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         const TileDecoder::Range range = !colour.haveNclx ? TileDecoder::Range::FromBitstream
                                          : colour.fullRange ? TileDecoder::Range::Full
                                                             : TileDecoder::Range::Limited;
-        if (TileDecoder::decode(layout, budget.threads(), range, planes)) {
+        const TileDecoder::Matrix matrix = !colour.haveNclx ? TileDecoder::Matrix::FromBitstream
+                                           : colour.matrix == heif_matrix_coefficients_ITU_R_BT_709_5
+                                               ? TileDecoder::Matrix::Bt709
+                                               : TileDecoder::Matrix::Bt601;
+        if (TileDecoder::decode(layout, budget.threads(), range, matrix, planes)) {
             if (!PlaneTransform::apply(layout.transforms, planes))
                 return DECODEX_ERR_ENCODE_FAILED;
             return finish(writer.writePlanar(planes, quality, metadata));
@@ -272,6 +278,41 @@ int32_t capacity(const uint8_t* input, int32_t inputSize)
     return bound > uint64_t(INT32_MAX) ? DECODEX_ERR_IMAGE_TOO_LARGE : int32_t(bound);
 }
 
+int32_t thumbnail(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity)
+{
+    if (!input || inputSize <= 0 || !output || capacity <= 0)
+        return DECODEX_ERR_BAD_ARGUMENT;
+    OpenedFile file;
+    if (const int err = open(input, inputSize, 1, file))
+        return err;
+    // The same refusals as a full conversion: libheif asserts on some of
+    // these files whichever image is decoded.
+    const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
+    if (!layout.structureSound || !layout.referencesResolve || !codedPicturesPlausible(layout, file))
+        return DECODEX_ERR_DECODE_FAILED;
+    const heif_image_handle* primary = file.primary.get();
+    const int count = heif_image_handle_get_number_of_thumbnails(primary);
+    if (count <= 0)
+        return DECODEX_ERR_DECODE_FAILED;
+    std::vector<heif_item_id> ids(static_cast<size_t>(count));
+    heif_image_handle_get_list_of_thumbnail_IDs(primary, ids.data(), count);
+    heif_image_handle* raw = nullptr;
+    if (heif_image_handle_get_thumbnail(primary, ids.front(), &raw).code != heif_error_Ok || !raw)
+        return DECODEX_ERR_DECODE_FAILED;
+    const std::unique_ptr<heif_image_handle, HandleDeleter> handle(raw);
+    const int width = heif_image_handle_get_width(raw), height = heif_image_handle_get_height(raw);
+    const int codedWidth = heif_image_handle_get_ispe_width(raw), codedHeight = heif_image_handle_get_ispe_height(raw);
+    const int side = DECODEX_MAX_THUMBNAIL_SIDE;
+    if (width <= 0 || height <= 0 || width > side || height > side || codedWidth > side || codedHeight > side)
+        return DECODEX_ERR_DECODE_FAILED;
+    const Colour colour = colourOf(raw);
+    RgbImage rgb;
+    if (const int err = RgbConverter::decode(raw, colour.haveNclx ? colour.transfer : 2, rgb))
+        return err;
+    JpegWriter writer(output, size_t(capacity));
+    return writer.writeRgb(rgb, 1, quality, JpegMetadata());
+}
+
 } // namespace
 } // namespace decodex
 
@@ -310,6 +351,18 @@ DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, 
         return decodex::capacity(input, input_size);
     } catch (...) {
         return DECODEX_ERR_ENCODE_FAILED;
+    }
+}
+
+DECODEX_API int32_t heif2jpg_thumbnail(const uint8_t* input, int32_t input_size, int32_t quality,
+                                       uint8_t* output, int32_t output_capacity)
+{
+    try {
+        return decodex::thumbnail(input, input_size, quality, output, output_capacity);
+    } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (...) {
+        return DECODEX_ERR_DECODE_FAILED;
     }
 }
 

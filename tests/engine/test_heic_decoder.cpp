@@ -2,6 +2,8 @@
 #include "EngineTestSupport.h"
 #include "HEICTojpg.h"
 #include "HeicDecoder.h"
+#include "HeicFixture.h"
+#include "MemoryBudget.h"
 
 #include <QRegularExpression>
 
@@ -48,11 +50,12 @@ private slots:
     void emptyOrUnreadableInputNeverCallsTheLibrary();
     void libraryErrorsBecomeReasons_data();
     void libraryErrorsBecomeReasons();
-    void tooSmallOutputIsRetriedOnce();
+    void outputIsSizedByTheLibraryInOneCall();
     void badLibraryAnswersAreRefused();
     void previewIsReadAtTheLabelsSize_data();
     void previewIsReadAtTheLabelsSize();
     void previewDestroyedWhileRunningDeliversNothing();
+    void previewShowsTheThumbnailFirst();
 
 private:
     QTemporaryDir m_dir;
@@ -182,27 +185,28 @@ void HeicDecoderTest::libraryErrorsBecomeReasons()
     QCOMPARE(result.failure, reason);
 }
 
-void HeicDecoderTest::tooSmallOutputIsRetriedOnce()
+void HeicDecoderTest::outputIsSizedByTheLibraryInOneCall()
 {
-    // The library says how much it needs: one retry with that succeeds.
+    // A JPEG larger than ten times its file: the library's bound is asked
+    // first, so the photo is decoded once, not once too small and again.
     const QByteArray jpeg = EngineTest::jpeg();
     const int before = EngineTest::fakeCalls();
     const auto result = HeicDecoder(m_fake.convert).decodeToJpeg(EngineTest::fakeHeic(jpeg, "FAKEBIGS"), 100, "");
     QVERIFY2(result.ok(), qPrintable(result.failure));
     QCOMPARE(result.jpeg, jpeg);
-    QCOMPARE(EngineTest::fakeCalls(), before + 2);
+    QCOMPARE(EngineTest::fakeCalls(), before + 1);
 
-    // Without a capacity function there is nothing to retry with.
+    // Without a bound, or with one the library then breaks: one call, a reason.
     HeicDecoder decoder(&alwaysTooSmall);
     g_tooSmallCalls = 0;
     QCOMPARE(decoder.decodeToJpeg("input", 100, "").failure, QString("the JPEG did not fit in its buffer"));
-    QCOMPARE(g_tooSmallCalls.load(), 1);
-    // A capacity that still gives too little: it stops after the one retry.
     DecoderLibrary::registerCapacity(&alwaysTooSmall,
                                      [](const uint8_t*, int32_t, int32_t) -> int32_t { return 100; });
     QVERIFY(!decoder.decodeToJpeg("input", 100, "").ok());
-    QCOMPARE(g_tooSmallCalls.load(), 3);
+    QCOMPARE(g_tooSmallCalls.load(), 2);
     DecoderLibrary::registerCapacity(&alwaysTooSmall, nullptr);
+    // Every call gave its memory back, failed ones included.
+    QCOMPARE(MemoryBudget::global().inUse(), qint64(0));
 
     QCOMPARE(HeicDecoder::outputCapacity(-5), 0);
     QCOMPARE(HeicDecoder::outputCapacity(HeicDecoder::kMaxFileSize), 167772140);
@@ -288,6 +292,40 @@ void HeicDecoderTest::previewDestroyedWhileRunningDeliversNothing()
     delete page;                                   // waits for the decode, then frees the thread
     QTest::qWait(100);
     QCOMPARE(*delivered, 0);
+}
+
+void HeicDecoderTest::previewShowsTheThumbnailFirst()
+{
+#ifndef PICTOVA_HAVE_DECODEX
+    QSKIP("the decoding library is not built");
+#else
+    const DecoderLibrary::Functions library = DecoderLibrary::bind();
+    QVERIFY(library.isBound() && library.thumbnail);
+    HeicFixtureOptions options;
+    options.orientation = 6; // a portrait photo stored on its side
+    options.thumbnail = 64;
+    QString error;
+    const QByteArray heic = HeicFixture::encode(HeicFixture::quadrants(192, 128), options, &error);
+    if (heic.isEmpty())
+        QSKIP(qPrintable(error));
+    const QString path = m_dir.filePath("with-thumbnail.heic");
+    QVERIFY(EngineTest::writeFile(path, heic));
+
+    HEICTojpg thread(path, library.convert, nullptr);
+    QStringList order;
+    QImage thumbnail;
+    connect(&thread, &HEICTojpg::signal_SendThumbnail, this, [&](const QImage& image) {
+        order << "thumbnail";
+        thumbnail = image;
+    });
+    connect(&thread, &HEICTojpg::signal_SendJpegData, this, [&] { order << "jpeg"; });
+    connect(&thread, &HEICTojpg::signal_SendHeicData, this, [&] { order << "image"; });
+    thread.start();
+    QTRY_COMPARE(order, QStringList({"thumbnail", "jpeg", "image"}));
+    QVERIFY(thread.wait(5000));
+    QCOMPARE(thumbnail.height(), 64); // standing, like the photo
+    QVERIFY(thumbnail.width() < thumbnail.height());
+#endif
 }
 
 PICTOVA_TEST_MAIN_WITH_TEMP_HOME(HeicDecoderTest)

@@ -123,8 +123,8 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
         std::unique_ptr<heif_color_profile_nclx, NclxDeleter> nclx(heif_nclx_color_profile_alloc());
         nclx->color_primaries = heif_color_primaries(options.nclxPrimaries);
         nclx->transfer_characteristics = heif_transfer_characteristics(options.nclxTransfer);
-        nclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_601_6;
-        nclx->full_range_flag = 1;
+        nclx->matrix_coefficients = heif_matrix_coefficients(options.nclxMatrix);
+        nclx->full_range_flag = options.fullRange ? 1 : 0;
         heif_image_set_nclx_color_profile(image.get(), nclx.get());
     }
 
@@ -136,8 +136,8 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
         outputNclx.reset(heif_nclx_color_profile_alloc());
         outputNclx->color_primaries = heif_color_primaries(options.nclxPrimaries);
         outputNclx->transfer_characteristics = heif_transfer_characteristics(options.nclxTransfer);
-        outputNclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_601_6;
-        outputNclx->full_range_flag = 1;
+        outputNclx->matrix_coefficients = heif_matrix_coefficients(options.nclxMatrix);
+        outputNclx->full_range_flag = options.fullRange ? 1 : 0;
         encOptions->output_nclx_profile = outputNclx.get();
         encOptions->macOS_compatibility_workaround_no_nclx_profile = 0;
     }
@@ -151,6 +151,14 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
                error, "heif_context_encode_image"))
         return {};
     std::unique_ptr<heif_image_handle, HandleDeleter> handle(rawHandle);
+    if (options.thumbnail > 0) {
+        heif_image_handle* thumb = nullptr;
+        if (failed(heif_context_encode_thumbnail(ctx.get(), image.get(), handle.get(), encoder.get(),
+                                                 encOptions.get(), options.thumbnail, &thumb),
+                   error, "heif_context_encode_thumbnail"))
+            return {};
+        heif_image_handle_release(thumb);
+    }
 
     if (!options.exifTiff.isEmpty()
         && failed(heif_context_add_exif_metadata(ctx.get(), handle.get(), options.exifTiff.constData(),

@@ -16,8 +16,11 @@ struct HeicFixtureOptions
     QByteArray icc;          // ICC profile to embed as 'prof'
     int nclxPrimaries = 0;   // when non-zero: write an nclx box with these primaries
     int nclxTransfer = 13;   // sRGB transfer unless told otherwise
+    bool fullRange = true;   // the nclx box's range (limited: as many cameras code)
+    int nclxMatrix = 6;      // the nclx box's matrix (BT.601; cameras often write 1, BT.709)
     int encoderQuality = 90; // HEVC quality, 0..100
     bool lossless = false;
+    int thumbnail = 0;       // when non-zero: a thumbnail of at most this many pixels a side
 };
 
 class HeicFixture

@@ -125,6 +125,22 @@ DECODEX_API int32_t heif2jpg_no_gain_map(const uint8_t* input, int32_t input_siz
  */
 DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, int32_t quality);
 
+/*
+ * Writes the photo's embedded thumbnail (phones store one, 320 to 512
+ * pixels wide) as a JPEG, turned and mirrored as the file asks, so that a
+ * viewer can show something at once while heif2jpg() decodes the photo.
+ * Only the thumbnail is decoded; no metadata is carried.
+ *
+ * Returns the number of JPEG bytes written (> 0), or a negative enum
+ * decodex_error: DECODE_FAILED when the file has no usable thumbnail (none,
+ * or one wider or higher than DECODEX_MAX_THUMBNAIL_SIDE), OUTPUT_TOO_SMALL
+ * when it did not fit (a capacity of DECODEX_MAX_THUMBNAIL_SIDE squared x 6
+ * bytes is always enough).
+ */
+#define DECODEX_MAX_THUMBNAIL_SIDE 1024
+DECODEX_API int32_t heif2jpg_thumbnail(const uint8_t* input, int32_t input_size, int32_t quality,
+                                       uint8_t* output, int32_t output_capacity);
+
 /* Short English text for a result code, for logs and command-line tools.
  * Never NULL; the string is static. */
 DECODEX_API const char* heif2jpg_error_text(int32_t code);
