@@ -27,6 +27,17 @@ AboutDlg::AboutDlg(QWidget* parent)
     ui->LabelNameText->setText(ProductInfo::productName());
     ui->LabelVantoraName->setText(ProductInfo::productName());
     ui->LabelCompanyText->setText(ProductInfo::companyName());
+
+    // The program is credited to its contributors as a whole (the AUTHORS
+    // file names them); the rows for single roles stay out of sight rather
+    // than carry names of people who did not do the work.
+    const QList<QLabel*> roleRows = {ui->LabelEngineerTitle,       ui->LabelEngineerText,
+                                     ui->LabelUIDesignerTitle,     ui->LabelUIDesignerText,
+                                     ui->LabelEditorTitle,         ui->LabelEditorText,
+                                     ui->LabelProjectManagerTitle, ui->LabelProjectManagerText,
+                                     ui->LabelProjuctManagerTitle, ui->LabelProjuctManagerText};
+    for (QLabel* label : roleRows)
+        label->hide();
 }
 
 AboutDlg::~AboutDlg() = default;
