@@ -3,6 +3,7 @@
 #include "PictovaResources.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <cmath>
 #include <QStringList>
 
@@ -34,6 +35,13 @@ SkinStyle::SkinStyle()
     , m_skinDir(skinDirFor(QCoreApplication::applicationDirPath()))
 {
     installOnce();
+    // Without its pictures the program shows empty buttons; say why, once.
+    static const bool checked = [this] {
+        if (!QDir(m_skinDir).exists())
+            qWarning("Pictova: skin folder missing: %s", qUtf8Printable(m_skinDir));
+        return true;
+    }();
+    (void)checked;
 }
 
 QString SkinStyle::skinDirFor(const QString& applicationDir)
