@@ -38,6 +38,9 @@ AboutDlg::AboutDlg(QWidget* parent)
                                      ui->LabelProjuctManagerTitle, ui->LabelProjuctManagerText};
     for (QLabel* label : roleRows)
         label->hide();
+    // The rows left keep their spacing at the top instead of spreading over
+    // the room the hidden ones leave.
+    ui->gridLayout->setRowStretch(ui->gridLayout->rowCount(), 1);
 }
 
 AboutDlg::~AboutDlg() = default;

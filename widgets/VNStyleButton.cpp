@@ -1,7 +1,13 @@
 #include "VNStyleButton.h"
 
+#include <QCoreApplication>
+#include <QCursor>
+#include <QFocusEvent>
+#include <QHoverEvent>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QPainter>
+#include <QPen>
 #include <QPalette>
 #include <QPixmap>
 
@@ -98,8 +104,50 @@ void VNStyleButton::mouseReleaseEvent(QMouseEvent* event)
         refresh();
     }
     // Only where the button is let go counts, not where it was pressed.
-    if (rect().contains(event->pos()))
-        emit clicked(false);
+    if (!rect().contains(event->pos()))
+        return;
+    QPointer<VNStyleButton> alive(this);
+    emit clicked(false);
+    // A click may open a modal chooser; when it returns the pointer is
+    // usually elsewhere, and no leave event told this button so.
+    if (alive && alive->m_state == Hover && !rect().contains(mapFromGlobal(QCursor::pos())))
+        dropHover();
+}
+
+void VNStyleButton::dropHover()
+{
+    if (m_state == Hover || m_state == Pressed) {
+        m_state = Normal;
+        update();
+    }
+    setAttribute(Qt::WA_UnderMouse, false);
+    QHoverEvent leave(QEvent::HoverLeave, QPointF(-1, -1), QPointF(-1, -1));
+    QCoreApplication::sendEvent(this, &leave);
+}
+
+void VNStyleButton::hideEvent(QHideEvent* event)
+{
+    // A dialog closed (by Escape, Enter or its answer) under the pointer must
+    // not show its button still hovered when it opens again.
+    dropHover();
+    m_keyboardFocus = false;
+    QPushButton::hideEvent(event);
+}
+
+void VNStyleButton::focusInEvent(QFocusEvent* event)
+{
+    const Qt::FocusReason reason = event->reason();
+    m_keyboardFocus = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
+        || reason == Qt::ShortcutFocusReason;
+    QPushButton::focusInEvent(event);
+    update();
+}
+
+void VNStyleButton::focusOutEvent(QFocusEvent* event)
+{
+    m_keyboardFocus = false;
+    QPushButton::focusOutEvent(event);
+    update();
 }
 
 void VNStyleButton::paintEvent(QPaintEvent* event)
@@ -116,4 +164,15 @@ void VNStyleButton::paintEvent(QPaintEvent* event)
         painter.drawPixmap(target, picture, picture.rect());
     }
     painter.drawText(QRectF(rect()), text(), m_textOption);
+
+    if (m_keyboardFocus && hasFocus()) {
+        // Blue ring with a white inner line: visible on the white card and on
+        // the filled blue pictures alike.
+        painter.setRenderHint(QPainter::Antialiasing, true);
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(QColor(0x35, 0x98, 0xfe), 2.0));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 3, 3);
+        painter.setPen(QPen(Qt::white, 1.0));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(2.5, 2.5, -2.5, -2.5), 2, 2);
+    }
 }

@@ -43,6 +43,9 @@ private slots:
     void cancelledCountTurnsNoIntoOk();
     void quitSignalsThenCloses();
     void variantsDropOnlySelfConnections();
+    void keyboardAnswers_data();
+    void keyboardAnswers();
+    void reopenedTipShowsNoHover();
 };
 
 using Setter = void (TipDialog::*)();
@@ -145,6 +148,75 @@ void TestTipDialog::variantsDropOnlySelfConnections()
     emit tip.dialog.signal_ClearTable();
     QVERIFY(tip.dialog.isVisible()); // the dialog's own link is gone
     QCOMPARE(outsiderCalls, 1);      // other receivers keep theirs
+}
+
+void TestTipDialog::keyboardAnswers_data()
+{
+    QTest::addColumn<Setter>("setter");
+    QTest::addColumn<QList<int>>("keys");
+    QTest::addColumn<QByteArray>("answer"); // the signal sent, empty for none
+    QTest::addColumn<bool>("closed");
+    const QByteArray none;
+    QTest::newRow("quit, Enter") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Return}
+                                 << QByteArray(SIGNAL(signal_ExitApp())) << true;
+    QTest::newRow("quit, Escape") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Escape} << none << true;
+    QTest::newRow("quit, Tab to No, Enter") << &TipDialog::setQuitTip
+                                            << QList<int>{Qt::Key_Tab, Qt::Key_Enter} << none << true;
+    QTest::newRow("quit, Tab twice is Yes again, Space")
+        << &TipDialog::setQuitTip << QList<int>{Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}
+        << QByteArray(SIGNAL(signal_ExitApp())) << true;
+    QTest::newRow("cancel, Enter") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Return}
+                                   << QByteArray(SIGNAL(signal_CancelConver())) << false;
+    QTest::newRow("clear, Escape") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Escape} << none << true;
+    QTest::newRow("cancelled notice, Enter") << &TipDialog::setConvertCancelledTip
+                                             << QList<int>{Qt::Key_Return} << none << true;
+}
+
+void TestTipDialog::keyboardAnswers()
+{
+    QFETCH(Setter, setter);
+    QFETCH(QList<int>, keys);
+    QFETCH(QByteArray, answer);
+    QFETCH(bool, closed);
+    TipDialog dialog;
+    (dialog.*setter)();
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    std::vector<std::unique_ptr<QSignalSpy>> spies;
+    for (const char* signal : {SIGNAL(signal_CancelConver()), SIGNAL(signal_ClearTable()),
+                               SIGNAL(signal_OpenFolder()), SIGNAL(signal_ExitApp())})
+        spies.push_back(std::make_unique<QSignalSpy>(&dialog, signal));
+    for (int key : keys) {
+        // Keys go where a person's would: to the focus, which must be an
+        // answer button, never the title bar's close.
+        QWidget* focus = QApplication::focusWidget();
+        QVERIFY(focus && focus->window() == &dialog);
+        QVERIFY2(focus->objectName().startsWith("pushButton_"), qPrintable(focus->objectName()));
+        QTest::keyClick(focus, Qt::Key(key));
+    }
+    QCOMPARE(!dialog.isVisible(), closed);
+    for (const auto& spy : spies)
+        QCOMPARE(spy->count(), spy->signal() == answer.mid(1) ? 1 : 0);
+}
+
+void TestTipDialog::reopenedTipShowsNoHover()
+{
+    Tip tip;
+    tip.dialog.setQuitTip();
+    const QString normalLook = tip.yes->styleSheet();
+    // The pointer rests on "Yes" when Escape closes the tip.
+    QEvent enter(QEvent::Enter);
+    QApplication::sendEvent(tip.yes, &enter);
+    QHoverEvent hover(QEvent::HoverEnter, QPointF(5, 5), QPointF(-1, -1));
+    QApplication::sendEvent(tip.yes, &hover);
+    QVERIFY(tip.yes->currentImage().endsWith("_hover.png"));
+    QVERIFY(tip.yes->styleSheet() != normalLook);
+    QTest::keyClick(&tip.dialog, Qt::Key_Escape);
+    QVERIFY(!tip.dialog.isVisible());
+
+    tip.dialog.show();
+    QVERIFY(tip.yes->currentImage().endsWith("_normal.png"));
+    QCOMPARE(tip.yes->styleSheet(), normalLook);
 }
 
 QTEST_MAIN(TestTipDialog)
