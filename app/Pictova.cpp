@@ -296,13 +296,15 @@ void Pictova::slot_QuitConfirmed()
 void Pictova::closeEvent(QCloseEvent* event)
 {
     // Every way to close (title bar, menu, Alt+F4, the window manager) goes
-    // through the same question; only its "Yes" lets the window go.
-    if (m_quitConfirmed) {
+    // through the same question; only its "Yes" lets the window go. Asked
+    // from here, the Yes's own close() returns at once (Qt is closing this
+    // window already), so the answer is taken up here.
+    if (!m_quitConfirmed)
+        slot_Exit();
+    if (m_quitConfirmed)
         QMainWindow::closeEvent(event);
-        return;
-    }
-    event->ignore();
-    slot_Exit();
+    else
+        event->ignore();
 }
 
 void Pictova::queryMenuEntry(int id, int* state, QString* url)

@@ -166,13 +166,13 @@ void VNStyleButton::paintEvent(QPaintEvent* event)
     painter.drawText(QRectF(rect()), text(), m_textOption);
 
     if (m_keyboardFocus && hasFocus()) {
-        // Blue ring with a white inner line: visible on the white card and on
-        // the filled blue pictures alike.
-        painter.setRenderHint(QPainter::Antialiasing, true);
+        // The classic dotted focus rectangle, dark dots on a white line, so
+        // it shows on the white card and on the filled blue pictures alike.
+        const QRect ring = rect().adjusted(3, 3, -4, -4);
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(QColor(0x35, 0x98, 0xfe), 2.0));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 3, 3);
         painter.setPen(QPen(Qt::white, 1.0));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(2.5, 2.5, -2.5, -2.5), 2, 2);
+        painter.drawRect(ring);
+        painter.setPen(QPen(QColor(0x48, 0x48, 0x48), 1.0, Qt::DotLine));
+        painter.drawRect(ring);
     }
 }

@@ -118,6 +118,7 @@ private slots:
     void toolsMenuIsBuiltOnceAndOpensAddresses();
     void withoutBrowserTheAddressIsShown();
     void quitAsksAndEndsTheEventLoopWithZero();
+    void windowManagerCloseAsksTheSameQuestion();
 
 private:
     QTemporaryDir m_photos;
@@ -323,13 +324,6 @@ void tst_MainWindow::quitAsksAndEndsTheEventLoopWithZero()
     });
     clickButton(&window, "pushButton_Close");
     QVERIFY(window.isVisible());
-    // Alt+F4 and the window manager close the window through close(): the
-    // same question, and "No" keeps it too.
-    AppTestSupport::answerNextModal([](QWidget* modal) {
-        QTest::mouseClick(child<QAbstractButton>(modal, "pushButton_OK"), Qt::LeftButton);
-    });
-    QVERIFY(!window.close());
-    QVERIFY(window.isVisible());
 
     window.slot_AddToolMenu();
     window.toolsMenu()->hide();
@@ -348,6 +342,23 @@ void tst_MainWindow::quitAsksAndEndsTheEventLoopWithZero()
     QCOMPARE(QApplication::exec(), 0);
     QCOMPARE(asked, QStringLiteral("Are you sure to quit the program?"));
     QVERIFY(!window.isVisible());
+}
+
+void tst_MainWindow::windowManagerCloseAsksTheSameQuestion()
+{
+    // Alt+F4 and the window manager close the window through close().
+    TestPictova window;
+    for (const char* answer : {"pushButton_OK", "pushButton_Yes"}) {
+        bool asked = false;
+        AppTestSupport::answerNextModal([answer, &asked](QWidget* modal) {
+            asked = true;
+            QTest::mouseClick(child<QAbstractButton>(modal, answer), Qt::LeftButton);
+        });
+        const bool closed = window.close();
+        QVERIFY(asked);
+        QCOMPARE(closed, answer == QByteArray("pushButton_Yes"));
+        QCOMPARE(window.isVisible(), !closed);
+    }
 }
 
 PICTOVA_APP_TEST_MAIN(tst_MainWindow)

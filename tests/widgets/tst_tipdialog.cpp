@@ -165,6 +165,10 @@ void TestTipDialog::keyboardAnswers_data()
     QTest::newRow("quit, Tab twice is Yes again, Space")
         << &TipDialog::setQuitTip << QList<int>{Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}
         << QByteArray(SIGNAL(signal_ExitApp())) << true;
+    // 0: the tip is opened again, as the next close asks again.
+    QTest::newRow("quit, Escape, again, Enter") << &TipDialog::setQuitTip
+                                               << QList<int>{Qt::Key_Escape, 0, Qt::Key_Return}
+                                               << QByteArray(SIGNAL(signal_ExitApp())) << true;
     QTest::newRow("cancel, Enter") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Return}
                                    << QByteArray(SIGNAL(signal_CancelConver())) << false;
     QTest::newRow("clear, Escape") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Escape} << none << true;
@@ -187,6 +191,11 @@ void TestTipDialog::keyboardAnswers()
                                SIGNAL(signal_OpenFolder()), SIGNAL(signal_ExitApp())})
         spies.push_back(std::make_unique<QSignalSpy>(&dialog, signal));
     for (int key : keys) {
+        if (key == 0) {
+            dialog.show();
+            QVERIFY(QTest::qWaitForWindowActive(&dialog));
+            continue;
+        }
         // Keys go where a person's would: to the focus, which must be an
         // answer button, never the title bar's close.
         QWidget* focus = QApplication::focusWidget();
