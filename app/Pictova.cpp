@@ -69,7 +69,7 @@ void Pictova::initWindow()
     setWindowIcon(QIcon(skin + "/main/48x48.png"));
 
     ui->title_Widget->setParentWidget(this, QPoint(5, 5), true);
-    ui->label_Icon->setPixmap(QPixmap(skin + "/main/heic_icon_26.png"));
+    ui->label_Icon->setPixmap(SkinStyle::pixmap(skin + "/main/heic_icon_26.png", devicePixelRatioF()));
 
     ui->pushButton_Feedback->setImages(skin + "/Button/feedback_icon_normal.png",
                                        skin + "/Button/feedback_icon_hover.png",

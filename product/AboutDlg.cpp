@@ -12,7 +12,8 @@ AboutDlg::AboutDlg(QWidget* parent)
     , ui(new Ui::AboutDlg)
 {
     ui->setupUi(this);
-    ui->label_logo_img->setPixmap(QPixmap(m_style.skinDir() + QStringLiteral("/main/48x48.png")));
+    ui->label_logo_img->setPixmap(
+        SkinStyle::pixmap(m_style.skinDir() + QStringLiteral("/main/48x48.png"), devicePixelRatioF()));
 
     ui->LabelVantoraName->setFont(m_style.font(43));
     ui->LabelApplicationName->setFont(m_style.font(32));

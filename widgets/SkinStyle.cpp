@@ -1,6 +1,7 @@
 #include "SkinStyle.h"
 
 #include "PictovaResources.h"
+#include "SkinImages.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -42,6 +43,18 @@ SkinStyle::SkinStyle()
         return true;
     }();
     (void)checked;
+}
+
+QPixmap SkinStyle::pixmap(const QString& file, qreal devicePixelRatio)
+{
+    if (devicePixelRatio > 1.0) {
+        QPixmap sharp(SkinImages::highDpiFileName(file));
+        if (!sharp.isNull()) {
+            sharp.setDevicePixelRatio(2.0);
+            return sharp;
+        }
+    }
+    return QPixmap(file);
 }
 
 QString SkinStyle::skinDirFor(const QString& applicationDir)

@@ -37,7 +37,7 @@ TipDialog::~TipDialog()
 
 void TipDialog::showPicture(const QString& skinPath)
 {
-    ui->label_StatesImage->setPixmap(QPixmap(m_style.skinDir() + skinPath));
+    ui->label_StatesImage->setPixmap(SkinStyle::pixmap(m_style.skinDir() + skinPath, devicePixelRatioF()));
 }
 
 void TipDialog::setCancelConvertTip()

@@ -1,5 +1,7 @@
 #include "VNStyleButton.h"
 
+#include "SkinStyle.h"
+
 #include <QCoreApplication>
 #include <QCursor>
 #include <QFocusEvent>
@@ -158,10 +160,10 @@ void VNStyleButton::paintEvent(QPaintEvent* event)
     }
 
     QPainter painter(this);
-    const QPixmap picture(m_images[paintedState()]);
+    const QPixmap picture = SkinStyle::pixmap(m_images[paintedState()], devicePixelRatioF());
     if (!picture.isNull()) {
         const QRect target = m_imageRect.width() == 0 ? rect() : m_imageRect;
-        painter.drawPixmap(target, picture, picture.rect());
+        painter.drawPixmap(target, picture);
     }
     painter.drawText(QRectF(rect()), text(), m_textOption);
 
