@@ -1,4 +1,3 @@
-#include "SkinStyle.h"
 #include "TipDialog.h"
 #include "VNStyleButton.h"
 #include "VNStyleWidgetTitle.h"
@@ -19,17 +18,12 @@ struct Tip
     VNStyleButton* ok = dialog.findChild<VNStyleButton*>(QStringLiteral("pushButton_OK"));
     QLabel* headline = dialog.findChild<QLabel*>(QStringLiteral("label_StatesText"));
     QLabel* second = dialog.findChild<QLabel*>(QStringLiteral("label_SuccessText"));
-    QLabel* picture = dialog.findChild<QLabel*>(QStringLiteral("label_StatesImage"));
     VNStyleWidgetTitle* title = dialog.findChild<VNStyleWidgetTitle*>(QStringLiteral("widget_Title"));
 
     Tip() { dialog.show(); }
     void click(QWidget* button) { QTest::mouseClick(button, Qt::LeftButton); }
 };
 
-QImage skinPicture(const char* path)
-{
-    return QImage(SkinStyle().skinDir() + QLatin1String(path)).convertToFormat(QImage::Format_ARGB32_Premultiplied);
-}
 
 } // namespace
 
@@ -38,72 +32,15 @@ class TestTipDialog : public QObject
     Q_OBJECT
 
 private slots:
-    void variants_data();
-    void variants();
     void cancelledCountTurnsNoIntoOk();
     void quitSignalsThenCloses();
     void variantsDropOnlySelfConnections();
     void keyboardAnswers_data();
     void keyboardAnswers();
-    void reopenedTipShowsNoHover();
 };
 
 using Setter = void (TipDialog::*)();
 Q_DECLARE_METATYPE(Setter)
-
-void TestTipDialog::variants_data()
-{
-    QTest::addColumn<Setter>("setter");
-    QTest::addColumn<QString>("headline");
-    QTest::addColumn<int>("pixels");
-    QTest::addColumn<QString>("second"); // empty: hidden
-    QTest::addColumn<QString>("yes");
-    QTest::addColumn<QString>("picture");
-    QTest::addColumn<QByteArray>("yesSignal");
-    QTest::newRow("cancel") << &TipDialog::setCancelConvertTip << "Are you sure to cancel the file conversion?"
-                            << 14 << "" << "Yes" << "/Label/tips_confirm.png"
-                            << QByteArray(SIGNAL(signal_CancelConver()));
-    QTest::newRow("clear") << &TipDialog::setClearTableTip << "Are you sure to trash all the files here?" << 14
-                           << "" << "Yes" << "/Label/tips_confirm.png" << QByteArray(SIGNAL(signal_ClearTable()));
-    QTest::newRow("cancelled") << &TipDialog::setConvertCancelledTip << "Conversion Cancelled!" << 16
-                               << "0 files have been successfully converted." << "Open Folder"
-                               << "/Label/tips_cancel.png" << QByteArray(SIGNAL(signal_OpenFolder()));
-}
-
-void TestTipDialog::variants()
-{
-    QFETCH(Setter, setter);
-    QFETCH(QString, headline);
-    QFETCH(int, pixels);
-    QFETCH(QString, second);
-    QFETCH(QString, yes);
-    QFETCH(QString, picture);
-    QFETCH(QByteArray, yesSignal);
-    Tip tip;
-    (tip.dialog.*setter)();
-    QCOMPARE(tip.headline->text(), headline);
-    QCOMPARE(tip.headline->font().pixelSize(), pixels);
-    QCOMPARE(tip.second->isVisible(), !second.isEmpty());
-    if (!second.isEmpty())
-        QCOMPARE(tip.second->text(), second);
-    QCOMPARE(tip.yes->text(), yes);
-    QCOMPARE(tip.ok->text(), QStringLiteral("No"));
-    QCOMPARE(tip.picture->pixmap(Qt::ReturnByValue).toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
-             skinPicture(qPrintable(picture)));
-
-    // Yes sends the variant's own signal and leaves the next step to the
-    // owner; "No" only closes.
-    std::vector<std::unique_ptr<QSignalSpy>> spies;
-    for (const char* signal : {SIGNAL(signal_CancelConver()), SIGNAL(signal_ClearTable()),
-                               SIGNAL(signal_OpenFolder()), SIGNAL(signal_ExitApp())})
-        spies.push_back(std::make_unique<QSignalSpy>(&tip.dialog, signal));
-    tip.click(tip.yes);
-    QVERIFY(tip.dialog.isVisible());
-    tip.click(tip.ok);
-    QVERIFY(!tip.dialog.isVisible());
-    for (const auto& spy : spies)
-        QCOMPARE(spy->count(), spy->signal() == yesSignal.mid(1) ? 1 : 0);
-}
 
 void TestTipDialog::cancelledCountTurnsNoIntoOk()
 {
@@ -171,9 +108,15 @@ void TestTipDialog::keyboardAnswers_data()
                                                << QByteArray(SIGNAL(signal_ExitApp())) << true;
     QTest::newRow("cancel, Enter") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Return}
                                    << QByteArray(SIGNAL(signal_CancelConver())) << false;
+    QTest::newRow("cancel, Escape") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Escape} << none << true;
+    QTest::newRow("clear, Enter") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Return}
+                                  << QByteArray(SIGNAL(signal_ClearTable())) << false;
     QTest::newRow("clear, Escape") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Escape} << none << true;
     QTest::newRow("cancelled notice, Enter") << &TipDialog::setConvertCancelledTip
                                              << QList<int>{Qt::Key_Return} << none << true;
+    QTest::newRow("cancelled notice, Tab to Open Folder, Space")
+        << &TipDialog::setConvertCancelledTip << QList<int>{Qt::Key_Backtab, Qt::Key_Space}
+        << QByteArray(SIGNAL(signal_OpenFolder())) << false;
 }
 
 void TestTipDialog::keyboardAnswers()
@@ -206,26 +149,6 @@ void TestTipDialog::keyboardAnswers()
     QCOMPARE(!dialog.isVisible(), closed);
     for (const auto& spy : spies)
         QCOMPARE(spy->count(), spy->signal() == answer.mid(1) ? 1 : 0);
-}
-
-void TestTipDialog::reopenedTipShowsNoHover()
-{
-    Tip tip;
-    tip.dialog.setQuitTip();
-    const QString normalLook = tip.yes->styleSheet();
-    // The pointer rests on "Yes" when Escape closes the tip.
-    QEvent enter(QEvent::Enter);
-    QApplication::sendEvent(tip.yes, &enter);
-    QHoverEvent hover(QEvent::HoverEnter, QPointF(5, 5), QPointF(-1, -1));
-    QApplication::sendEvent(tip.yes, &hover);
-    QVERIFY(tip.yes->currentImage().endsWith("_hover.png"));
-    QVERIFY(tip.yes->styleSheet() != normalLook);
-    QTest::keyClick(&tip.dialog, Qt::Key_Escape);
-    QVERIFY(!tip.dialog.isVisible());
-
-    tip.dialog.show();
-    QVERIFY(tip.yes->currentImage().endsWith("_normal.png"));
-    QCOMPARE(tip.yes->styleSheet(), normalLook);
 }
 
 QTEST_MAIN(TestTipDialog)
