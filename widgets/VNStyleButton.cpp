@@ -13,9 +13,42 @@
 #include <QPalette>
 #include <QPixmap>
 
+namespace {
+
+// Remembers whether the person last pressed a key or a mouse button. Qt
+// also moves focus "by Tab" on its own (a focused button hidden passes it
+// on), and such focus must not show a ring.
+struct InputWatcher : QObject
+{
+    bool keyboard = false;
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::KeyPress)
+            keyboard = true;
+        else if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::TouchBegin)
+            keyboard = false;
+        return false;
+    }
+};
+
+InputWatcher* inputWatcher()
+{
+    static InputWatcher* watcher = [] {
+        auto* w = new InputWatcher;
+        w->setParent(QCoreApplication::instance());
+        if (QCoreApplication::instance())
+            QCoreApplication::instance()->installEventFilter(w);
+        return w;
+    }();
+    return watcher;
+}
+
+} // namespace
+
 VNStyleButton::VNStyleButton(QWidget* parent)
     : QPushButton(parent)
 {
+    inputWatcher();
     QPalette pal = palette();
     pal.setBrush(QPalette::ButtonText, QBrush(QColor(66, 66, 66), Qt::SolidPattern));
     setPalette(pal);
@@ -139,8 +172,9 @@ void VNStyleButton::hideEvent(QHideEvent* event)
 void VNStyleButton::focusInEvent(QFocusEvent* event)
 {
     const Qt::FocusReason reason = event->reason();
-    m_keyboardFocus = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
-        || reason == Qt::ShortcutFocusReason;
+    m_keyboardFocus = inputWatcher()->keyboard
+        && (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
+            || reason == Qt::ShortcutFocusReason);
     QPushButton::focusInEvent(event);
     update();
 }
