@@ -165,23 +165,17 @@ void VNStyleButton::hideEvent(QHideEvent* event)
     // A dialog closed (by Escape, Enter or its answer) under the pointer must
     // not show its button still hovered when it opens again.
     dropHover();
-    m_keyboardFocus = false;
     QPushButton::hideEvent(event);
 }
 
 void VNStyleButton::focusInEvent(QFocusEvent* event)
 {
-    const Qt::FocusReason reason = event->reason();
-    m_keyboardFocus = inputWatcher()->keyboard
-        && (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
-            || reason == Qt::ShortcutFocusReason);
     QPushButton::focusInEvent(event);
     update();
 }
 
 void VNStyleButton::focusOutEvent(QFocusEvent* event)
 {
-    m_keyboardFocus = false;
     QPushButton::focusOutEvent(event);
     update();
 }
@@ -201,7 +195,9 @@ void VNStyleButton::paintEvent(QPaintEvent* event)
     }
     painter.drawText(QRectF(rect()), text(), m_textOption);
 
-    if (m_keyboardFocus && hasFocus()) {
+    // The focus shows once the person works with the keys (Tab, Space,
+    // Enter), as on any desktop; after a mouse press it stays out of sight.
+    if (hasFocus() && inputWatcher()->keyboard) {
         // The classic dotted focus rectangle, dark dots on a white line, so
         // it shows on the white card and on the filled blue pictures alike.
         const QRect ring = rect().adjusted(3, 3, -4, -4);

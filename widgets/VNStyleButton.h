@@ -9,7 +9,8 @@
 // them (one per state) with its text centred on top, and keeps its own state
 // instead of QAbstractButton's: clicked() comes from a left release inside the
 // button, or from the keyboard (Space, or Enter as a dialog's default) as with
-// any push button. Focus reached by the keyboard is drawn as a ring. Until then it looks like a plain push button.
+// any push button. Its focus is drawn as a dotted ring once the last input
+// was a key press. Until then it looks like a plain push button.
 class VNStyleButton : public QPushButton
 {
     Q_OBJECT
@@ -58,5 +59,4 @@ private:
     QString m_images[5]; // indexed by State; slot 0 unused
     QRect m_imageRect;
     QTextOption m_textOption{Qt::AlignCenter};
-    bool m_keyboardFocus = false; // focus came by Tab: draw the focus ring
 };
