@@ -2,16 +2,19 @@
 #include "ui_Pictova.h"
 
 #include "API_VersionControl.h"
-#include "BuiltInLinks.h"
 #include "HeicFileTable.h"
+#include "MenuLinks.h"
 #include "PhotoInfo.h"
 #include "PreviewHEIC.h"
 #include "SingalConverterHome.h"
 #include "TipDialog.h"
 #include "VNAbout.h"
+#include "VNMessageBox.h"
 #include "VNStyleButton.h"
 
 #include <QAction>
+#include <QCloseEvent>
+#include <QDir>
 #include <QDesktopServices>
 #include <QEvent>
 #include <QGuiApplication>
@@ -66,7 +69,7 @@ void Pictova::initWindow()
     setWindowIcon(QIcon(skin + "/main/48x48.png"));
 
     ui->title_Widget->setParentWidget(this, QPoint(5, 5), true);
-    ui->label_Icon->setPixmap(QPixmap(skin + "/main/heic_icon_26.png"));
+    ui->label_Icon->setPixmap(SkinStyle::pixmap(skin + "/main/heic_icon_26.png", devicePixelRatioF()));
 
     ui->pushButton_Feedback->setImages(skin + "/Button/feedback_icon_normal.png",
                                        skin + "/Button/feedback_icon_hover.png",
@@ -277,9 +280,31 @@ void Pictova::slot_Exit()
     if (!m_exitTip) {
         m_exitTip = new TipDialog(this);
         m_exitTip->setQuitTip();
-        connect(m_exitTip, SIGNAL(signal_ExitApp()), this, SLOT(close()));
+        connect(m_exitTip, SIGNAL(signal_ExitApp()), this, SLOT(slot_QuitConfirmed()));
     }
-    m_exitTip->exec();
+    // Alt+F4 during the question must not stack a second one.
+    if (!m_exitTip->isVisible())
+        m_exitTip->exec();
+}
+
+void Pictova::slot_QuitConfirmed()
+{
+    m_quitConfirmed = true;
+    close();
+}
+
+void Pictova::closeEvent(QCloseEvent* event)
+{
+    // Every way to close (title bar, menu, Alt+F4, the window manager) goes
+    // through the same question; only its "Yes" lets the window go. Asked
+    // from here, the Yes's own close() returns at once (Qt is closing this
+    // window already), so the answer is taken up here.
+    if (!m_quitConfirmed)
+        slot_Exit();
+    if (m_quitConfirmed)
+        QMainWindow::closeEvent(event);
+    else
+        event->ignore();
 }
 
 void Pictova::queryMenuEntry(int id, int* state, QString* url)
@@ -290,9 +315,12 @@ void Pictova::queryMenuEntry(int id, int* state, QString* url)
     *url = QString::fromWCharArray(text);
 }
 
-QString Pictova::builtInAddress(int id)
+QUrl Pictova::linkTarget(int id, bool reportRefusal)
 {
-    return BuiltInLinks::url(id);
+    int state = 1;
+    QString url;
+    queryMenuEntry(id, &state, &url);
+    return MenuLinks::target(id, url, reportRefusal);
 }
 
 void Pictova::buildToolsMenu()
@@ -326,7 +354,9 @@ void Pictova::buildToolsMenu()
                  {LinkFacebook, m_actFacebook},   {LinkTwitter, m_actTwitter}};
     for (const auto& link : links) {
         queryMenuEntry(link.id, &state, &url);
-        if (state != 1)
+        // An entry with nothing to open (no shipped page, no web address in
+        // the configuration) is left out rather than shown dead.
+        if (state != 1 || MenuLinks::target(link.id, url, false).isEmpty())
             continue;
         menu->addAction(link.action);
         // Separators close the help group and the social group, and only
@@ -358,15 +388,17 @@ void Pictova::slot_AddToolMenu()
 
 void Pictova::openMenuLink(int id)
 {
-    int state = 1;
-    QString url;
-    queryMenuEntry(id, &state, &url);
-    url = url.trimmed();
-    // Configured addresses are taken as written text, so an address with
-    // non-ASCII characters still reaches the browser intact.
-    const QUrl target(url.isEmpty() ? builtInAddress(id) : url, QUrl::TolerantMode);
-    if (!openUrl(target))
-        qWarning("Pictova: could not open %s", qPrintable(target.toString()));
+    const QUrl target = linkTarget(id, true);
+    if (target.isEmpty() || openUrl(target))
+        return;
+    // No browser (or no opener for local pages): the person can still copy
+    // the address into one.
+    const QString address = target.isLocalFile() ? QDir::toNativeSeparators(target.toLocalFile())
+                                                 : target.toString();
+    qWarning("Pictova: could not open %s", qUtf8Printable(address));
+    VNMessageBox box(tr("No web browser could be started. Open this page yourself:") + "\n" + address,
+                     VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+    box.exec();
 }
 
 bool Pictova::openUrl(const QUrl& url)

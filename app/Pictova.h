@@ -55,8 +55,9 @@ public:
     // State (1 = shown) and configured address of one tools menu entry.
     virtual void queryMenuEntry(int id, int* state, QString* url);
 
-    // Address opened when the configuration leaves an entry's address empty.
-    static QString builtInAddress(int id);
+    // What a link entry opens: the configured web address, else the help
+    // page shipped with the program; empty when there is neither.
+    QUrl linkTarget(int id, bool reportRefusal);
 
     // The page now in the content area, or null on the home screen.
     QWidget* currentPage() const { return m_currentPage; }
@@ -79,10 +80,12 @@ public slots:
     void slot_FollowUS();
     void slot_About();
     void slot_Exit();
+    void slot_QuitConfirmed();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
     // Hands a web address to the desktop; tests replace it so no browser starts.
     virtual bool openUrl(const QUrl& url);
@@ -107,6 +110,7 @@ private:
     PhotoInfo* m_photoInfo = nullptr;
     HeicFileTable* m_fileTable = nullptr;
     TipDialog* m_exitTip = nullptr;
+    bool m_quitConfirmed = false;
 
     // The menu has no parent widget (it pops up as its own window), so the
     // window owns it directly.

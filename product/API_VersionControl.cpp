@@ -175,15 +175,8 @@ QString API_VersionControl::programDirectory() const
 
 void API_VersionControl::FormatProductName()
 {
-    // The maker's product family; this program is the last one.
-    static const char* const names[kProductCount - 1] = {
-        "Vantora PDF Converter",   "Vantora Video Converter", "Vantora Photo Recovery",
-        "Vantora Screen Recorder", "Vantora DVD Ripper",      "Vantora Audio Converter",
-        "Vantora iPhone Transfer", "Vantora Data Recovery",   "Vantora Slideshow Maker",
-        "Vantora GIF Maker",
-    };
-    for (int i = 0; i < kProductCount - 1; ++i)
-        toWide(QString::fromLatin1(names[i]), m_productNames[i], kTextChars);
+    // The table has room for a family of products; this program is the only
+    // one there is, in the last place, and the other places stay empty.
     toWide(ProductInfo::productName(), m_productNames[kProductCount - 1], kTextChars);
 }
 

@@ -11,7 +11,7 @@ QString ProductInfo::productName()
 
 QString ProductInfo::companyName()
 {
-    return QStringLiteral("Vantora Software Ltd.");
+    return QStringLiteral("Pictova contributors");
 }
 
 QString ProductInfo::buildVersion()

@@ -3,7 +3,7 @@
 #include <QString>
 
 // The facts about this program that more than one screen or tool shows:
-// its name as the maker's product family spells it, the maker, and the
+// its name, who makes it, and the
 // version compiled in from the build.
 class ProductInfo
 {
@@ -13,6 +13,7 @@ public:
     // "Vantora Pictova": the name the about box shows and the one the
     // installer tools look up in the product table.
     static QString productName();
+    // Who makes it: the people in the AUTHORS file, credited together.
     static QString companyName();
 
     // The version the build was made with (the top-level project's version).

@@ -9,7 +9,7 @@ packages=(
   libheif-dev libheif-examples libde265-dev libx265-dev
   libjpeg62-turbo-dev libturbojpeg0-dev liblcms2-dev libexif-dev
   xvfb xauth libimage-exiftool-perl libvips-tools time
-  fonts-open-sans
+  fonts-open-sans libxcb1-dev
 )
 if [ "${PICTOVA_FUZZ:-0}" = 1 ]; then
   packages+=(clang libclang-rt-14-dev)

@@ -1,5 +1,7 @@
 #include "ShadowFrame.h"
 
+#include "Compositing.h"
+
 #include <QColor>
 #include <QPainter>
 #include <QPainterPath>
@@ -21,6 +23,13 @@ void ShadowFrame::paint(QWidget* widget) const
     card.addRoundedRect(QRectF(5, 5, w - 10, h - 10), 0.0, 0.0, Qt::AbsoluteSize);
 
     QPainter painter(widget);
+    if (!Compositing::active()) {
+        // Nothing blends the transparent margin with the desktop, so it would
+        // show black: make it the card's white, the outline still fading out.
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(widget->rect(), Qt::white);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    }
     painter.setRenderHint(QPainter::Antialiasing, true);
     painter.fillPath(card, QBrush(Qt::white, Qt::SolidPattern));
 

@@ -7,7 +7,20 @@
 // Screens keep writing their paths as text (SkinStyle::skinDir() + "/Button/...");
 // a new picture is added here first, then drawn by resources/generator.
 
+#include <QString>
+
 namespace SkinImages {
+
+// The high-DPI copy of a skin picture, drawn with twice the pixels:
+// ".../close_icon_normal.png" -> ".../close_icon_normal@2x.png".
+inline QString highDpiFileName(const QString& file)
+{
+    const int dot = file.lastIndexOf(QLatin1Char('.'));
+    const int slash = file.lastIndexOf(QLatin1Char('/'));
+    if (dot <= slash)
+        return file + QLatin1String("@2x");
+    return file.left(dot) + QLatin1String("@2x") + file.mid(dot);
+}
 
 struct Image
 {

@@ -1,8 +1,10 @@
 #include "SkinStyle.h"
 
 #include "PictovaResources.h"
+#include "SkinImages.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <cmath>
 #include <QStringList>
 
@@ -34,6 +36,25 @@ SkinStyle::SkinStyle()
     , m_skinDir(skinDirFor(QCoreApplication::applicationDirPath()))
 {
     installOnce();
+    // Without its pictures the program shows empty buttons; say why, once.
+    static const bool checked = [this] {
+        if (!QDir(m_skinDir).exists())
+            qWarning("Pictova: skin folder missing: %s", qUtf8Printable(m_skinDir));
+        return true;
+    }();
+    (void)checked;
+}
+
+QPixmap SkinStyle::pixmap(const QString& file, qreal devicePixelRatio)
+{
+    if (devicePixelRatio > 1.0) {
+        QPixmap sharp(SkinImages::highDpiFileName(file));
+        if (!sharp.isNull()) {
+            sharp.setDevicePixelRatio(2.0);
+            return sharp;
+        }
+    }
+    return QPixmap(file);
 }
 
 QString SkinStyle::skinDirFor(const QString& applicationDir)

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPixmap>
 #include <QString>
 
 // The fonts, colours and skin folder every screen takes its look from. Each
@@ -24,6 +25,11 @@ public:
     // value had to be divided by divisor to drop to 1024 or below.
     static QString unitName(int exponent);
     static int scaleSize(double value, double divisor, double& out);
+
+    // A skin picture for a screen of the given device pixel ratio: above 1
+    // its "@2x" copy when there is one (shown at the same size, twice as
+    // sharp), otherwise the file itself.
+    static QPixmap pixmap(const QString& file, qreal devicePixelRatio);
 
     // Skin folder below a given program folder; skinDir() uses the running
     // program's folder.

@@ -5,6 +5,7 @@
 
 #include <QEvent>
 #include <QLabel>
+#include <QShowEvent>
 #include <QPixmap>
 
 TipDialog::TipDialog(QWidget* parent)
@@ -37,7 +38,7 @@ TipDialog::~TipDialog()
 
 void TipDialog::showPicture(const QString& skinPath)
 {
-    ui->label_StatesImage->setPixmap(QPixmap(m_style.skinDir() + skinPath));
+    ui->label_StatesImage->setPixmap(SkinStyle::pixmap(m_style.skinDir() + skinPath, devicePixelRatioF()));
 }
 
 void TipDialog::setCancelConvertTip()
@@ -51,6 +52,7 @@ void TipDialog::setCancelConvertTip()
     ui->pushButton_OK->setText(tr("No"));
     connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_CancelConver()));
     connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+    setDefaultAnswer(ui->pushButton_Yes);
 }
 
 void TipDialog::setClearTableTip()
@@ -64,6 +66,7 @@ void TipDialog::setClearTableTip()
     ui->pushButton_OK->setText(tr("No"));
     connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_ClearTable()));
     connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+    setDefaultAnswer(ui->pushButton_Yes);
 }
 
 void TipDialog::setConvertCancelledTip()
@@ -83,6 +86,8 @@ void TipDialog::setConvertCancelledTip()
     ui->pushButton_OK->setText(tr("No"));
     connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_OpenFolder()));
     connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+    // A notice: Enter just acknowledges it.
+    setDefaultAnswer(ui->pushButton_OK);
 }
 
 void TipDialog::setConvertedCount(int count)
@@ -119,6 +124,24 @@ void TipDialog::setQuitTip()
     connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SLOT(slot_Exit()));
     connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
     ui->widget_Title->setTitleText(tr("Attention"));
+    setDefaultAnswer(ui->pushButton_Yes);
+}
+
+void TipDialog::setDefaultAnswer(VNStyleButton* button)
+{
+    // Enter takes the default answer; Escape is QDialog's reject, which
+    // closes the tip like its "No".
+    ui->pushButton_Yes->setDefault(button == ui->pushButton_Yes);
+    ui->pushButton_OK->setDefault(button == ui->pushButton_OK);
+    m_defaultAnswer = button;
+}
+
+void TipDialog::showEvent(QShowEvent* event)
+{
+    VNStyleDialog::showEvent(event);
+    // The answer buttons carry the focus, never an invisible one elsewhere.
+    if (m_defaultAnswer && m_defaultAnswer->isVisible())
+        m_defaultAnswer->setFocus(Qt::OtherFocusReason);
 }
 
 void TipDialog::slot_Close()

@@ -4,6 +4,8 @@
 #include "SkinStyle.h"
 #include "VNStyleDialog.h"
 
+class VNStyleButton;
+
 namespace Ui {
 class TipDialog;
 }
@@ -48,13 +50,16 @@ public slots:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void showPicture(const QString& skinPath);
+    void setDefaultAnswer(VNStyleButton* button);
 
     Ui::TipDialog* ui;
     ShadowFrame m_shadow;
     SkinStyle m_style;
     int m_convertedCount = 0;
     class QLabel* m_detail = nullptr;
+    VNStyleButton* m_defaultAnswer = nullptr;
 };

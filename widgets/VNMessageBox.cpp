@@ -28,6 +28,8 @@ VNMessageBox::VNMessageBox(const QString& text, const QString& title, int button
     ui->label->setText(m_text);
     ui->label->setStyleSheet(QStringLiteral("color:rgb(102,102,102)"));
     ui->label->setFont(m_style.font(34));
+    // Messages may carry an address or a path the person wants to copy.
+    ui->label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     for (VNStyleButton* button : all)
         button->setFont(m_style.font(32));
 

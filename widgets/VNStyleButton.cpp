@@ -1,13 +1,54 @@
 #include "VNStyleButton.h"
 
+#include "SkinStyle.h"
+
+#include <QCoreApplication>
+#include <QCursor>
+#include <QFocusEvent>
+#include <QHoverEvent>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QPainter>
+#include <QPen>
 #include <QPalette>
 #include <QPixmap>
+
+namespace {
+
+// Remembers whether the person last pressed a key or a mouse button. Qt
+// also moves focus "by Tab" on its own (a focused button hidden passes it
+// on), and such focus must not show a ring.
+struct InputWatcher : QObject
+{
+    bool keyboard = false;
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::KeyPress)
+            keyboard = true;
+        else if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::TouchBegin)
+            keyboard = false;
+        return false;
+    }
+};
+
+InputWatcher* inputWatcher()
+{
+    static InputWatcher* watcher = [] {
+        auto* w = new InputWatcher;
+        w->setParent(QCoreApplication::instance());
+        if (QCoreApplication::instance())
+            QCoreApplication::instance()->installEventFilter(w);
+        return w;
+    }();
+    return watcher;
+}
+
+} // namespace
 
 VNStyleButton::VNStyleButton(QWidget* parent)
     : QPushButton(parent)
 {
+    inputWatcher();
     QPalette pal = palette();
     pal.setBrush(QPalette::ButtonText, QBrush(QColor(66, 66, 66), Qt::SolidPattern));
     setPalette(pal);
@@ -98,8 +139,45 @@ void VNStyleButton::mouseReleaseEvent(QMouseEvent* event)
         refresh();
     }
     // Only where the button is let go counts, not where it was pressed.
-    if (rect().contains(event->pos()))
-        emit clicked(false);
+    if (!rect().contains(event->pos()))
+        return;
+    QPointer<VNStyleButton> alive(this);
+    emit clicked(false);
+    // A click may open a modal chooser; when it returns the pointer is
+    // usually elsewhere, and no leave event told this button so.
+    if (alive && alive->m_state == Hover && !rect().contains(mapFromGlobal(QCursor::pos())))
+        dropHover();
+}
+
+void VNStyleButton::dropHover()
+{
+    if (m_state == Hover || m_state == Pressed) {
+        m_state = Normal;
+        update();
+    }
+    setAttribute(Qt::WA_UnderMouse, false);
+    QHoverEvent leave(QEvent::HoverLeave, QPointF(-1, -1), QPointF(-1, -1));
+    QCoreApplication::sendEvent(this, &leave);
+}
+
+void VNStyleButton::hideEvent(QHideEvent* event)
+{
+    // A dialog closed (by Escape, Enter or its answer) under the pointer must
+    // not show its button still hovered when it opens again.
+    dropHover();
+    QPushButton::hideEvent(event);
+}
+
+void VNStyleButton::focusInEvent(QFocusEvent* event)
+{
+    QPushButton::focusInEvent(event);
+    update();
+}
+
+void VNStyleButton::focusOutEvent(QFocusEvent* event)
+{
+    QPushButton::focusOutEvent(event);
+    update();
 }
 
 void VNStyleButton::paintEvent(QPaintEvent* event)
@@ -110,10 +188,23 @@ void VNStyleButton::paintEvent(QPaintEvent* event)
     }
 
     QPainter painter(this);
-    const QPixmap picture(m_images[paintedState()]);
+    const QPixmap picture = SkinStyle::pixmap(m_images[paintedState()], devicePixelRatioF());
     if (!picture.isNull()) {
         const QRect target = m_imageRect.width() == 0 ? rect() : m_imageRect;
-        painter.drawPixmap(target, picture, picture.rect());
+        painter.drawPixmap(target, picture);
     }
     painter.drawText(QRectF(rect()), text(), m_textOption);
+
+    // The focus shows once the person works with the keys (Tab, Space,
+    // Enter), as on any desktop; after a mouse press it stays out of sight.
+    if (hasFocus() && inputWatcher()->keyboard) {
+        // The classic dotted focus rectangle, dark dots on a white line, so
+        // it shows on the white card and on the filled blue pictures alike.
+        const QRect ring = rect().adjusted(3, 3, -4, -4);
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(Qt::white, 1.0));
+        painter.drawRect(ring);
+        painter.setPen(QPen(QColor(0x48, 0x48, 0x48), 1.0, Qt::DotLine));
+        painter.drawRect(ring);
+    }
 }

@@ -8,7 +8,9 @@
 // The program's push button. Once given its pictures it paints itself from
 // them (one per state) with its text centred on top, and keeps its own state
 // instead of QAbstractButton's: clicked() comes from a left release inside the
-// button and nothing else. Until then it looks like a plain push button.
+// button, or from the keyboard (Space, or Enter as a dialog's default) as with
+// any push button. Its focus is drawn as a dotted ring once the last input
+// was a key press. Until then it looks like a plain push button.
 class VNStyleButton : public QPushButton
 {
     Q_OBJECT
@@ -43,9 +45,15 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     int paintedState() const;
+    // Back to the normal look, also for the screens' text-colour filters:
+    // a button hidden or covered under the pointer gets no leave event.
+    void dropHover();
 
     int m_state = NoImages;
     QString m_images[5]; // indexed by State; slot 0 unused

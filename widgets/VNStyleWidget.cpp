@@ -1,5 +1,7 @@
 #include "VNStyleWidget.h"
 
+#include "SkinStyle.h"
+
 #include <QDebug>
 #include <QGuiApplication>
 #include <QMouseEvent>
@@ -90,7 +92,7 @@ void VNStyleWidget::paintEvent(QPaintEvent*)
     // Loaded on every paint: the title pictures are tiny and a skin change on
     // disk shows up without a restart.
     QPainter painter(this);
-    const QPixmap picture(m_backgroundPath);
+    const QPixmap picture = SkinStyle::pixmap(m_backgroundPath, devicePixelRatioF());
     if (!picture.isNull())
         painter.drawPixmap(QRectF(rect()), picture, QRectF());
 }

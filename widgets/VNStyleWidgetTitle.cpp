@@ -20,6 +20,9 @@ VNStyleWidgetTitle::VNStyleWidgetTitle(QWidget* parent)
     m_logoLabel->setScaledContents(true);
     m_closeButton->setFixedSize(18, 18);
     m_closeButton->setFlat(true);
+    // Escape closes a dialog; a focusable close button would take Enter
+    // away from the dialog's answer without showing it has the focus.
+    m_closeButton->setFocusPolicy(Qt::NoFocus);
     m_titleLabel->setAttribute(Qt::WA_TranslucentBackground);
     m_logoLabel->setAttribute(Qt::WA_TranslucentBackground);
 

@@ -35,9 +35,21 @@ Look lookOf(const QString& path)
     return Look::Normal;
 }
 
+// Pixels per drawing unit of the picture being drawn: 1, or 2 for the "@2x"
+// copies high-DPI screens load. Every drawing works in the picture's own
+// units; the image's device pixel ratio makes the painter scale them.
+qreal g_scale = 1.0;
+
+QImage makeImage(QSize size, QImage::Format format)
+{
+    QImage image(size * g_scale, format);
+    image.setDevicePixelRatio(g_scale);
+    return image;
+}
+
 QImage canvas(QSize size)
 {
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    QImage image = makeImage(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     return image;
 }
@@ -422,7 +434,7 @@ QImage appIcon(QSize size)
 
 QImage titleBackground(QSize size)
 {
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    QImage image = makeImage(size, QImage::Format_ARGB32_Premultiplied);
     QPainter p(&image);
     QLinearGradient fill(0, 0, size.width(), 0);
     fill.setColorAt(0, kAccent);
@@ -433,7 +445,7 @@ QImage titleBackground(QSize size)
 
 QImage homeBackground(QSize size)
 {
-    QImage image(size, QImage::Format_RGB32);
+    QImage image = makeImage(size, QImage::Format_RGB32);
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
     QLinearGradient sky(0, 0, 0, size.height());
@@ -470,7 +482,7 @@ QImage homeBackground(QSize size)
 // the content stays above it.
 QImage homeTile(QSize size, bool batch, bool hover)
 {
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    QImage image = makeImage(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::white);
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
@@ -538,7 +550,7 @@ QImage homeTile(QSize size, bool batch, bool hover)
 // edges, so the border keeps inside that strip.
 QImage dropZone(QSize size)
 {
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    QImage image = makeImage(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::white);
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
@@ -552,7 +564,17 @@ QImage dropZone(QSize size)
 
 } // namespace
 
-QImage ArtworkPainter::render(const QString& path, QSize size)
+QImage ArtworkPainter::render(const QString& path, QSize size, qreal scale)
+{
+    struct ScaleScope
+    {
+        explicit ScaleScope(qreal s) { g_scale = s; }
+        ~ScaleScope() { g_scale = 1.0; }
+    } scope(scale);
+    return renderAtScale(path, size);
+}
+
+QImage ArtworkPainter::renderAtScale(const QString& path, QSize size)
 {
     const Look look = lookOf(path);
     const QString name = path.section(QLatin1Char('/'), -1);

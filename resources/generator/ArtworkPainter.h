@@ -11,6 +11,10 @@ class ArtworkPainter
 public:
     // The picture for a path of widgets/SkinImages.h ("/Button/...",
     // ":/VNRSC/logo.png", ...), at the given size; a null image when the path
-    // has no drawing.
-    static QImage render(const QString& path, QSize size);
+    // has no drawing. `scale` 2 draws the same picture with twice the pixels
+    // (device pixel ratio 2), for high-DPI screens.
+    static QImage render(const QString& path, QSize size, qreal scale = 1.0);
+
+private:
+    static QImage renderAtScale(const QString& path, QSize size);
 };

@@ -47,9 +47,9 @@ int main(int argc, char** argv)
     const QString resourceDir = QString::fromLocal8Bit(argv[2]);
 
     int failures = 0;
-    auto produce = [&](const SkinImages::Image& entry, const QString& file) {
+    auto produce = [&](const SkinImages::Image& entry, const QString& file, qreal scale) {
         const QString path = QString::fromLatin1(entry.path);
-        const QImage image = ArtworkPainter::render(path, QSize(entry.width, entry.height));
+        const QImage image = ArtworkPainter::render(path, QSize(entry.width, entry.height), scale);
         if (image.isNull()) {
             err << "no drawing for " << path << "\n";
             ++failures;
@@ -58,9 +58,14 @@ int main(int argc, char** argv)
             ++failures;
         }
     };
-    for (const auto& entry : SkinImages::skin)
-        produce(entry, skinDir + QString::fromLatin1(entry.path));
+    // The loose skin also gets "name@2x.png" copies drawn at twice the pixels,
+    // which the program loads on high-DPI screens (SkinStyle::pixmap).
+    for (const auto& entry : SkinImages::skin) {
+        const QString file = skinDir + QString::fromLatin1(entry.path);
+        produce(entry, file, 1.0);
+        produce(entry, SkinImages::highDpiFileName(file), 2.0);
+    }
     for (const auto& entry : SkinImages::resources)
-        produce(entry, resourceDir + QLatin1Char('/') + QString::fromLatin1(entry.path).mid(2));
+        produce(entry, resourceDir + QLatin1Char('/') + QString::fromLatin1(entry.path).mid(2), 1.0);
     return failures == 0 ? 0 : 1;
 }

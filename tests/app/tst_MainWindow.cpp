@@ -33,6 +33,7 @@ public:
     };
     QMap<int, Entry> config;
     QList<QUrl> opened;
+    bool browserStarts = true;
 
     void queryMenuEntry(int id, int* state, QString* url) override
     {
@@ -45,7 +46,7 @@ protected:
     bool openUrl(const QUrl& url) override
     {
         opened << url;
-        return true;
+        return browserStarts;
     }
 };
 
@@ -115,7 +116,9 @@ private slots:
     void toolsMenuSeparators_data();
     void toolsMenuSeparators();
     void toolsMenuIsBuiltOnceAndOpensAddresses();
+    void withoutBrowserTheAddressIsShown();
     void quitAsksAndEndsTheEventLoopWithZero();
+    void windowManagerCloseAsksTheSameQuestion();
 
 private:
     QTemporaryDir m_photos;
@@ -231,24 +234,34 @@ void tst_MainWindow::photoInfoShowsTheCurrentPhotoEveryTime()
 void tst_MainWindow::toolsMenuSeparators_data()
 {
     QTest::addColumn<QList<int>>("hidden");
+    QTest::addColumn<QList<int>>("withoutAddress");
     QTest::addColumn<QStringList>("layout");
 
     const QString T = "Tutorial", F = "Frequently Asked Questions", R = "Write a Product Review",
                   C = "Contact Us", FB = "View Facebook Fan Page", TW = "Follow Us on Twitter",
                   A = "About", X = "Exit", S = "-";
-    QTest::newRow("everything") << QList<int>{} << QStringList{T, F, R, C, S, FB, TW, S, A, X};
-    QTest::newRow("no contact") << QList<int>{6} << QStringList{T, F, R, FB, TW, S, A, X};
-    QTest::newRow("no social") << QList<int>{7, 8} << QStringList{T, F, R, C, S, A, X};
-    QTest::newRow("no links") << QList<int>{3, 4, 5, 6, 7, 8} << QStringList{A, X};
+    const QList<int> none;
+    QTest::newRow("everything") << none << none << QStringList{T, F, R, C, S, FB, TW, S, A, X};
+    QTest::newRow("no contact") << QList<int>{6} << none << QStringList{T, F, R, FB, TW, S, A, X};
+    QTest::newRow("no social") << QList<int>{7, 8} << none << QStringList{T, F, R, C, S, A, X};
+    QTest::newRow("no links") << QList<int>{3, 4, 5, 6, 7, 8} << none << QStringList{A, X};
+    // As shipped: no addresses, so only the help pages that come with the
+    // program are offered.
+    QTest::newRow("no addresses") << none << QList<int>{3, 4, 5, 6, 7, 8} << QStringList{T, F, A, X};
 }
 
 void tst_MainWindow::toolsMenuSeparators()
 {
     QFETCH(QList<int>, hidden);
+    QFETCH(QList<int>, withoutAddress);
     QFETCH(QStringList, layout);
     TestPictova window;
+    for (int id = Pictova::LinkTutorial; id <= Pictova::LinkTwitter; ++id)
+        window.config[id].url = QStringLiteral("https://example.org/%1").arg(id);
     for (int id : hidden)
         window.config[id].state = 0;
+    for (int id : withoutAddress)
+        window.config[id].url.clear();
     window.slot_AddToolMenu();
     QVERIFY(window.toolsMenu());
     QCOMPARE(menuLayout(window.toolsMenu()), layout);
@@ -259,6 +272,7 @@ void tst_MainWindow::toolsMenuIsBuiltOnceAndOpensAddresses()
 {
     TestPictova window;
     window.config[Pictova::LinkTutorial].url = "https://example.org/guide?x=1";
+    window.config[Pictova::LinkContactUs].url = "https://example.org/contact";
     window.slot_AddToolMenu();
     QMenu* menu = window.toolsMenu();
     QVERIFY(menu);
@@ -274,11 +288,31 @@ void tst_MainWindow::toolsMenuIsBuiltOnceAndOpensAddresses()
     QCOMPARE(menuLayout(menu), before);
     menu->hide();
 
+    // The configured page, then the FAQ that ships with the program.
     actionNamed(menu, "Tutorial")->trigger();
     actionNamed(menu, "Frequently Asked Questions")->trigger();
     QCOMPARE(window.opened.size(), 2);
     QCOMPARE(window.opened.at(0), QUrl("https://example.org/guide?x=1"));
-    QCOMPARE(window.opened.at(1), QUrl(Pictova::builtInAddress(Pictova::LinkFaq)));
+    QCOMPARE(window.opened.at(1), window.linkTarget(Pictova::LinkFaq, false));
+    QVERIFY(window.opened.at(1).isLocalFile());
+}
+
+void tst_MainWindow::withoutBrowserTheAddressIsShown()
+{
+    TestPictova window;
+    window.browserStarts = false;
+    window.config[Pictova::LinkContactUs].url = "https://example.org/contact";
+    window.slot_AddToolMenu();
+    window.toolsMenu()->hide();
+    QString shown;
+    AppTestSupport::answerNextModal([&shown](QWidget* modal) {
+        for (const QLabel* label : modal->findChildren<QLabel*>())
+            shown += label->text();
+        modal->close();
+    });
+    QTest::ignoreMessage(QtWarningMsg, "Pictova: could not open https://example.org/contact");
+    actionNamed(window.toolsMenu(), "Contact Us")->trigger();
+    QVERIFY2(shown.contains("https://example.org/contact"), qPrintable(shown));
 }
 
 void tst_MainWindow::quitAsksAndEndsTheEventLoopWithZero()
@@ -308,6 +342,23 @@ void tst_MainWindow::quitAsksAndEndsTheEventLoopWithZero()
     QCOMPARE(QApplication::exec(), 0);
     QCOMPARE(asked, QStringLiteral("Are you sure to quit the program?"));
     QVERIFY(!window.isVisible());
+}
+
+void tst_MainWindow::windowManagerCloseAsksTheSameQuestion()
+{
+    // Alt+F4 and the window manager close the window through close().
+    TestPictova window;
+    for (const char* answer : {"pushButton_OK", "pushButton_Yes"}) {
+        bool asked = false;
+        AppTestSupport::answerNextModal([answer, &asked](QWidget* modal) {
+            asked = true;
+            QTest::mouseClick(child<QAbstractButton>(modal, answer), Qt::LeftButton);
+        });
+        const bool closed = window.close();
+        QVERIFY(asked);
+        QCOMPARE(closed, answer == QByteArray("pushButton_Yes"));
+        QCOMPARE(window.isVisible(), !closed);
+    }
 }
 
 PICTOVA_APP_TEST_MAIN(tst_MainWindow)

@@ -1,5 +1,5 @@
 #include "API_VersionControl.h"
-#include "BuiltInLinks.h"
+#include "MenuLinks.h"
 #include "PrivateProfile.h"
 
 #include <QFile>
@@ -85,7 +85,9 @@ private slots:
     void menuKeys();
 
     void missingFileOrKeyGivesEmptyAddressAndStateOne();
-    void shippedVersionIniMatchesBuiltInLinks();
+    void shippedConfigurationOpensShippedHelp();
+    void onlyWebAddressesLeaveTheProgram_data();
+    void onlyWebAddressesLeaveTheProgram();
     void iniReadsLikeWindowsProfileFunctions();
     void iniWritesLikeWindowsProfileFunctions();
     void utf16IniKeepsItsEncoding();
@@ -153,18 +155,55 @@ void tst_ProductConfiguration::missingFileOrKeyGivesEmptyAddressAndStateOne()
     QCOMPARE(state, 0);
 }
 
-void tst_ProductConfiguration::shippedVersionIniMatchesBuiltInLinks()
+void tst_ProductConfiguration::shippedConfigurationOpensShippedHelp()
 {
     // The test runs from the build's program folder, where the shipped
-    // Version.ini is copied: the menu must read the same addresses from it
-    // as the built-in fall-backs.
+    // Version.ini and help pages are copied: the tutorial and the FAQ open a
+    // page that is there, and no entry carries an address of its own.
     QVERIFY(QFile::exists(QCoreApplication::applicationDirPath() + "/Version.ini"));
     API_VersionControl vc;
     for (int id = 3; id <= 8; ++id) {
         int state = 0;
-        QCOMPARE(urlOf(vc, id, &state), BuiltInLinks::url(id));
-        QCOMPARE(state, 1);
+        const QString configured = urlOf(vc, id, &state);
+        QCOMPARE(configured, QString());
+        const QUrl page = MenuLinks::target(id, configured, false);
+        if (id <= 4)
+            QVERIFY2(page.isLocalFile() && QFile::exists(page.toLocalFile()), qPrintable(page.toString()));
+        else
+            QVERIFY(page.isEmpty());
     }
+}
+
+void tst_ProductConfiguration::onlyWebAddressesLeaveTheProgram_data()
+{
+    QTest::addColumn<int>("id");
+    QTest::addColumn<QString>("configured");
+    QTest::addColumn<QString>("opened"); // "help" for the shipped page
+
+    QTest::newRow("https") << 6 << " https://example.org/c?a=1 " << "https://example.org/c?a=1";
+    QTest::newRow("upper-case http") << 5 << "HTTP://example.org/r" << "http://example.org/r";
+    QTest::newRow("non-ASCII kept") << 3 << "https://example.org/f\u00fchrer" << "https://example.org/f%C3%BChrer";
+    QTest::newRow("file on the tutorial") << 3 << "file:///etc/passwd" << "help";
+    QTest::newRow("program path") << 4 << "/usr/bin/xterm" << "help";
+    QTest::newRow("javascript") << 7 << "javascript:alert(1)" << "";
+    QTest::newRow("no host") << 8 << "https:///x" << "";
+    QTest::newRow("other scheme") << 6 << "ftp://example.org/" << "";
+    QTest::newRow("no scheme") << 5 << "example.org" << "";
+}
+
+void tst_ProductConfiguration::onlyWebAddressesLeaveTheProgram()
+{
+    QFETCH(int, id);
+    QFETCH(QString, configured);
+    QFETCH(QString, opened);
+    const bool refused = opened.isEmpty() || opened == QLatin1String("help");
+    if (refused)
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("not a web address"));
+    const QUrl target = MenuLinks::target(id, configured, true);
+    if (opened == QLatin1String("help"))
+        QCOMPARE(target, MenuLinks::helpPage(id));
+    else
+        QCOMPARE(target.toString(QUrl::FullyEncoded), opened);
 }
 
 void tst_ProductConfiguration::iniReadsLikeWindowsProfileFunctions()
@@ -386,7 +425,7 @@ void tst_ProductConfiguration::versionBinFromStartMenuLink()
 
     // Without a link for the product nothing is written anywhere.
     API_VersionControl stranger;
-    stranger.SetCurrProductName(L"Vantora DVD Ripper");
+    stranger.SetCurrProductName(L"Some Other Program");
     QVERIFY(!stranger.WriteVersionFile());
 }
 
@@ -395,8 +434,8 @@ void tst_ProductConfiguration::internetShortcut()
     QTemporaryDir dir;
     API_VersionControl vc;
     const QString path = dir.filePath(" Homepage on the Web.url");
-    vc.SetLinkUrl(w(path).c_str(), L"https://www.vantora.com/pictova/");
-    QCOMPARE(readAll(path), QByteArray("[InternetShortcut]\r\nURL=https://www.vantora.com/pictova/"));
+    vc.SetLinkUrl(w(path).c_str(), L"https://example.org/pictova/");
+    QCOMPARE(readAll(path), QByteArray("[InternetShortcut]\r\nURL=https://example.org/pictova/"));
 
     // An address too long for the shortcut buffer writes nothing.
     const QString tooLong = dir.filePath("long.url");

@@ -6,6 +6,7 @@
 #include <QImageReader>
 #include <QRegularExpression>
 #include <QSet>
+#include <QTemporaryDir>
 #include <QtTest>
 
 // Every picture the program can ask for must be there after the build, at
@@ -19,16 +20,40 @@ private slots:
     void picturesExist_data();
     void picturesExist();
     void everyPathInTheSourcesIsListed();
+    void highDpiScreensGetTheSharpCopy();
 };
+
+void TestSkinFiles::highDpiScreensGetTheSharpCopy()
+{
+    const QString file = SkinStyle().skinDir() + QStringLiteral("/Button/close_icon_normal.png");
+    for (qreal ratio : {1.0, 1.5, 2.0}) {
+        const QPixmap picture = SkinStyle::pixmap(file, ratio);
+        // Shown at the same size on every screen, with twice the pixels above 1.
+        QCOMPARE(picture.size() / picture.devicePixelRatio(), QSizeF(18, 18));
+        QCOMPARE(picture.devicePixelRatio(), ratio > 1.0 ? 2.0 : 1.0);
+    }
+    // A picture without a sharp copy is still shown.
+    QTemporaryDir dir;
+    QImage plain(4, 4, QImage::Format_RGB32);
+    plain.fill(Qt::red);
+    QVERIFY(plain.save(dir.filePath("plain.png")));
+    QCOMPARE(SkinStyle::pixmap(dir.filePath("plain.png"), 2.0).size(), QSize(4, 4));
+}
 
 void TestSkinFiles::picturesExist_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QSize>("size");
-    // Skin pictures are files beside the program; the others are compiled in.
+    // Skin pictures are files beside the program, each with its high-DPI copy
+    // at twice the pixels; the others are compiled in.
     const QString skinDir = SkinStyle().skinDir();
-    for (const auto& image : SkinImages::skin)
-        QTest::newRow(image.path) << skinDir + QLatin1String(image.path) << QSize(image.width, image.height);
+    for (const auto& image : SkinImages::skin) {
+        const QString file = skinDir + QLatin1String(image.path);
+        const QSize size(image.width, image.height);
+        QTest::newRow(image.path) << file << size;
+        QTest::newRow(qPrintable(QLatin1String(image.path) + "@2x"))
+            << SkinImages::highDpiFileName(file) << size * 2;
+    }
     for (const auto& image : SkinImages::resources)
         QTest::newRow(image.path) << QString::fromLatin1(image.path) << QSize(image.width, image.height);
 }

@@ -1,4 +1,3 @@
-#include "SkinStyle.h"
 #include "TipDialog.h"
 #include "VNStyleButton.h"
 #include "VNStyleWidgetTitle.h"
@@ -19,17 +18,12 @@ struct Tip
     VNStyleButton* ok = dialog.findChild<VNStyleButton*>(QStringLiteral("pushButton_OK"));
     QLabel* headline = dialog.findChild<QLabel*>(QStringLiteral("label_StatesText"));
     QLabel* second = dialog.findChild<QLabel*>(QStringLiteral("label_SuccessText"));
-    QLabel* picture = dialog.findChild<QLabel*>(QStringLiteral("label_StatesImage"));
     VNStyleWidgetTitle* title = dialog.findChild<VNStyleWidgetTitle*>(QStringLiteral("widget_Title"));
 
     Tip() { dialog.show(); }
     void click(QWidget* button) { QTest::mouseClick(button, Qt::LeftButton); }
 };
 
-QImage skinPicture(const char* path)
-{
-    return QImage(SkinStyle().skinDir() + QLatin1String(path)).convertToFormat(QImage::Format_ARGB32_Premultiplied);
-}
 
 } // namespace
 
@@ -38,69 +32,15 @@ class TestTipDialog : public QObject
     Q_OBJECT
 
 private slots:
-    void variants_data();
-    void variants();
     void cancelledCountTurnsNoIntoOk();
     void quitSignalsThenCloses();
     void variantsDropOnlySelfConnections();
+    void keyboardAnswers_data();
+    void keyboardAnswers();
 };
 
 using Setter = void (TipDialog::*)();
 Q_DECLARE_METATYPE(Setter)
-
-void TestTipDialog::variants_data()
-{
-    QTest::addColumn<Setter>("setter");
-    QTest::addColumn<QString>("headline");
-    QTest::addColumn<int>("pixels");
-    QTest::addColumn<QString>("second"); // empty: hidden
-    QTest::addColumn<QString>("yes");
-    QTest::addColumn<QString>("picture");
-    QTest::addColumn<QByteArray>("yesSignal");
-    QTest::newRow("cancel") << &TipDialog::setCancelConvertTip << "Are you sure to cancel the file conversion?"
-                            << 14 << "" << "Yes" << "/Label/tips_confirm.png"
-                            << QByteArray(SIGNAL(signal_CancelConver()));
-    QTest::newRow("clear") << &TipDialog::setClearTableTip << "Are you sure to trash all the files here?" << 14
-                           << "" << "Yes" << "/Label/tips_confirm.png" << QByteArray(SIGNAL(signal_ClearTable()));
-    QTest::newRow("cancelled") << &TipDialog::setConvertCancelledTip << "Conversion Cancelled!" << 16
-                               << "0 files have been successfully converted." << "Open Folder"
-                               << "/Label/tips_cancel.png" << QByteArray(SIGNAL(signal_OpenFolder()));
-}
-
-void TestTipDialog::variants()
-{
-    QFETCH(Setter, setter);
-    QFETCH(QString, headline);
-    QFETCH(int, pixels);
-    QFETCH(QString, second);
-    QFETCH(QString, yes);
-    QFETCH(QString, picture);
-    QFETCH(QByteArray, yesSignal);
-    Tip tip;
-    (tip.dialog.*setter)();
-    QCOMPARE(tip.headline->text(), headline);
-    QCOMPARE(tip.headline->font().pixelSize(), pixels);
-    QCOMPARE(tip.second->isVisible(), !second.isEmpty());
-    if (!second.isEmpty())
-        QCOMPARE(tip.second->text(), second);
-    QCOMPARE(tip.yes->text(), yes);
-    QCOMPARE(tip.ok->text(), QStringLiteral("No"));
-    QCOMPARE(tip.picture->pixmap(Qt::ReturnByValue).toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
-             skinPicture(qPrintable(picture)));
-
-    // Yes sends the variant's own signal and leaves the next step to the
-    // owner; "No" only closes.
-    std::vector<std::unique_ptr<QSignalSpy>> spies;
-    for (const char* signal : {SIGNAL(signal_CancelConver()), SIGNAL(signal_ClearTable()),
-                               SIGNAL(signal_OpenFolder()), SIGNAL(signal_ExitApp())})
-        spies.push_back(std::make_unique<QSignalSpy>(&tip.dialog, signal));
-    tip.click(tip.yes);
-    QVERIFY(tip.dialog.isVisible());
-    tip.click(tip.ok);
-    QVERIFY(!tip.dialog.isVisible());
-    for (const auto& spy : spies)
-        QCOMPARE(spy->count(), spy->signal() == yesSignal.mid(1) ? 1 : 0);
-}
 
 void TestTipDialog::cancelledCountTurnsNoIntoOk()
 {
@@ -145,6 +85,70 @@ void TestTipDialog::variantsDropOnlySelfConnections()
     emit tip.dialog.signal_ClearTable();
     QVERIFY(tip.dialog.isVisible()); // the dialog's own link is gone
     QCOMPARE(outsiderCalls, 1);      // other receivers keep theirs
+}
+
+void TestTipDialog::keyboardAnswers_data()
+{
+    QTest::addColumn<Setter>("setter");
+    QTest::addColumn<QList<int>>("keys");
+    QTest::addColumn<QByteArray>("answer"); // the signal sent, empty for none
+    QTest::addColumn<bool>("closed");
+    const QByteArray none;
+    QTest::newRow("quit, Enter") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Return}
+                                 << QByteArray(SIGNAL(signal_ExitApp())) << true;
+    QTest::newRow("quit, Escape") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Escape} << none << true;
+    QTest::newRow("quit, Tab to No, Enter") << &TipDialog::setQuitTip
+                                            << QList<int>{Qt::Key_Tab, Qt::Key_Enter} << none << true;
+    QTest::newRow("quit, Tab twice is Yes again, Space")
+        << &TipDialog::setQuitTip << QList<int>{Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}
+        << QByteArray(SIGNAL(signal_ExitApp())) << true;
+    // 0: the tip is opened again, as the next close asks again.
+    QTest::newRow("quit, Escape, again, Enter") << &TipDialog::setQuitTip
+                                               << QList<int>{Qt::Key_Escape, 0, Qt::Key_Return}
+                                               << QByteArray(SIGNAL(signal_ExitApp())) << true;
+    QTest::newRow("cancel, Enter") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Return}
+                                   << QByteArray(SIGNAL(signal_CancelConver())) << false;
+    QTest::newRow("cancel, Escape") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Escape} << none << true;
+    QTest::newRow("clear, Enter") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Return}
+                                  << QByteArray(SIGNAL(signal_ClearTable())) << false;
+    QTest::newRow("clear, Escape") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Escape} << none << true;
+    QTest::newRow("cancelled notice, Enter") << &TipDialog::setConvertCancelledTip
+                                             << QList<int>{Qt::Key_Return} << none << true;
+    QTest::newRow("cancelled notice, Tab to Open Folder, Space")
+        << &TipDialog::setConvertCancelledTip << QList<int>{Qt::Key_Backtab, Qt::Key_Space}
+        << QByteArray(SIGNAL(signal_OpenFolder())) << false;
+}
+
+void TestTipDialog::keyboardAnswers()
+{
+    QFETCH(Setter, setter);
+    QFETCH(QList<int>, keys);
+    QFETCH(QByteArray, answer);
+    QFETCH(bool, closed);
+    TipDialog dialog;
+    (dialog.*setter)();
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    std::vector<std::unique_ptr<QSignalSpy>> spies;
+    for (const char* signal : {SIGNAL(signal_CancelConver()), SIGNAL(signal_ClearTable()),
+                               SIGNAL(signal_OpenFolder()), SIGNAL(signal_ExitApp())})
+        spies.push_back(std::make_unique<QSignalSpy>(&dialog, signal));
+    for (int key : keys) {
+        if (key == 0) {
+            dialog.show();
+            QVERIFY(QTest::qWaitForWindowActive(&dialog));
+            continue;
+        }
+        // Keys go where a person's would: to the focus, which must be an
+        // answer button, never the title bar's close.
+        QWidget* focus = QApplication::focusWidget();
+        QVERIFY(focus && focus->window() == &dialog);
+        QVERIFY2(focus->objectName().startsWith("pushButton_"), qPrintable(focus->objectName()));
+        QTest::keyClick(focus, Qt::Key(key));
+    }
+    QCOMPARE(!dialog.isVisible(), closed);
+    for (const auto& spy : spies)
+        QCOMPARE(spy->count(), spy->signal() == answer.mid(1) ? 1 : 0);
 }
 
 QTEST_MAIN(TestTipDialog)

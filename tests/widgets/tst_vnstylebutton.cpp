@@ -1,5 +1,6 @@
 #include "VNStyleButton.h"
 
+#include <QCursor>
 #include <QMouseEvent>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -38,6 +39,7 @@ private slots:
     void stateMachine();
     void onlyALeftReleaseInsideClicks();
     void disabledPicture();
+    void hoverEndsWhenHiddenOrLeftUnderAModal();
 
 private:
     QTemporaryDir m_dir;
@@ -141,6 +143,49 @@ void TestVNStyleButton::disabledPicture()
     kept.setEnabled(false);
     QCOMPARE(kept.currentImage(), m_disabled);
 
+}
+
+void TestVNStyleButton::hoverEndsWhenHiddenOrLeftUnderAModal()
+{
+    QWidget window;
+    window.setGeometry(300, 300, 200, 100);
+    auto* button = new VNStyleButton(&window);
+    button->setGeometry(10, 10, 100, 30);
+    button->setImages(m_normal, m_hover, m_pressed);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+    // The click opens something modal; when it returns the pointer is far
+    // away and no leave event came.
+    QCursor::setPos(5, 5);
+    bool hoveredDuringClick = false;
+    connect(button, &QAbstractButton::clicked,
+            [&] { hoveredDuringClick = button->state() == VNStyleButton::Hover; });
+    enter(button);
+    send(button, QEvent::MouseButtonPress, QPoint(50, 15), Qt::LeftButton);
+    send(button, QEvent::MouseButtonRelease, QPoint(50, 15), Qt::LeftButton);
+    QVERIFY(hoveredDuringClick);
+    QCOMPARE(button->currentImage(), m_normal);
+
+    // Hidden under the pointer (its dialog closed): normal when shown again,
+    // and the screens' hover filters hear that the pointer left.
+    int hoverLeaves = 0;
+    struct Counter : QObject
+    {
+        int* count;
+        bool eventFilter(QObject*, QEvent* e) override
+        {
+            *count += e->type() == QEvent::HoverLeave;
+            return false;
+        }
+    } counter;
+    counter.count = &hoverLeaves;
+    button->installEventFilter(&counter);
+    enter(button);
+    window.hide();
+    window.show();
+    QCOMPARE(button->currentImage(), m_normal);
+    QCOMPARE(hoverLeaves, 1);
 }
 
 QTEST_MAIN(TestVNStyleButton)
