@@ -100,7 +100,7 @@ void tst_Install::installedConverterConverts()
     convert.start(command, {QStringLiteral("-o"), work.path(), photo});
     QVERIFY(convert.waitForFinished(60000));
     QVERIFY2(convert.exitCode() == 0, convert.readAll().constData());
-    QVERIFY(QFileInfo(work.filePath(QStringLiteral("Vantora/IMG_0007.jpg"))).size() > 0);
+    QVERIFY(QFileInfo(work.filePath(QStringLiteral("IMG_0007.jpg"))).size() > 0);
 }
 
 void tst_Install::installedProgramStarts()
