@@ -235,6 +235,10 @@ void Pictova::slot_ToPreviewView(QString strFilePath)
 
 void Pictova::slot_addHeicFileToTable(QVector<QString> vStrPath)
 {
+    // A cancelled chooser hands over nothing: the person stays where they were
+    // instead of landing on an empty table.
+    if (vStrPath.isEmpty() && !m_fileTable)
+        return;
     if (!m_fileTable) {
         m_fileTable = new HeicFileTable(this);
         m_fileTable->setGeometry(ui->widget_Main->rect());

@@ -157,6 +157,10 @@ void tst_MainWindow::pagesAreNewEveryVisit()
         QVERIFY(!child<QWidget>(&window, "widget_Main")->isVisible());
 
         QPointer<QWidget> dropGuard = drop;
+        if (batch) {
+            emit drop->signal_addHeicFile({}); // chooser cancelled: stay on the drop page
+            QCOMPARE(window.currentPage(), static_cast<QWidget*>(drop));
+        }
         if (batch)
             emit drop->signal_addHeicFile({m_photo, m_photo});
         else
