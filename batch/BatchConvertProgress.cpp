@@ -96,8 +96,10 @@ void BatchConvertProgress::setFinished(int count, const QVector<QPair<QString, Q
     ui->plainTextEdit_Failed->setPlainText(lines.join(QLatin1Char('\n')));
     ui->plainTextEdit_Failed->setToolTip(QString());
     ui->plainTextEdit_Failed->show();
-    // Room for the list; the card grows downwards.
+    // Room for the list; the card grows both ways so it stays centred.
+    const int grow = 360 - height();
     setFixedSize(490, 360);
+    move(x(), y() - grow / 2);
 }
 
 void BatchConvertProgress::setCancelling()
