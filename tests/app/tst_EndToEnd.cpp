@@ -1,6 +1,7 @@
 // The real main window driven the way a person uses it: photos dropped on
 // the pages, buttons clicked, dialogs answered; then the JPEG files on disk
 // are checked. Needs the real decoding library beside the tests.
+#include "TestSandbox.h"
 #include "AppTestSupport.h"
 
 #include "HeicFileTable.h"
@@ -207,5 +208,5 @@ void tst_EndToEnd::batchOfFiveFromDropToJpegs()
     QVERIFY(!window.currentPage());
 }
 
-PICTOVA_APP_TEST_MAIN(tst_EndToEnd)
+PICTOVA_TEST_MAIN(tst_EndToEnd)
 #include "tst_EndToEnd.moc"

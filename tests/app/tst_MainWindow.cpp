@@ -1,5 +1,6 @@
 // The main window on its own: page navigation, the photo information
 // dialog, the tools menu and quitting.
+#include "TestSandbox.h"
 #include "AppTestSupport.h"
 
 #include "HeicFileTable.h"
@@ -365,5 +366,5 @@ void tst_MainWindow::windowManagerCloseAsksTheSameQuestion()
     }
 }
 
-PICTOVA_APP_TEST_MAIN(tst_MainWindow)
+PICTOVA_TEST_MAIN(tst_MainWindow)
 #include "tst_MainWindow.moc"

@@ -1,5 +1,6 @@
 // Starts the real program as separate processes: one copy at a time per
 // user, and a copy that died (even by SIGKILL) never keeps the next one out.
+#include "TestSandbox.h"
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QProcess>
@@ -115,5 +116,5 @@ void tst_SingleInstance::secondCopyIsRefusedAndKilledCopyFreesTheLock()
     }
 }
 
-QTEST_GUILESS_MAIN(tst_SingleInstance)
+PICTOVA_TEST_GUILESS_MAIN(tst_SingleInstance)
 #include "tst_SingleInstance.moc"

@@ -1,4 +1,4 @@
-#include "BatchTestEnvironment.h"
+#include "TestSandbox.h"
 
 #include "BatchConvertProgress.h"
 #include "ConvertsionSet.h"
@@ -177,5 +177,5 @@ void BatchDialogsTest::everyWayOutAsks()
     QVERIFY(!dialog.isVisible());
 }
 
-PICTOVA_BATCH_TEST_MAIN(BatchDialogsTest)
+PICTOVA_TEST_MAIN(BatchDialogsTest)
 #include "BatchDialogsTest.moc"

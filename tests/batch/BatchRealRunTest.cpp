@@ -1,4 +1,4 @@
-#include "BatchTestEnvironment.h"
+#include "TestSandbox.h"
 #include "TestableFileTable.h"
 
 #include "ConvertsionSet.h"
@@ -89,5 +89,5 @@ void BatchRealRunTest::twentyPhotosConvertFromTheTable()
     }
 }
 
-PICTOVA_BATCH_TEST_MAIN(BatchRealRunTest)
+PICTOVA_TEST_MAIN(BatchRealRunTest)
 #include "BatchRealRunTest.moc"

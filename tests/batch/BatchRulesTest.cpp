@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "BatchRules.h"
 
 #include <QtTest>
@@ -78,5 +79,5 @@ void BatchRulesTest::removeTickedRow()
     QCOMPARE(before, after);
 }
 
-QTEST_APPLESS_MAIN(BatchRulesTest)
+PICTOVA_TEST_GUILESS_MAIN(BatchRulesTest)
 #include "BatchRulesTest.moc"

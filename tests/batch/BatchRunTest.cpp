@@ -1,4 +1,4 @@
-#include "BatchTestEnvironment.h"
+#include "TestSandbox.h"
 #include "FakeDecoder.h"
 #include "TestableFileTable.h"
 
@@ -341,5 +341,5 @@ void BatchRunTest::closingThePageMidRunLosesNoFile()
     QVERIFY(drainQueue().isEmpty()); // the page took its run with it
 }
 
-PICTOVA_BATCH_TEST_MAIN(BatchRunTest)
+PICTOVA_TEST_MAIN(BatchRunTest)
 #include "BatchRunTest.moc"

@@ -1,4 +1,4 @@
-#include "BatchTestEnvironment.h"
+#include "TestSandbox.h"
 #include "TestableFileTable.h"
 
 #include "TipDialog.h"
@@ -255,5 +255,5 @@ void FileTableTest::clearAsksAndEmptiesEverything()
     QCOMPARE(v.selectAll->checkState(), Qt::Checked);
 }
 
-PICTOVA_BATCH_TEST_MAIN(FileTableTest)
+PICTOVA_TEST_MAIN(FileTableTest)
 #include "FileTableTest.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "EngineTestSupport.h"
 
 #include <QDirIterator>
@@ -367,5 +368,5 @@ void CliTest::interruptFinishesFilesInHand()
 #endif
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(CliTest)
+PICTOVA_TEST_GUILESS_MAIN(CliTest)
 #include "test_cli.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "ByteSafeUtf8Codec.h"
 #include "CommandLine.h"
 #include "ConsoleReporter.h"
@@ -300,5 +301,5 @@ void CliPartsTest::summaryListsEveryFailureAndSkip()
              QStringList("pictova-convert: 0 converted, 0 failed, 0 skipped"));
 }
 
-QTEST_GUILESS_MAIN(CliPartsTest)
+PICTOVA_TEST_GUILESS_MAIN(CliPartsTest)
 #include "test_cli_parts.moc"

@@ -1,5 +1,6 @@
 // The library's internal rules that the public interface cannot reach
 // cheaply: the EXIF walk on malformed blocks and the rounding to 8 bits.
+#include "TestSandbox.h"
 #include "ExifEditor.h"
 #include "HevcSps.h"
 #include "RgbConverter.h"
@@ -136,7 +137,7 @@ void TestDecodexInternals::highBitDepthsRoundNotTruncate()
     QVERIFY(std::is_sorted(pq.begin(), pq.end()));
 }
 
-QTEST_GUILESS_MAIN(TestDecodexInternals)
+PICTOVA_TEST_GUILESS_MAIN(TestDecodexInternals)
 void TestDecodexInternals::spsPictureSizeIsRead()
 {
     // An SPS written bit by bit: two sub-layers (one with its own profile

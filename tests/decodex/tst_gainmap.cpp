@@ -1,6 +1,7 @@
 // Photos with an HDR gain map become gain-map JPEGs: the checks read the
 // MPF index, the XMP and both images the way a viewer would, without the
 // library's own code.
+#include "TestSandbox.h"
 #include "HeicFixture.h"
 #include "HeifBuilder.h"
 #include "GainMap.h"
@@ -366,5 +367,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestGainMap)
+PICTOVA_TEST_GUILESS_MAIN(TestGainMap)
 #include "tst_gainmap.moc"

@@ -1,5 +1,6 @@
 // The library's contract as the program relies on it, through the public C
 // functions only.
+#include "TestSandbox.h"
 #include "HeicFixture.h"
 #include "HeifBuilder.h"
 #include "JpegInspector.h"
@@ -800,5 +801,5 @@ void TestHeif2Jpg::phonePhotoKeepsItsDetails()
     QCOMPARE(image.size(), QSize(4032, 3024));
 }
 
-QTEST_GUILESS_MAIN(TestHeif2Jpg)
+PICTOVA_TEST_GUILESS_MAIN(TestHeif2Jpg)
 #include "tst_heif2jpg.moc"

@@ -6,8 +6,6 @@
 #include <QDir>
 #include <QImage>
 #include <QLibrary>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace EngineTest {
@@ -63,30 +61,4 @@ inline QStringList entries(const QString& folder)
                                   QDir::Name);
 }
 
-// The temporary home the test runs in; the desktop is its Desktop folder.
-inline QString& home()
-{
-    static QString path;
-    return path;
-}
-
 } // namespace EngineTest
-
-// Runs the test class with HOME inside a temporary folder, so that the
-// desktop the code writes to is never the real one.
-#define PICTOVA_TEST_MAIN_WITH_TEMP_HOME(TestClass)                                       \
-    int main(int argc, char** argv)                                                       \
-    {                                                                                     \
-        QTemporaryDir home;                                                               \
-        EngineTest::home() = home.path();                                                 \
-        qputenv("HOME", QFile::encodeName(home.path()));                                  \
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path() + "/.config"));          \
-        qunsetenv("XDG_DESKTOP_DIR");                                                     \
-        QCoreApplication app(argc, argv);                                                 \
-        if (!home.isValid()                                                               \
-            || !QStandardPaths::writableLocation(QStandardPaths::DesktopLocation)         \
-                    .startsWith(home.path()))                                             \
-            qFatal("the desktop folder must be inside the test's home");                  \
-        TestClass test;                                                                   \
-        return QTest::qExec(&test, argc, argv);                                           \
-    }

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "AtomicFileWriter.h"
 #include "EngineTestSupport.h"
 
@@ -125,5 +126,5 @@ void AtomicFileWriterTest::failedWriteKeepsTheOldFileAndSaysWhy()
 #endif
 }
 
-QTEST_GUILESS_MAIN(AtomicFileWriterTest)
+PICTOVA_TEST_GUILESS_MAIN(AtomicFileWriterTest)
 #include "test_atomic_file_writer.moc"

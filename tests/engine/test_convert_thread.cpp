@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "ConvertThread.h"
 #include "DecoderLibrary.h"
 #include "EngineTestSupport.h"
@@ -309,5 +310,5 @@ void ConvertThreadTest::destroyingARunningWorkerWaitsForIt()
     QCOMPARE(drainGlobalQueue(), QStringList(next));
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(ConvertThreadTest)
+PICTOVA_TEST_GUILESS_MAIN(ConvertThreadTest)
 #include "test_convert_thread.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "DecoderLibrary.h"
 #include "EngineTestSupport.h"
 #include "HEICTojpg.h"
@@ -328,5 +329,5 @@ void HeicDecoderTest::previewShowsTheThumbnailFirst()
 #endif
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(HeicDecoderTest)
+PICTOVA_TEST_GUILESS_MAIN(HeicDecoderTest)
 #include "test_heic_decoder.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "EngineTestSupport.h"
 #include "MemoryBudget.h"
 
@@ -73,5 +74,5 @@ void MemoryBudgetTest::photosWaitForRoomInTheOrderTheyAsked()
     QVERIFY(budget.limit() > 0); // the default: a share of the machine's memory
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(MemoryBudgetTest)
+PICTOVA_TEST_GUILESS_MAIN(MemoryBudgetTest)
 #include "test_memory_budget.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "EngineTestSupport.h"
 #include "OutputNaming.h"
 
@@ -98,5 +99,5 @@ void OutputNamingTest::defaultsFollowTheDesktop()
     QCOMPARE(OutputNaming::openFolderPath(QString()), desktop + "/Vantora");
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(OutputNamingTest)
+PICTOVA_TEST_GUILESS_MAIN(OutputNamingTest)
 #include "test_output_naming.moc"

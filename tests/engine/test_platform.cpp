@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "EngineTestSupport.h"
 #include "Platform.h"
 
@@ -34,7 +35,7 @@ void PlatformTest::resolvesExportsByPath()
     // The full file name works as well as the name without prefix and suffix.
     QVERIFY(Platform::resolveFunction(QStringLiteral(FAKE_DECODEX_DIR "/libDecodex.so"), "heif2jpg"));
 #endif
-    QVERIFY(!Platform::resolveFunction(EngineTest::home() + "/nowhere/Decodex", "heif2jpg", &error));
+    QVERIFY(!Platform::resolveFunction(TestSandbox::home() + "/nowhere/Decodex", "heif2jpg", &error));
     QVERIFY(!error.isEmpty());
     QVERIFY(!Platform::resolveFunction(EngineTest::fakeLibrary(), "no_such_function", &error));
     QVERIFY2(error.contains("no_such_function"), qPrintable(error));
@@ -47,11 +48,11 @@ void PlatformTest::openFolderHandsTheFolderToTheFileManager()
 #else
     UrlCatcher catcher;
     QDesktopServices::setUrlHandler("file", &catcher, "open");
-    QVERIFY(Platform::openFolder(EngineTest::home() + "/My Photos/Vantora"));
+    QVERIFY(Platform::openFolder(TestSandbox::home() + "/My Photos/Vantora"));
     QDesktopServices::unsetUrlHandler("file");
-    QCOMPARE(catcher.urls, QList<QUrl>{QUrl::fromLocalFile(EngineTest::home() + "/My Photos/Vantora")});
+    QCOMPARE(catcher.urls, QList<QUrl>{QUrl::fromLocalFile(TestSandbox::home() + "/My Photos/Vantora")});
 #endif
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(PlatformTest)
+PICTOVA_TEST_GUILESS_MAIN(PlatformTest)
 #include "test_platform.moc"

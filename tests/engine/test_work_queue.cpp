@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "EngineTestSupport.h"
 #include "WorkQueue.h"
 
@@ -75,5 +76,5 @@ void WorkQueueTest::fourTakersShareEveryPathExactlyOnce()
     QVERIFY(!queue.take(&job));
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(WorkQueueTest)
+PICTOVA_TEST_GUILESS_MAIN(WorkQueueTest)
 #include "test_work_queue.moc"

@@ -1,6 +1,7 @@
 // Installs the build into a staging prefix and runs what was installed: a
 // rule that leaves something the programs need behind in the build tree, or
 // puts it anywhere but beside them, fails here.
+#include "TestSandbox.h"
 #include "HeicFixture.h"
 #include "SkinImages.h"
 
@@ -124,5 +125,5 @@ void tst_Install::installedProgramStarts()
     QVERIFY2(!output.contains(QLatin1String("decoding library not found")), qPrintable(output));
 }
 
-QTEST_GUILESS_MAIN(tst_Install)
+PICTOVA_TEST_GUILESS_MAIN(tst_Install)
 #include "tst_Install.moc"

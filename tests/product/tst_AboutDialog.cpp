@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "AboutDlg.h"
 #include "Platform.h"
 #include "VNAbout.h"
@@ -48,5 +49,5 @@ void tst_AboutDialog::fileVersionOnlyForTheRunningProgram()
     QCOMPARE(Platform::fileVersion(QString()), QString());
 }
 
-QTEST_MAIN(tst_AboutDialog)
+PICTOVA_TEST_MAIN(tst_AboutDialog)
 #include "tst_AboutDialog.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "API_VersionControl.h"
 #include "MenuLinks.h"
 #include "PrivateProfile.h"
@@ -443,5 +444,5 @@ void tst_ProductConfiguration::internetShortcut()
     QVERIFY(!QFile::exists(tooLong));
 }
 
-QTEST_GUILESS_MAIN(tst_ProductConfiguration)
+PICTOVA_TEST_GUILESS_MAIN(tst_ProductConfiguration)
 #include "tst_ProductConfiguration.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
@@ -104,7 +105,7 @@ class TestPreviewHEIC : public QObject
     Q_OBJECT
 
 public:
-    explicit TestPreviewHEIC(const QString& home) : m_home(home) {}
+    TestPreviewHEIC() : m_home(TestSandbox::home()) {}
 
 private slots:
     void initTestCase();
@@ -417,18 +418,6 @@ void TestPreviewHEIC::destroyedWhileDecoding()
     QTest::qWait(100);
 }
 
-int main(int argc, char** argv)
-{
-    // The desktop folder must be a scratch folder before Qt first asks for it.
-    QTemporaryDir home;
-    if (!home.isValid())
-        return 1;
-    qputenv("HOME", home.path().toLocal8Bit());
-    qputenv("XDG_CONFIG_HOME", (home.path() + "/.config").toLocal8Bit());
-    qunsetenv("XDG_DESKTOP_DIR");
-    QApplication app(argc, argv);
-    TestPreviewHEIC test(home.path());
-    return QTest::qExec(&test, argc, argv);
-}
+PICTOVA_TEST_MAIN(TestPreviewHEIC)
 
 #include "tst_PreviewHEIC.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QTimer>
@@ -190,5 +191,5 @@ void TestSingalConverterHome::chooserRules()
         QCOMPARE(toList(batch.at(0).at(0).value<QVector<QString>>()), answer);
 }
 
-QTEST_MAIN(TestSingalConverterHome)
+PICTOVA_TEST_MAIN(TestSingalConverterHome)
 #include "tst_SingalConverterHome.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include <QLabel>
 #include <QSignalSpy>
 #include <QTimer>
@@ -65,5 +66,5 @@ void TestSingleDialogs::convertingOpenFolderKeepsItOpen()
     QVERIFY(!dialog.isVisible());
 }
 
-QTEST_MAIN(TestSingleDialogs)
+PICTOVA_TEST_MAIN(TestSingleDialogs)
 #include "tst_SingleDialogs.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "BatchConverter.h"
 #include "DecoderLibrary.h"
 #include "EngineTestSupport.h"
@@ -253,5 +254,5 @@ void StressTest::outputFolderRemovedDuringTheRun()
     QVERIFY(QFileInfo(out).isFile());
 }
 
-PICTOVA_TEST_MAIN_WITH_TEMP_HOME(StressTest)
+PICTOVA_TEST_GUILESS_MAIN(StressTest)
 #include "test_stress.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "StyleHelpers.h"
 #include "VNStyleCheckBox.h"
 
@@ -50,5 +51,5 @@ void TestCheckBoxTable::elidedLabelKeepsFullTextAsToolTip()
     QCOMPARE(label.toolTip(), text);
 }
 
-QTEST_MAIN(TestCheckBoxTable)
+PICTOVA_TEST_MAIN(TestCheckBoxTable)
 #include "tst_checkboxtable.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "SkinImages.h"
 #include "SkinStyle.h"
 
@@ -112,5 +113,5 @@ void TestSkinFiles::everyPathInTheSourcesIsListed()
     QVERIFY2(missing.isEmpty(), qPrintable("not in widgets/SkinImages.h:\n" + missing.join('\n')));
 }
 
-QTEST_MAIN(TestSkinFiles)
+PICTOVA_TEST_MAIN(TestSkinFiles)
 #include "tst_skinfiles.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "SkinStyle.h"
 
 #include <QFontInfo>
@@ -82,5 +83,5 @@ void TestSkinStyle::sizeHelpers()
     QCOMPARE(SkinStyle::scaleSize(qInf(), 1024.0, out), 0);
 }
 
-QTEST_MAIN(TestSkinStyle)
+PICTOVA_TEST_MAIN(TestSkinStyle)
 #include "tst_skinstyle.moc"

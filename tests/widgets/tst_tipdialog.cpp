@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "TipDialog.h"
 #include "VNStyleButton.h"
 #include "VNStyleWidgetTitle.h"
@@ -151,5 +152,5 @@ void TestTipDialog::keyboardAnswers()
         QCOMPARE(spy->count(), spy->signal() == answer.mid(1) ? 1 : 0);
 }
 
-QTEST_MAIN(TestTipDialog)
+PICTOVA_TEST_MAIN(TestTipDialog)
 #include "tst_tipdialog.moc"

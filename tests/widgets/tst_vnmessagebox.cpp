@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "VNMessageBox.h"
 #include "VNStyleButton.h"
 #include "VNStyleWidgetTitle.h"
@@ -74,5 +75,5 @@ void TestVNMessageBox::onlyFlaggedButtonsShow()
     QVERIFY(button(five, "pushButton_yes")->x() < button(five, "pushButton_ok")->x());
 }
 
-QTEST_MAIN(TestVNMessageBox)
+PICTOVA_TEST_MAIN(TestVNMessageBox)
 #include "tst_vnmessagebox.moc"

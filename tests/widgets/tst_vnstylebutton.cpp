@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "VNStyleButton.h"
 
 #include <QCursor>
@@ -188,5 +189,5 @@ void TestVNStyleButton::hoverEndsWhenHiddenOrLeftUnderAModal()
     QCOMPARE(hoverLeaves, 1);
 }
 
-QTEST_MAIN(TestVNStyleButton)
+PICTOVA_TEST_MAIN(TestVNStyleButton)
 #include "tst_vnstylebutton.moc"

@@ -1,3 +1,4 @@
+#include "TestSandbox.h"
 #include "VNStyleButton.h"
 #include "VNStyleWidget.h"
 #include "VNStyleWidgetTitle.h"
@@ -158,5 +159,5 @@ void TestVNStyleWidget::titleCloseButtonClosesOrSignals()
     }
 }
 
-QTEST_MAIN(TestVNStyleWidget)
+PICTOVA_TEST_MAIN(TestVNStyleWidget)
 #include "tst_vnstylewidget.moc"

@@ -6,7 +6,7 @@
 //
 // Runs in a private home folder, so nothing is written to the real desktop.
 // Not installed and not a test: a person looks at the pictures.
-#include "AppTestSupport.h"
+#include "TestSandbox.h"
 
 #include "Pictova.h"
 #include "PreviewHEIC.h"
@@ -55,10 +55,9 @@ void dropFiles(QWidget* target, const QStringList& files)
 
 int main(int argc, char** argv)
 {
-    QTemporaryDir home;
-    AppTestSupport::useHome(home);
+    TestSandbox home; // the same private home the tests run in
     QApplication app(argc, argv);
-    if (!AppTestSupport::desktopIsInside(home))
+    if (!home.isSealed())
         return 1;
 
     g_outDir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("/tmp/pictova-shots");
