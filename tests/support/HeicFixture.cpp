@@ -119,26 +119,18 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
 
     if (!options.icc.isEmpty())
         heif_image_set_raw_color_profile(image.get(), "prof", options.icc.constData(), size_t(options.icc.size()));
+    std::unique_ptr<heif_encoding_options, OptionsDeleter> encOptions(heif_encoding_options_alloc());
+    std::unique_ptr<heif_color_profile_nclx, NclxDeleter> nclx;
     if (options.nclxPrimaries != 0) {
-        std::unique_ptr<heif_color_profile_nclx, NclxDeleter> nclx(heif_nclx_color_profile_alloc());
+        nclx.reset(heif_nclx_color_profile_alloc());
         nclx->color_primaries = heif_color_primaries(options.nclxPrimaries);
         nclx->transfer_characteristics = heif_transfer_characteristics(options.nclxTransfer);
         nclx->matrix_coefficients = heif_matrix_coefficients(options.nclxMatrix);
         nclx->full_range_flag = options.fullRange ? 1 : 0;
         heif_image_set_nclx_color_profile(image.get(), nclx.get());
-    }
-
-    std::unique_ptr<heif_encoding_options, OptionsDeleter> encOptions(heif_encoding_options_alloc());
-    // libheif writes an nclx box only when told which one, and by default
-    // leaves it out for macOS' sake.
-    std::unique_ptr<heif_color_profile_nclx, NclxDeleter> outputNclx;
-    if (options.nclxPrimaries != 0) {
-        outputNclx.reset(heif_nclx_color_profile_alloc());
-        outputNclx->color_primaries = heif_color_primaries(options.nclxPrimaries);
-        outputNclx->transfer_characteristics = heif_transfer_characteristics(options.nclxTransfer);
-        outputNclx->matrix_coefficients = heif_matrix_coefficients(options.nclxMatrix);
-        outputNclx->full_range_flag = options.fullRange ? 1 : 0;
-        encOptions->output_nclx_profile = outputNclx.get();
+        // libheif writes an nclx box only when told which one, and by
+        // default leaves it out for macOS' sake.
+        encOptions->output_nclx_profile = nclx.get();
         encOptions->macOS_compatibility_workaround_no_nclx_profile = 0;
     }
     encOptions->save_alpha_channel = options.alpha ? 1 : 0;
