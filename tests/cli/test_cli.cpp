@@ -212,6 +212,10 @@ void CliTest::everyPhotoAccountedFor_data()
         << "1 converted, 1 failed, 0 skipped"
         << QStringList{"  %1/d/locked: cannot read the folder: Permission denied"}
         << QByteArrayList{"d/open/a.jpg"};
+    // The finished JPEG cannot be put in place: a folder holds its name.
+    QTest::newRow("final rename refused")
+        << QByteArrayList{"a.heic", "o/a.jpg/keep"} << QStringList{"-o", "o", "a.heic"} << 1
+        << "0 converted, 1 failed, 0 skipped" << QStringList() << QByteArrayList();
     QTest::newRow("nothing found")
         << QByteArrayList{"d/notes.txt"} << QStringList{"d"} << 1 << QString()
         << QStringList{"pictova-convert: no photos found; nothing was converted"} << QByteArrayList();
@@ -248,6 +252,9 @@ void CliTest::everyPhotoAccountedFor()
     for (const QString& line : said)
         QVERIFY2(run.err.contains(line.arg(m_dir->path())), qPrintable(run.err.join('\n')));
     QCOMPARE(run.out.size(), written.size());
+    // No temporary file is left behind, whatever failed.
+    for (QDirIterator it(m_dir->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
+        QVERIFY2(!it.next().contains("/."), qPrintable(it.filePath()));
     for (const QByteArray& name : written) {
         const QByteArray full = QFile::encodeName(m_dir->path()) + '/' + name;
         // Listed and written as the bytes they are.
