@@ -14,7 +14,7 @@
 #include <QLabel>
 #include <QMap>
 #include <QMenu>
-#include <QPushButton>
+#include <QAbstractButton>
 #include <QPointer>
 #include <QTableWidget>
 #include <QtTest>
@@ -116,7 +116,6 @@ private slots:
     void photoInfoShowsTheCurrentPhotoEveryTime();
     void toolsMenuSeparators_data();
     void toolsMenuSeparators();
-    void toolsMenuIsBuiltOnceAndOpensAddresses();
     void withoutBrowserTheAddressIsShown();
     void quitAsksAndEndsTheEventLoopWithZero();
     void windowManagerCloseAsksTheSameQuestion();
@@ -248,8 +247,6 @@ void tst_MainWindow::toolsMenuSeparators_data()
     const QList<int> none;
     QTest::newRow("everything") << none << none << QStringList{T, F, R, C, S, FB, TW, S, A, X};
     QTest::newRow("no contact") << QList<int>{6} << none << QStringList{T, F, R, FB, TW, S, A, X};
-    QTest::newRow("no social") << QList<int>{7, 8} << none << QStringList{T, F, R, C, S, A, X};
-    QTest::newRow("no links") << QList<int>{3, 4, 5, 6, 7, 8} << none << QStringList{A, X};
     // As shipped: no addresses, so only the help pages that come with the
     // program are offered.
     QTest::newRow("no addresses") << none << QList<int>{3, 4, 5, 6, 7, 8} << QStringList{T, F, A, X};
@@ -271,35 +268,6 @@ void tst_MainWindow::toolsMenuSeparators()
     QVERIFY(window.toolsMenu());
     QCOMPARE(menuLayout(window.toolsMenu()), layout);
     window.toolsMenu()->hide();
-}
-
-void tst_MainWindow::toolsMenuIsBuiltOnceAndOpensAddresses()
-{
-    TestPictova window;
-    window.config[Pictova::LinkTutorial].url = "https://example.org/guide?x=1";
-    window.config[Pictova::LinkContactUs].url = "https://example.org/contact";
-    window.slot_AddToolMenu();
-    QMenu* menu = window.toolsMenu();
-    QVERIFY(menu);
-    QVERIFY(menu->isVisible());
-    QCOMPARE(child<QPushButton>(&window, "pushButton_Menu")->menu(), menu);
-    menu->hide();
-
-    // A later change of the configuration does not reach the menu.
-    const QStringList before = menuLayout(menu);
-    window.config[Pictova::LinkContactUs].state = 0;
-    window.slot_AddToolMenu();
-    QCOMPARE(window.toolsMenu(), menu);
-    QCOMPARE(menuLayout(menu), before);
-    menu->hide();
-
-    // The configured page, then the FAQ that ships with the program.
-    actionNamed(menu, "Tutorial")->trigger();
-    actionNamed(menu, "Frequently Asked Questions")->trigger();
-    QCOMPARE(window.opened.size(), 2);
-    QCOMPARE(window.opened.at(0), QUrl("https://example.org/guide?x=1"));
-    QCOMPARE(window.opened.at(1), window.linkTarget(Pictova::LinkFaq, false));
-    QVERIFY(window.opened.at(1).isLocalFile());
 }
 
 void tst_MainWindow::withoutBrowserTheAddressIsShown()
