@@ -200,6 +200,14 @@ void ConvertThreadTest::failedSaveLeavesNoFileAndNoSignal()
     QVERIFY(report.failures.value(source).startsWith("cannot write "));
     QVERIFY(!QFileInfo::exists(m_dir->filePath("missing")));
 
+    // Written, but the last step fails: a folder holds the JPEG's name, so
+    // the rename cannot put it in place. Failed, and no temporary is left.
+    QVERIFY(QDir().mkpath(m_dir->filePath("out/Vantora/a.jpg/inside")));
+    report = run({source}, m_dir->filePath("out"));
+    QCOMPARE(report.successes, 0);
+    QVERIFY(report.failures.value(source).startsWith("cannot write "));
+    QCOMPARE(EngineTest::entries(m_dir->filePath("out/Vantora")), QStringList("a.jpg"));
+
 #ifdef Q_OS_UNIX
     if (::geteuid() == 0)
         QSKIP("root writes into read-only folders");
