@@ -1,6 +1,11 @@
 // The library's internal rules that the public interface cannot reach
 // cheaply: the EXIF walk on malformed blocks and the rounding to 8 bits.
 #include "TestSandbox.h"
+#include "HeicFixture.h"
+#include "HeifLayout.h"
+#include "ToneMapItem.h"
+#include "GainMap.h"
+#include "decodex/heif2jpg.h"
 #include "ExifEditor.h"
 #include "HevcSps.h"
 #include "RgbConverter.h"
@@ -8,7 +13,15 @@
 #include <QtEndian>
 #include <QtTest>
 
+#include <cstring>
+
+#ifdef Q_OS_UNIX
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
 using decodex::ExifEditor;
+using decodex::HeifLayout;
 
 namespace {
 
@@ -35,6 +48,74 @@ QByteArray tiffWithOrientation(bool bigEndian, int orientation, int thumbnailByt
 
 std::vector<uint8_t> bytes(const QByteArray& a) { return std::vector<uint8_t>(a.begin(), a.end()); }
 
+// The input as the decoder gets it, with nothing readable after its last
+// byte: a read past the end faults at once, in any build.
+class GuardedInput
+{
+public:
+    explicit GuardedInput(const QByteArray& bytes) : m_size(size_t(bytes.size()))
+    {
+#ifdef Q_OS_UNIX
+        const size_t page = size_t(sysconf(_SC_PAGESIZE));
+        const size_t pages = (m_size + page - 1) / page + 1;
+        m_length = pages * page;
+        void* map = mmap(nullptr, m_length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (map == MAP_FAILED)
+            qFatal("mmap failed");
+        m_map = static_cast<uint8_t*>(map);
+        mprotect(m_map + m_length - page, page, PROT_NONE);
+        m_data = m_map + m_length - page - m_size;
+#else
+        m_copy.assign(bytes.constData(), bytes.constData() + bytes.size());
+        m_data = m_copy.data();
+#endif
+        memcpy(m_data, bytes.constData(), m_size);
+    }
+    ~GuardedInput()
+    {
+#ifdef Q_OS_UNIX
+        munmap(m_map, m_length);
+#endif
+    }
+    const uint8_t* data() const { return m_data; }
+    size_t size() const { return m_size; }
+    bool holds(const HeifLayout::Span& span) const
+    {
+        return !span.data || (span.data >= m_data && span.size <= m_size - size_t(span.data - m_data));
+    }
+
+private:
+    size_t m_size;
+    uint8_t* m_data = nullptr;
+    uint8_t* m_map = nullptr;
+    size_t m_length = 0;
+    std::vector<uint8_t> m_copy;
+};
+
+// A photo with one box's size, or its first item's extent, made to reach
+// one byte past the end of the file.
+QByteArray pastTheEnd(QByteArray heic, const char* box, int field)
+{
+    const int at = heic.indexOf(box) - 4;
+    if (at < 0)
+        return {};
+    if (field == 0) {
+        qToBigEndian<quint32>(quint32(heic.size() - at) + 1, heic.data() + at);
+        return heic;
+    }
+    // iloc version 0 or 1 with 4-byte offsets and lengths, as libheif writes it.
+    if (uchar(heic.at(at + 12)) != 0x44)
+        return {};
+    const int version = heic.at(at + 8);
+    const int extent = at + 12 + 4 + 2 + (version ? 2 : 0) + 2 + 2; // sizes, count; id, method, ref, extents
+    const quint32 offset = qFromBigEndian<quint32>(heic.constData() + extent);
+    if (field == 1)
+        qToBigEndian<quint32>(quint32(heic.size()) - 4, heic.data() + extent);
+    else
+        qToBigEndian<quint32>(quint32(heic.size()) - offset + 1, heic.data() + extent + 4);
+    return heic;
+}
+
 } // namespace
 
 class TestDecodexInternals : public QObject
@@ -48,6 +129,7 @@ private slots:
     void oversizedExifLosesItsThumbnail();
     void highBitDepthsRoundNotTruncate();
     void spsPictureSizeIsRead();
+    void containerReadersStayInsideTheFile();
 };
 
 void TestDecodexInternals::orientationIsResetInBothByteOrders()
@@ -135,6 +217,49 @@ void TestDecodexInternals::highBitDepthsRoundNotTruncate()
     QCOMPARE(int(pq[1023]), 255);
     QVERIFY(pq[580] > 150 && pq[580] < 250);
     QVERIFY(std::is_sorted(pq.begin(), pq.end()));
+}
+
+void TestDecodexInternals::containerReadersStayInsideTheFile()
+{
+    // Cut at every byte, and with a box or an extent running past the end:
+    // the container readers never look outside the file, and every span
+    // they hand on lies inside it. libheif refuses many of these files
+    // first, so its own readers are asked directly.
+    HeicFixtureOptions options;
+    options.thumbnail = 16;
+    const QByteArray heic = HeicFixture::encode(HeicFixture::quadrants(64, 48), options);
+    QVERIFY(!heic.isEmpty());
+    QList<QByteArray> inputs;
+    for (int cut = 0; cut < heic.size(); ++cut)
+        inputs << heic.left(cut);
+    for (const char* box : {"meta", "iinf", "iref", "iloc", "iprp", "ipco", "hvcC", "ipma", "mdat"})
+        inputs << pastTheEnd(heic, box, 0);
+    inputs << pastTheEnd(heic, "iloc", 1) << pastTheEnd(heic, "iloc", 2);
+    int direct = 0;
+    for (const QByteArray& input : inputs) {
+        QVERIFY(!input.isNull() || input.isEmpty());
+        const GuardedInput file(input);
+        const HeifLayout layout = HeifLayout::read(file.data(), file.size());
+        unsigned sum = 0;
+        for (const HeifLayout::Tile& tile : layout.tiles) {
+            QVERIFY2(file.holds(tile.data), qPrintable(QString::number(input.size())));
+            for (const HeifLayout::Span& set : tile.parameterSets)
+                QVERIFY(file.holds(set));
+            for (size_t i = 0; i < tile.data.size; ++i)
+                sum += tile.data.data[i];
+        }
+        direct += layout.direct;
+        decodex::GainMapParameters parameters;
+        for (uint32_t item = 1; item < 8; ++item)
+            decodex::ToneMapItem::read(file.data(), file.size(), item, parameters);
+        if (input.size() == heic.size()) { // through the whole library: an answer, never a fault
+            std::vector<uint8_t> out(size_t(input.size()) * 20);
+            heif2jpg(file.data(), int32_t(file.size()), 90, out.data(), int32_t(out.size()), nullptr);
+            heif2jpg_capacity(file.data(), int32_t(file.size()), 90);
+        }
+        Q_UNUSED(sum);
+    }
+    QVERIFY(direct > 0); // the readers did get to the tiles
 }
 
 PICTOVA_TEST_GUILESS_MAIN(TestDecodexInternals)
