@@ -1,5 +1,6 @@
 #include "TestSandbox.h"
-#include "FakeDecoder.h"
+#include "DecoderLibrary.h"
+#include "EngineTestSupport.h"
 #include "TestableFileTable.h"
 
 #include "BatchConvertProgress.h"
@@ -86,12 +87,12 @@ private:
 
 void BatchRunTest::init()
 {
-    FakeDecoder::reset();
+    EngineTest::fakeReset();
     QVERIFY(drainQueue().isEmpty());
     m_sources = new QTemporaryDir;
     m_out = new QTemporaryDir;
     m_page = new TestableFileTable;
-    m_page->setDecoder(&FakeDecoder::convert);
+    m_page->setDecoder(DecoderLibrary::bindFrom(EngineTest::fakeLibrary()).convert);
     m_steps.clear();
     m_stopTipCount.clear();
     m_page->onModal = [this](QDialog* dialog) {
@@ -112,7 +113,7 @@ void BatchRunTest::init()
 
 void BatchRunTest::cleanup()
 {
-    FakeDecoder::openGate();
+    EngineTest::fakeGate(false);
     delete m_page; // stops and waits for the workers
     m_page = nullptr;
     drainQueue();
@@ -125,7 +126,7 @@ QString BatchRunTest::makePhoto(const QString& relativePath, const QByteArray& n
     const QString path = m_sources->filePath(relativePath);
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(FakeDecoder::makeInput(name)) <= 0)
+    if (!file.open(QIODevice::WriteOnly) || file.write(EngineTest::fakeNamed(name, EngineTest::jpeg(16, 12))) <= 0)
         qFatal("cannot make %s", qPrintable(path));
     return path;
 }
@@ -136,7 +137,7 @@ void BatchRunTest::fillTable(int count, const QByteArray& brokenAt)
     for (int i = 0; i < count; ++i) {
         QByteArray name = QString("p%1").arg(i, 2, 10, QChar('0')).toLatin1();
         if (name == brokenAt)
-            name = FakeDecoder::kBrokenPrefix + name;
+            name = QByteArray("broken") + name;
         paths << makePhoto(QString::fromLatin1(name) + ".HEIC", name);
     }
     m_page->nextChoice = paths;
@@ -207,7 +208,8 @@ void BatchRunTest::settingsReachTheWorkers()
     QTRY_COMPARE(m_steps.size(), 6);
     QTRY_VERIFY(workersIdle(*m_page));
     QCOMPARE(m_page->quality(), 37);
-    QCOMPARE(FakeDecoder::seenQualities(), QSet<int>{37});
+    QVERIFY(EngineTest::fakeQualitySeen(37));
+    QVERIFY(!EngineTest::fakeQualitySeen(100));
     // A folder that already names "/Vantora" is used as it is.
     QCOMPARE(jpegsIn(m_out->path() + "/Vantora Photos").size(), 6);
 }
@@ -225,7 +227,7 @@ void BatchRunTest::brokenAndVanishedPhotosEndTheRunListed()
     QCOMPARE(m_page->successCount(), 3);
     QCOMPARE(m_page->runFailures().size(), 2);
     const QString listed = progress->findChild<QPlainTextEdit*>("plainTextEdit_Failed")->toPlainText();
-    QVERIFY2(listed.contains(FakeDecoder::kBrokenPrefix + "p02.HEIC: "), qPrintable(listed));
+    QVERIFY2(listed.contains(QByteArray("broken") + "p02.HEIC: "), qPrintable(listed));
     QVERIFY2(listed.contains("p03.HEIC: no such file"), qPrintable(listed));
     QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 3);
     // Convert is ready again for the next run.
@@ -235,32 +237,32 @@ void BatchRunTest::brokenAndVanishedPhotosEndTheRunListed()
 void BatchRunTest::cancelThenNewRunConvertsOnlyTheNewPhotos()
 {
     fillTable(10);
-    FakeDecoder::shutGate();
+    EngineTest::fakeGate(true);
     startRun(m_out->path());
     auto* progress = m_page->progressDialog();
     QVERIFY(progress);
-    QTRY_COMPARE(FakeDecoder::entered(), 4);
+    QTRY_COMPARE(EngineTest::fakeEntered(), 4);
     // Convert cannot start a second run over this one.
     QVERIFY(!m_page->findChild<QPushButton*>("pushButton_Convert")->isEnabled());
 
     // Two files done; the workers that wrote them take the next two and wait.
-    FakeDecoder::release(2);
+    EngineTest::fakeRelease(2);
     QTRY_COMPARE(m_page->successCount(), 2);
-    QTRY_COMPARE(FakeDecoder::entered(), 6);
+    QTRY_COMPARE(EngineTest::fakeEntered(), 6);
 
     // Cancel confirmed: nothing more is taken, and the notice waits for the
     // four photos in hand so its count matches the disk.
     progress->slot_CancelConvert();
     QVERIFY(m_stopTipCount.isEmpty());
-    FakeDecoder::release(4);
+    EngineTest::fakeRelease(4);
     QTRY_COMPARE(m_stopTipCount, QStringLiteral("6 files have been successfully converted."));
     QVERIFY(workersIdle(*m_page));
-    QCOMPARE(FakeDecoder::entered(), 6);
+    QCOMPARE(EngineTest::fakeEntered(), 6);
     QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
     QVERIFY(drainQueue().isEmpty());
 
     // A new run with one new photo converts that photo only, counting from 0.
-    FakeDecoder::openGate();
+    EngineTest::fakeGate(false);
     m_page->onModal = [this, previous = m_page->onModal](QDialog* dialog) {
         if (qobject_cast<TipDialog*>(dialog) && dialog->findChild<QPushButton*>("pushButton_Yes")) {
             dialog->findChild<QPushButton*>("pushButton_Yes")->click(); // "clear all?" yes
@@ -317,15 +319,15 @@ void BatchRunTest::openFolderRules()
 void BatchRunTest::closingThePageMidRunLosesNoFile()
 {
     fillTable(8);
-    FakeDecoder::shutGate();
+    EngineTest::fakeGate(true);
     startRun(m_out->path());
-    QTRY_COMPARE(FakeDecoder::entered(), 4);
+    QTRY_COMPARE(EngineTest::fakeEntered(), 4);
 
     // The page goes while four files are in hand. They are let through a
     // moment later from another thread, as a slow decode would end.
     std::thread later([] {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        FakeDecoder::openGate();
+        EngineTest::fakeGate(false);
     });
     delete m_page;
     m_page = nullptr;

@@ -10,19 +10,28 @@
 
 namespace EngineTest {
 
-// The stand-in decoding library (see fake/FakeDecodex.c) and one that lacks
+// The stand-in decoding library (see fake/FakeDecodex.cpp) and one that lacks
 // the entry point.
 inline QString fakeLibrary() { return QStringLiteral(FAKE_DECODEX_DIR "/Decodex"); }
 inline QString noExportLibrary() { return QStringLiteral(FAKE_NOEXPORT_DIR "/Decodex"); }
 
+// The stand-in's exports beyond the library's own (see fake/FakeDecodex.cpp).
+template <typename Fn>
+Fn fakeExport(const char* name)
+{
+    return reinterpret_cast<Fn>(QLibrary::resolve(fakeLibrary(), name));
+}
+
 // How often the stand-in's heif2jpg was called, so a test can prove that a
 // call never happened.
-inline int fakeCalls()
-{
-    using CallsFn = int (*)();
-    static const auto calls = reinterpret_cast<CallsFn>(QLibrary::resolve(fakeLibrary(), "fake_decodex_calls"));
-    return calls ? calls() : -1;
-}
+inline int fakeCalls() { return fakeExport<int (*)()>("fake_decodex_calls")(); }
+// Photos made by fakeNamed() that reached the library since fakeReset().
+inline int fakeEntered() { return fakeExport<int (*)()>("fake_decodex_entered")(); }
+inline void fakeReset() { fakeExport<void (*)()>("fake_decodex_reset")(); }
+// While the gate is shut, named photos wait inside the library for a permit.
+inline void fakeGate(bool shut) { fakeExport<void (*)(int)>("fake_decodex_gate")(shut); }
+inline void fakeRelease(int permits) { fakeExport<void (*)(int)>("fake_decodex_release")(permits); }
+inline bool fakeQualitySeen(int quality) { return fakeExport<int (*)(int)>("fake_decodex_quality_seen")(quality); }
 
 // A small real JPEG, as the library would return it.
 inline QByteArray jpeg(int width = 40, int height = 30, QColor colour = Qt::red)
@@ -40,6 +49,12 @@ inline QByteArray jpeg(int width = 40, int height = 30, QColor colour = Qt::red)
 inline QByteArray fakeHeic(const QByteArray& payload, const char* tag = "FAKEJPEG")
 {
     return QByteArray(tag) + payload;
+}
+
+// A photo that passes the gate; one named "broken..." fails to decode.
+inline QByteArray fakeNamed(const QByteArray& name, const QByteArray& payload)
+{
+    return "FAKENAME" + name + '\0' + payload;
 }
 
 inline bool writeFile(const QString& path, const QByteArray& bytes)
