@@ -7,7 +7,6 @@
 #include "GainMap.h"
 #include "decodex/heif2jpg.h"
 #include "ExifEditor.h"
-#include "HevcSps.h"
 #include "RgbConverter.h"
 
 #include <QtEndian>
@@ -128,7 +127,6 @@ private slots:
     void malformedExifIsNeverFollowedOutside();
     void oversizedExifLosesItsThumbnail();
     void highBitDepthsRoundNotTruncate();
-    void spsPictureSizeIsRead();
     void containerReadersStayInsideTheFile();
 };
 
@@ -263,62 +261,5 @@ void TestDecodexInternals::containerReadersStayInsideTheFile()
 }
 
 PICTOVA_TEST_GUILESS_MAIN(TestDecodexInternals)
-void TestDecodexInternals::spsPictureSizeIsRead()
-{
-    // An SPS written bit by bit: two sub-layers (one with its own profile
-    // and level, one with a level only), 4:4:4 with separate colour planes,
-    // 4000x3000. The zero runs of the profile need emulation prevention
-    // bytes, which the reader must drop.
-    std::vector<bool> bits;
-    auto put = [&](uint32_t value, int count) {
-        for (int i = count - 1; i >= 0; --i)
-            bits.push_back(i < 32 && ((value >> i) & 1));
-    };
-    auto ue = [&](uint32_t value) {
-        int length = 0;
-        while ((value + 1) >> (length + 1))
-            ++length;
-        put(0, length);
-        put(value + 1, length + 1);
-    };
-    put(0, 4);      // video parameter set
-    put(2, 3);      // two sub-layers above the base
-    put(1, 1);
-    put(0, 96);     // general profile, tier and level: all zero
-    put(0b1101, 4); // sub-layer 0: profile and level; sub-layer 1: level only
-    put(0, 12);     // reserved up to eight sub-layers
-    put(0, 88 + 8); // sub-layer 0's profile and level
-    put(0, 8);      // sub-layer 1's level
-    ue(0);          // seq_parameter_set_id
-    ue(3);          // 4:4:4
-    put(1, 1);      // separate colour planes
-    ue(4000);
-    ue(3000);
-    put(1, 1);      // the rest of the set is not read
-    while (bits.size() % 8)
-        bits.push_back(false);
-    std::vector<uint8_t> nal{0x42, 0x01}; // NAL type 33
-    int zeros = 0;
-    for (size_t i = 0; i < bits.size(); i += 8) {
-        uint8_t byte = 0;
-        for (size_t b = 0; b < 8; ++b)
-            byte = uint8_t(byte << 1 | bits[i + b]);
-        if (zeros >= 2 && byte <= 3) {
-            nal.push_back(3);
-            zeros = 0;
-        }
-        nal.push_back(byte);
-        zeros = byte == 0 ? zeros + 1 : 0;
-    }
-    uint32_t width = 0, height = 0;
-    QVERIFY(decodex::HevcSps::pictureSize(nal.data(), nal.size(), width, height));
-    QCOMPARE(width, 4000u);
-    QCOMPARE(height, 3000u);
-    // Cut before the height: refused, not read past the end.
-    QVERIFY(!decodex::HevcSps::pictureSize(nal.data(), nal.size() - 3, width, height));
-    // Another NAL type is not an SPS.
-    nal[0] = 0x40;
-    QVERIFY(!decodex::HevcSps::pictureSize(nal.data(), nal.size(), width, height));
-}
 
 #include "tst_decodex_internals.moc"

@@ -120,7 +120,6 @@ private slots:
     void defaultFolderIsVantoraOnTheDesktop();
     void unwritableTargetLeavesNothing();
     void unreadablePhotoIsNamedWithTheReason();
-    void destroyedWhileDecoding();
 
 private:
     QString writeHeic(const QString& name, const QImage& picture,
@@ -364,35 +363,6 @@ void TestPreviewHEIC::unreadablePhotoIsNamedWithTheReason()
         page.slot_Convert(); // does nothing
         QCOMPARE(page.dialogsRun, 0);
     }
-}
-
-void TestPreviewHEIC::destroyedWhileDecoding()
-{
-    REQUIRE_DECODER();
-    const QString heic = writeHeic("big.HEIC", HeicFixture::gradient(1024, 768));
-    if (heic.isEmpty())
-        QSKIP("libheif has no HEVC encoder here");
-
-    // Pages dropped at once, after a moment, and with several decodes
-    // running; the results must not reach the deleted pages.
-    for (int delayMs : {0, 30}) {
-        QPointer<ScriptedPreview> page = new ScriptedPreview(heic);
-        page->setDecoderEntry(m_decoder);
-        page->slot_Preview();
-        page->slot_Preview();
-        page->slot_Preview();
-        QTest::qWait(delayMs);
-        delete page;
-        QVERIFY(page.isNull());
-        QTest::qWait(50); // any late queued result would be delivered here
-    }
-
-    // deleteLater, the way the main window leaves a page.
-    auto* page = new ScriptedPreview(heic);
-    page->setDecoderEntry(m_decoder);
-    page->slot_Preview();
-    page->deleteLater();
-    QTest::qWait(100);
 }
 
 PICTOVA_TEST_MAIN(TestPreviewHEIC)
