@@ -1,46 +1,41 @@
-// The main window on its own: page navigation, the photo information
-// dialog, the tools menu and quitting.
+// The main window: its pages, the photo information, the tools menu and
+// quitting; and a batch from a drop to the JPEG files on disk through the
+// real decoding library.
 #include "TestSandbox.h"
-#include "AppTestSupport.h"
 
 #include "HeicFileTable.h"
 #include "HeicFixture.h"
 #include "Pictova.h"
-#include "PhotoInfo.h"
 #include "PreviewHEIC.h"
 #include "SingalConverterHome.h"
 
-#include <QAction>
-#include <QLabel>
-#include <QMap>
-#include <QMenu>
 #include <QAbstractButton>
+#include <QAction>
+#include <QDialog>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
 #include <QPointer>
-#include <QTableWidget>
 #include <QtTest>
+
+#include <functional>
 
 namespace {
 
-// The window with its two ways out of the process replaced: the menu
-// configuration comes from the test, and web addresses are recorded instead
-// of opened.
+// The window with its menu configuration from the test and web addresses
+// recorded instead of opened.
 class TestPictova : public Pictova
 {
 public:
-    struct Entry
-    {
-        int state = 1;
-        QString url;
-    };
-    QMap<int, Entry> config;
+    QMap<int, QString> urls;
+    QMap<int, int> states; // 1 unless set
     QList<QUrl> opened;
     bool browserStarts = true;
 
     void queryMenuEntry(int id, int* state, QString* url) override
     {
-        const Entry entry = config.value(id);
-        *state = entry.state;
-        *url = entry.url;
+        *state = states.value(id, 1);
+        *url = urls.value(id);
     }
 
 protected:
@@ -51,55 +46,37 @@ protected:
     }
 };
 
-// The menu as text: entry texts, "-" for a separator.
-QStringList menuLayout(const QMenu* menu)
+// Runs `answer` on the next modal dialog (of `className`, when given) from
+// inside the event loop its exec() runs; the answer must close it.
+void answerNextModal(std::function<void(QWidget*)> answer, const char* className = nullptr, int timeoutMs = 10000)
 {
-    QStringList layout;
-    for (const QAction* action : menu->actions())
-        layout << (action->isSeparator() ? QStringLiteral("-") : action->text());
-    return layout;
+    QTimer::singleShot(10, [=] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (modal && modal->isVisible() && (!className || modal->metaObject()->className() == QByteArray(className)))
+            answer(modal);
+        else if (timeoutMs > 0)
+            answerNextModal(answer, className, timeoutMs - 10);
+    });
 }
 
-QAction* actionNamed(const QMenu* menu, const QString& text)
+QAbstractButton* button(const QWidget* window, const char* name)
 {
-    for (QAction* action : menu->actions())
-        if (action->text() == text)
-            return action;
+    return window->findChild<QAbstractButton*>(QString::fromLatin1(name));
+}
+
+void click(const QWidget* window, const char* name)
+{
+    QAbstractButton* target = button(window, name);
+    QVERIFY2(target && target->isVisible(), name);
+    QTest::mouseClick(target, Qt::LeftButton);
+}
+
+QAction* action(const QMenu* menu, const QString& text)
+{
+    for (QAction* entry : menu->actions())
+        if (entry->text() == text)
+            return entry;
     return nullptr;
-}
-
-template <typename T>
-T* child(const QWidget* window, const char* name)
-{
-    return window->findChild<T*>(QString::fromLatin1(name));
-}
-
-void clickButton(QWidget* window, const char* name)
-{
-    auto* button = child<QAbstractButton>(window, name);
-    QVERIFY2(button, name);
-    QVERIFY2(button->isVisible(), name);
-    QTest::mouseClick(button, Qt::LeftButton);
-}
-
-void flushDeletes()
-{
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-bool onHomeScreen(const Pictova& window)
-{
-    return window.currentPage() == nullptr && child<QWidget>(&window, "widget_Main")->isVisible()
-        && child<QWidget>(&window, "pushButton_SingleStart")->isVisible()
-        && child<QWidget>(&window, "pushButton_BatchStart")->isVisible()
-        && !child<QWidget>(&window, "pushButton_BackHome")->isVisible()
-        && child<QWidget>(&window, "label_TitleName")->isVisible();
-}
-
-QString pageTitle(const Pictova& window)
-{
-    const auto* label = child<QLabel>(&window, "label_PageTitle");
-    return label && label->isVisible() ? label->text() : QString();
 }
 
 } // namespace
@@ -108,212 +85,184 @@ class tst_MainWindow : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void initTestCase();
-    void pagesAreNewEveryVisit_data();
-    void pagesAreNewEveryVisit();
-    void photoInfoShowsTheCurrentPhotoEveryTime();
-    void toolsMenuSeparators_data();
-    void toolsMenuSeparators();
-    void withoutBrowserTheAddressIsShown();
-    void quitAsksAndEndsTheEventLoopWithZero();
-    void windowManagerCloseAsksTheSameQuestion();
-
-private:
     QTemporaryDir m_photos;
     QString m_photo;
-};
 
-void tst_MainWindow::initTestCase()
-{
-    QVERIFY(m_photos.isValid());
-    m_photo = m_photos.filePath("IMG_0001.HEIC");
-    QVERIFY(HeicFixture::write(m_photo, HeicFixture::quadrants(256, 192)));
-}
-
-void tst_MainWindow::pagesAreNewEveryVisit_data()
-{
-    QTest::addColumn<bool>("batch");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("single") << false << "Conver Single Photo";
-    QTest::newRow("batch") << true << "Convert Photos in Batch";
-}
-
-void tst_MainWindow::pagesAreNewEveryVisit()
-{
-    QFETCH(bool, batch);
-    QFETCH(QString, title);
-    TestPictova window;
-    QPointer<QWidget> firstDrop, firstNext;
-    for (int visit = 0; visit < 2; ++visit) {
-        clickButton(&window, batch ? "pushButton_BatchStart" : "pushButton_SingleStart");
-        auto* drop = qobject_cast<SingalConverterHome*>(window.currentPage());
-        QVERIFY(drop);
-        QCOMPARE(drop->isBatchMode(), batch);
-        // The pages of the previous visit are gone, not hidden and re-used.
-        QVERIFY(firstDrop.isNull() && firstNext.isNull());
-        QCOMPARE(pageTitle(window), title);
-        QVERIFY(!child<QWidget>(&window, "widget_Main")->isVisible());
-
-        QPointer<QWidget> dropGuard = drop;
-        if (batch) {
-            emit drop->signal_addHeicFile({}); // chooser cancelled: stay on the drop page
-            QCOMPARE(window.currentPage(), static_cast<QWidget*>(drop));
-        }
-        if (batch)
-            emit drop->signal_addHeicFile({m_photo, m_photo});
-        else
-            emit drop->signal_ToPreviewView(m_photo);
-        QWidget* next = window.currentPage();
-        if (batch)
-            QCOMPARE(child<QTableWidget>(qobject_cast<HeicFileTable*>(next), "tableWidget")->rowCount(), 1);
-        else
-            QCOMPARE(qobject_cast<PreviewHEIC*>(next)->filePath(), m_photo);
-        QVERIFY(next->isVisible());
-        QCOMPARE(pageTitle(window), title);
-        if (visit == 0) {
-            firstDrop = drop;
-            firstNext = next;
-        }
-        flushDeletes();
-        QVERIFY2(dropGuard.isNull(), "the drop page outlived the switch");
-
-        QPointer<QWidget> nextGuard = next;
-        clickButton(&window, "pushButton_BackHome");
-        QVERIFY2(nextGuard.isNull(), "the page outlived going home");
-        QVERIFY(onHomeScreen(window));
-        QVERIFY(pageTitle(window).isEmpty());
-    }
-}
-
-void tst_MainWindow::photoInfoShowsTheCurrentPhotoEveryTime()
-{
-    TestPictova window;
-    struct Shown
+private slots:
+    void initTestCase()
     {
-        QWidget* dialog = nullptr;
-        QStringList texts;
-    };
-    auto readAndClose = [](Shown* shown) {
-        return [shown](QWidget* modal) {
-            shown->dialog = modal;
-            for (const char* name : {"label_NameValue", "label_CreateDateValue",
-                                     "label_FileSizeValue", "label_ResolutionValue"})
-                shown->texts << child<QLabel>(modal, name)->text();
-            QTest::mouseClick(child<QAbstractButton>(modal, "pushButton_Ok"), Qt::LeftButton);
-        };
-    };
-
-    Shown first, second;
-    AppTestSupport::answerNextModal(readAndClose(&first));
-    window.slot_PhotoInfo("a.HEIC", "01-02-2024", "1.50MB", "4032*3024");
-    AppTestSupport::answerNextModal(readAndClose(&second));
-    window.slot_PhotoInfo("b.heic", "12-31-2023", "0.25MB", "");
-
-    QVERIFY(qobject_cast<PhotoInfo*>(first.dialog));
-    QCOMPARE(first.texts, QStringList({"a.HEIC", "01-02-2024", "1.50MB", "4032*3024"}));
-    QCOMPARE(second.dialog, first.dialog);
-    QCOMPARE(second.texts, QStringList({"b.heic", "12-31-2023", "0.25MB", ""}));
-}
-
-void tst_MainWindow::toolsMenuSeparators_data()
-{
-    QTest::addColumn<QList<int>>("hidden");
-    QTest::addColumn<QList<int>>("withoutAddress");
-    QTest::addColumn<QStringList>("layout");
-
-    const QString T = "Tutorial", F = "Frequently Asked Questions", R = "Write a Product Review",
-                  C = "Contact Us", FB = "View Facebook Fan Page", TW = "Follow Us on Twitter",
-                  A = "About", X = "Exit", S = "-";
-    const QList<int> none;
-    QTest::newRow("everything") << none << none << QStringList{T, F, R, C, S, FB, TW, S, A, X};
-    QTest::newRow("no contact") << QList<int>{6} << none << QStringList{T, F, R, FB, TW, S, A, X};
-    // As shipped: no addresses, so only the help pages that come with the
-    // program are offered.
-    QTest::newRow("no addresses") << none << QList<int>{3, 4, 5, 6, 7, 8} << QStringList{T, F, A, X};
-}
-
-void tst_MainWindow::toolsMenuSeparators()
-{
-    QFETCH(QList<int>, hidden);
-    QFETCH(QList<int>, withoutAddress);
-    QFETCH(QStringList, layout);
-    TestPictova window;
-    for (int id = Pictova::LinkTutorial; id <= Pictova::LinkTwitter; ++id)
-        window.config[id].url = QStringLiteral("https://example.org/%1").arg(id);
-    for (int id : hidden)
-        window.config[id].state = 0;
-    for (int id : withoutAddress)
-        window.config[id].url.clear();
-    window.slot_AddToolMenu();
-    QVERIFY(window.toolsMenu());
-    QCOMPARE(menuLayout(window.toolsMenu()), layout);
-    window.toolsMenu()->hide();
-}
-
-void tst_MainWindow::withoutBrowserTheAddressIsShown()
-{
-    TestPictova window;
-    window.browserStarts = false;
-    window.config[Pictova::LinkContactUs].url = "https://example.org/contact";
-    window.slot_AddToolMenu();
-    window.toolsMenu()->hide();
-    QString shown;
-    AppTestSupport::answerNextModal([&shown](QWidget* modal) {
-        for (const QLabel* label : modal->findChildren<QLabel*>())
-            shown += label->text();
-        modal->close();
-    });
-    QTest::ignoreMessage(QtWarningMsg, "Pictova: could not open https://example.org/contact");
-    actionNamed(window.toolsMenu(), "Contact Us")->trigger();
-    QVERIFY2(shown.contains("https://example.org/contact"), qPrintable(shown));
-}
-
-void tst_MainWindow::quitAsksAndEndsTheEventLoopWithZero()
-{
-    TestPictova window;
-    // The title bar's close asks too; "No" keeps the window.
-    AppTestSupport::answerNextModal([](QWidget* modal) {
-        QTest::mouseClick(child<QAbstractButton>(modal, "pushButton_OK"), Qt::LeftButton);
-    });
-    clickButton(&window, "pushButton_Close");
-    QVERIFY(window.isVisible());
-
-    window.slot_AddToolMenu();
-    window.toolsMenu()->hide();
-    QString asked;
-    AppTestSupport::answerNextModal([&asked](QWidget* modal) {
-        asked = child<QLabel>(modal, "label_StatesText")->text();
-        QTest::mouseClick(child<QAbstractButton>(modal, "pushButton_Yes"), Qt::LeftButton);
-    });
-    QAction* exitAction = actionNamed(window.toolsMenu(), "Exit");
-    QTimer::singleShot(0, exitAction, &QAction::trigger);
-    // Watchdog: a quit that does not end the loop fails instead of hanging.
-    QTimer watchdog;
-    watchdog.setSingleShot(true);
-    connect(&watchdog, &QTimer::timeout, [] { QCoreApplication::exit(99); });
-    watchdog.start(30000);
-    QCOMPARE(QApplication::exec(), 0);
-    QCOMPARE(asked, QStringLiteral("Are you sure to quit the program?"));
-    QVERIFY(!window.isVisible());
-}
-
-void tst_MainWindow::windowManagerCloseAsksTheSameQuestion()
-{
-    // Alt+F4 and the window manager close the window through close().
-    TestPictova window;
-    for (const char* answer : {"pushButton_OK", "pushButton_Yes"}) {
-        bool asked = false;
-        AppTestSupport::answerNextModal([answer, &asked](QWidget* modal) {
-            asked = true;
-            QTest::mouseClick(child<QAbstractButton>(modal, answer), Qt::LeftButton);
-        });
-        const bool closed = window.close();
-        QVERIFY(asked);
-        QCOMPARE(closed, answer == QByteArray("pushButton_Yes"));
-        QCOMPARE(window.isVisible(), !closed);
+        QVERIFY(m_photos.isValid());
+        m_photo = m_photos.filePath("IMG_0001.HEIC");
+        QVERIFY(HeicFixture::write(m_photo, HeicFixture::quadrants(256, 192)));
     }
-}
+
+    // Each visit builds its pages anew and leaving deletes them: a page kept
+    // from before would show the last visit's photos.
+    void pagesAreNewEveryVisit_data()
+    {
+        QTest::addColumn<bool>("batch");
+        QTest::newRow("single") << false;
+        QTest::newRow("batch") << true;
+    }
+
+    void pagesAreNewEveryVisit()
+    {
+        QFETCH(bool, batch);
+        TestPictova window;
+        for (int visit = 0; visit < 2; ++visit) {
+            click(&window, batch ? "pushButton_BatchStart" : "pushButton_SingleStart");
+            QPointer<SingalConverterHome> drop = qobject_cast<SingalConverterHome*>(window.currentPage());
+            QVERIFY(drop && drop->isBatchMode() == batch);
+            if (batch) {
+                emit drop->signal_addHeicFile({}); // chooser cancelled: the drop page stays
+                QCOMPARE(window.currentPage(), drop.data());
+                emit drop->signal_addHeicFile({m_photo, m_photo});
+                auto* table = qobject_cast<HeicFileTable*>(window.currentPage());
+                QVERIFY(table && table->files().size() == 1);
+            } else {
+                emit drop->signal_ToPreviewView(m_photo);
+                auto* preview = qobject_cast<PreviewHEIC*>(window.currentPage());
+                QVERIFY(preview && preview->filePath() == m_photo);
+            }
+            QPointer<QWidget> next = window.currentPage();
+            QVERIFY(next->isVisible());
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QVERIFY2(drop.isNull(), "the drop page outlived the switch");
+            click(&window, "pushButton_BackHome");
+            QVERIFY2(next.isNull(), "the page outlived going home");
+            QVERIFY(!window.currentPage() && button(&window, "pushButton_SingleStart")->isVisible());
+        }
+    }
+
+    void photoInfoShowsTheCurrentPhotoEveryTime()
+    {
+        TestPictova window;
+        const QList<QStringList> photos{{"a.HEIC", "01-02-2024", "1.50MB", "4032*3024"},
+                                        {"b.heic", "12-31-2023", "0.25MB", ""}};
+        QList<QStringList> shown;
+        for (const QStringList& photo : photos) {
+            answerNextModal([&shown](QWidget* dialog) {
+                QStringList texts;
+                for (const char* name : {"label_NameValue", "label_CreateDateValue", "label_FileSizeValue",
+                                         "label_ResolutionValue"})
+                    texts << dialog->findChild<QLabel*>(name)->text();
+                shown << texts;
+                click(dialog, "pushButton_Ok");
+            }, "PhotoInfo");
+            window.slot_PhotoInfo(photo[0], photo[1], photo[2], photo[3]);
+        }
+        QCOMPARE(shown, photos);
+    }
+
+    // An entry switched off or without an address is left out; the help
+    // pages that ship with the program are always there. A link the browser
+    // cannot open is shown to the person instead.
+    void toolsMenuOffersWhatLeadsSomewhere()
+    {
+        TestPictova window;
+        window.urls[Pictova::LinkReview] = "https://example.org/review";
+        window.urls[Pictova::LinkContactUs] = "https://example.org/contact";
+        window.states[Pictova::LinkContactUs] = 0;
+        window.slot_AddToolMenu();
+        QMenu* menu = window.toolsMenu();
+        menu->hide();
+        QStringList entries;
+        for (const QAction* entry : menu->actions())
+            if (!entry->isSeparator())
+                entries << entry->text();
+        QCOMPARE(entries, QStringList({"Tutorial", "Frequently Asked Questions", "Write a Product Review", "About", "Exit"}));
+
+        window.browserStarts = false;
+        QString said;
+        answerNextModal([&said](QWidget* modal) {
+            for (const QLabel* label : modal->findChildren<QLabel*>())
+                said += label->text();
+            modal->close();
+        });
+        QTest::ignoreMessage(QtWarningMsg, "Pictova: could not open https://example.org/review");
+        action(menu, "Write a Product Review")->trigger();
+        QCOMPARE(window.opened, QList<QUrl>{QUrl("https://example.org/review")});
+        QVERIFY2(said.contains("https://example.org/review"), qPrintable(said));
+    }
+
+    // Alt+F4, the title bar and Exit all ask first: "No" keeps the program,
+    // "Yes" ends its event loop with 0.
+    void quittingAsksFirst()
+    {
+        TestPictova window;
+        answerNextModal([](QWidget* modal) { click(modal, "pushButton_OK"); });
+        QVERIFY(!window.close());
+        answerNextModal([](QWidget* modal) { click(modal, "pushButton_OK"); });
+        click(&window, "pushButton_Close");
+        QVERIFY(window.isVisible());
+
+        window.slot_AddToolMenu();
+        window.toolsMenu()->hide();
+        answerNextModal([](QWidget* modal) { click(modal, "pushButton_Yes"); });
+        QTimer::singleShot(0, action(window.toolsMenu(), "Exit"), &QAction::trigger);
+        QTimer watchdog; // a quit that does not end the loop fails instead of hanging
+        connect(&watchdog, &QTimer::timeout, [] { QCoreApplication::exit(99); });
+        watchdog.start(30000);
+        QCOMPARE(QApplication::exec(), 0);
+        QVERIFY(!window.isVisible());
+    }
+
+    // Five photos dropped on the batch page, converted with the settings as
+    // they come: five whole JPEGs with their dates in the desktop's folder.
+    void batchFromDropToJpegs()
+    {
+        const QByteArray date = "2024:05:17 10:11:12";
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(1, date);
+        QList<QUrl> urls;
+        for (int i = 1; i <= 5; ++i) {
+            const QString path = m_photos.filePath(QStringLiteral("IMG_B%1.HEIC").arg(i));
+            QVERIFY(HeicFixture::write(path, HeicFixture::gradient(96 + 16 * i, 64), options));
+            urls << QUrl::fromLocalFile(path);
+        }
+        Pictova window;
+        if (!window.decoder())
+            QSKIP("the decoding library is not beside the tests");
+        click(&window, "pushButton_BatchStart");
+        QWidget* drop = window.currentPage();
+        QMimeData mime;
+        mime.setUrls(urls);
+        QDragEnterEvent enter(drop->rect().center(), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(drop, &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent dropped(drop->rect().center(), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(drop, &dropped);
+        auto* table = qobject_cast<HeicFileTable*>(window.currentPage());
+        QVERIFY(table && table->tickedRows().size() == 5);
+
+        QString progress;
+        answerNextModal([&progress](QWidget* settings) {
+            answerNextModal([&progress](QWidget* dialog) {
+                const QLabel* count = dialog->findChild<QLabel*>("label_Progress");
+                const bool done = QTest::qWaitFor([count] { return count->text() == "5/5"; }, 60000);
+                progress = count->text();
+                if (done)
+                    click(dialog, "pushButton_OK");
+                else
+                    static_cast<QDialog*>(dialog)->done(QDialog::Rejected);
+            }, "BatchConvertProgress");
+            click(settings, "pushButton_Convert");
+        }, "ConvertsionSet");
+        click(table, "pushButton_Convert");
+        QTRY_VERIFY_WITH_TIMEOUT(!progress.isEmpty(), 90000);
+        QCOMPARE(progress, QStringLiteral("5/5"));
+
+        const QString out = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation) + "/Vantora";
+        QCOMPARE(QDir(out).entryList(QDir::Files | QDir::Hidden).size(), 5); // nothing half-written beside them
+        for (int i = 1; i <= 5; ++i) {
+            QFile file(QStringLiteral("%1/IMG_B%2.jpg").arg(out).arg(i));
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const QByteArray jpeg = file.readAll();
+            QVERIFY(jpeg.contains(date));
+            QCOMPARE(QImage::fromData(jpeg, "JPG").size(), QSize(96 + 16 * i, 64));
+        }
+    }
+};
 
 PICTOVA_TEST_MAIN(tst_MainWindow)
 #include "tst_MainWindow.moc"
