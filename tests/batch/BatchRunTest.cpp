@@ -55,27 +55,270 @@ class BatchRunTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        EngineTest::fakeReset();
+        QVERIFY(drainQueue().isEmpty());
+        m_sources = new QTemporaryDir;
+        m_out = new QTemporaryDir;
+        m_page = new TestableFileTable;
+        m_page->setDecoder(DecoderLibrary::bindFrom(EngineTest::fakeLibrary()).convert);
+        m_steps.clear();
+        m_stopTipCount.clear();
+        m_page->onModal = [this](QDialog* dialog) {
+            if (auto* progress = qobject_cast<BatchConvertProgress*>(dialog))
+                m_shownProgress = progress;
+            if (auto* tip = qobject_cast<TipDialog*>(dialog)) // the stop notice, left with "No"
+                m_stopTipCount = tip->findChild<QLabel*>("label_SuccessText")->text();
+            return int(QDialog::Rejected);
+        };
+        connect(m_page, &HeicFileTable::signal_ConvertSuccessCount, this, [this](int) {
+            // Runs right after the page's own handler, inside the same emission.
+            if (m_shownProgress) {
+                m_steps.append({m_shownProgress->findChild<QLabel*>("label_Progress")->text(),
+                                m_shownProgress->findChild<QProgressBar*>("progressBar")->value()});
+            }
+        });
+    }
 
-    void everyStepIsShownThenTheResult_data();
-    void everyStepIsShownThenTheResult();
-    void settingsReachTheWorkers();
-    void brokenAndVanishedPhotosEndTheRunListed();
-    void cancelThenNewRunConvertsOnlyTheNewPhotos();
-    void samePhotoNamesOfOneRunGiveSeparateFiles();
-    void openFolderRules();
-    void closingThePageMidRunLosesNoFile();
+    void cleanup()
+    {
+        EngineTest::fakeGate(false);
+        delete m_page; // stops and waits for the workers
+        m_page = nullptr;
+        drainQueue();
+        delete m_sources;
+        delete m_out;
+    }
+
+    void everyStepIsShownThenTheResult_data()
+    {
+        QTest::addColumn<int>("rows");
+        QTest::newRow("3 rows") << 3;
+        QTest::newRow("100 rows") << 100;
+    }
+
+    void everyStepIsShownThenTheResult()
+    {
+        QFETCH(int, rows);
+        fillTable(rows);
+        startRun(m_out->path());
+        auto* progress = m_page->progressDialog();
+        QVERIFY(progress);
+        QVERIFY(!m_page->settingsDialog()); // closed and forgotten once the run started
+
+        QTRY_COMPARE_WITH_TIMEOUT(m_steps.size(), rows, 20000);
+        QTRY_VERIFY(workersIdle(*m_page));
+        // Each step's numbers are BatchRules' (tested there); here, that every
+        // file is shown once, in order.
+        for (int n = 1; n <= rows; ++n) {
+            QCOMPARE(m_steps.at(n - 1).text, BatchRules::progressText(n, rows));
+            QCOMPARE(m_steps.at(n - 1).percent, BatchRules::progressPercent(n, rows));
+        }
+        QVERIFY(progress->isFinished());
+        QCOMPARE(m_page->successCount(), rows);
+        QVERIFY(!m_page->isRunning());
+        QVERIFY(!m_page->progressDialog()); // forgotten, left on screen for the user
+        for (int i = 0; i < HeicFileTable::kWorkerCount; ++i)
+            QVERIFY(m_page->worker(i)->stopFlag());
+
+        QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), rows);
+    }
+
+    void settingsReachTheWorkers()
+    {
+        fillTable(6);
+        startRun(m_out->path() + "/Vantora Photos", 37);
+        QTRY_COMPARE(m_steps.size(), 6);
+        QTRY_VERIFY(workersIdle(*m_page));
+        QCOMPARE(m_page->quality(), 37);
+        QVERIFY(EngineTest::fakeQualitySeen(37));
+        QVERIFY(!EngineTest::fakeQualitySeen(100));
+        // A folder that already names "/Vantora" is used as it is.
+        QCOMPARE(jpegsIn(m_out->path() + "/Vantora Photos").size(), 6);
+    }
+
+    void brokenAndVanishedPhotosEndTheRunListed()
+    {
+        fillTable(5, "p02");
+        QVERIFY(QFile::remove(m_sources->filePath("p03.HEIC")));
+        startRun(m_out->path());
+        auto* progress = m_page->progressDialog();
+        QTRY_VERIFY(!m_page->isRunning());
+        // Failures move the bar too, so the run reaches its total and ends.
+        QVERIFY(progress->isFinished());
+        QCOMPARE(progress->findChild<QProgressBar*>("progressBar")->value(), 100);
+        QCOMPARE(m_page->successCount(), 3);
+        QCOMPARE(m_page->runFailures().size(), 2);
+        const QString listed = progress->findChild<QPlainTextEdit*>("plainTextEdit_Failed")->toPlainText();
+        QVERIFY2(listed.contains(QByteArray("broken") + "p02.HEIC: "), qPrintable(listed));
+        QVERIFY2(listed.contains("p03.HEIC: no such file"), qPrintable(listed));
+        QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 3);
+        // Convert is ready again for the next run.
+        QVERIFY(m_page->findChild<QPushButton*>("pushButton_Convert")->isEnabled());
+    }
+
+    void cancelThenNewRunConvertsOnlyTheNewPhotos()
+    {
+        fillTable(10);
+        EngineTest::fakeGate(true);
+        startRun(m_out->path());
+        auto* progress = m_page->progressDialog();
+        QVERIFY(progress);
+        QTRY_COMPARE(EngineTest::fakeEntered(), 4);
+        // Convert cannot start a second run over this one.
+        QVERIFY(!m_page->findChild<QPushButton*>("pushButton_Convert")->isEnabled());
+
+        // Two files done; the workers that wrote them take the next two and wait.
+        EngineTest::fakeRelease(2);
+        QTRY_COMPARE(m_page->successCount(), 2);
+        QTRY_COMPARE(EngineTest::fakeEntered(), 6);
+
+        // Cancel confirmed: nothing more is taken, and the notice waits for the
+        // four photos in hand so its count matches the disk.
+        progress->slot_CancelConvert();
+        QVERIFY(m_stopTipCount.isEmpty());
+        EngineTest::fakeRelease(4);
+        QTRY_COMPARE(m_stopTipCount, QStringLiteral("6 files have been successfully converted."));
+        QVERIFY(workersIdle(*m_page));
+        QCOMPARE(EngineTest::fakeEntered(), 6);
+        QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
+        QVERIFY(drainQueue().isEmpty());
+
+        // A new run with one new photo converts that photo only, counting from 0.
+        EngineTest::fakeGate(false);
+        m_page->onModal = [this, previous = m_page->onModal](QDialog* dialog) {
+            if (qobject_cast<TipDialog*>(dialog) && dialog->findChild<QPushButton*>("pushButton_Yes")) {
+                dialog->findChild<QPushButton*>("pushButton_Yes")->click(); // "clear all?" yes
+                return int(QDialog::Accepted);
+            }
+            return previous(dialog);
+        };
+        m_page->slot_ClearTableView();
+        m_page->nextChoice = QStringList{makePhoto("new/fresh.HEIC", "fresh")};
+        m_page->slot_AddItem();
+        m_steps.clear();
+        const QString out2 = m_out->path() + "/second";
+        QVERIFY(QDir().mkpath(out2));
+        startRun(out2);
+        QTRY_VERIFY(!m_page->isRunning());
+        QCOMPARE(jpegsIn(out2 + "/Vantora"), QStringList{"fresh.jpg"});
+        QCOMPARE(m_steps.size(), 1);
+        QCOMPARE(m_steps.first().text, BatchRules::progressText(1, 1));
+        QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
+    }
+
+    void samePhotoNamesOfOneRunGiveSeparateFiles()
+    {
+        m_page->nextChoice = QStringList{makePhoto("a/photo.HEIC", "a"), makePhoto("b/photo.HEIC", "b"),
+                              makePhoto("c/photo.heif", "c")};
+        m_page->slot_AddItem();
+        // A JPEG left by an earlier run is replaced, not kept beside.
+        QVERIFY(QDir().mkpath(m_out->path() + "/Vantora"));
+        QFile old(m_out->path() + "/Vantora/photo.jpg");
+        QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+        old.close();
+
+        startRun(m_out->path());
+        QTRY_VERIFY(!m_page->isRunning());
+        QCOMPARE(jpegsIn(m_out->path() + "/Vantora"),
+                 (QStringList{"photo (2).jpg", "photo (3).jpg", "photo.jpg"}));
+        for (const QString& name : jpegsIn(m_out->path() + "/Vantora"))
+            QCOMPARE(QImage(m_out->path() + "/Vantora/" + name).size(), QSize(16, 12));
+        QCOMPARE(m_page->successCount(), 3);
+    }
+
+    void openFolderRules()
+    {
+        // The folder rules themselves are the engine's tests; here, that the
+        // page opens the folder its JPEGs go to.
+        const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+        m_page->slot_OpenFolder();
+        QCOMPARE(m_page->openedFolders.last(), desktop + "/Vantora");
+        m_page->slot_SavePath("/data/Pictures");
+        m_page->slot_OpenFolder();
+        QCOMPARE(m_page->openedFolders.last(), QStringLiteral("/data/Pictures/Vantora"));
+    }
+
+    void closingThePageMidRunLosesNoFile()
+    {
+        fillTable(8);
+        EngineTest::fakeGate(true);
+        startRun(m_out->path());
+        QTRY_COMPARE(EngineTest::fakeEntered(), 4);
+
+        // The page goes while four files are in hand. They are let through a
+        // moment later from another thread, as a slow decode would end.
+        std::thread later([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            EngineTest::fakeGate(false);
+        });
+        delete m_page;
+        m_page = nullptr;
+        later.join();
+
+        const QStringList written = jpegsIn(m_out->path() + "/Vantora");
+        QCOMPARE(written.size(), 4);
+        for (const QString& name : written) {
+            QVERIFY2(name.endsWith(".jpg"), qPrintable(name)); // no temporary file left over
+            QImage picture(m_out->path() + "/Vantora/" + name);
+            QCOMPARE(picture.size(), QSize(16, 12));
+        }
+        QVERIFY(drainQueue().isEmpty()); // the page took its run with it
+    }
 
 private:
     // Makes `count` fake photos named p00.HEIC... and adds them (they come
     // ticked, in row order).
-    void fillTable(int count, const QByteArray& brokenAt = QByteArray());
-    QString makePhoto(const QString& relativePath, const QByteArray& name);
+
+    void fillTable(int count, const QByteArray& brokenAt = QByteArray())
+    {
+        QStringList paths;
+        for (int i = 0; i < count; ++i) {
+            QByteArray name = QString("p%1").arg(i, 2, 10, QChar('0')).toLatin1();
+            if (name == brokenAt)
+                name = QByteArray("broken") + name;
+            paths << makePhoto(QString::fromLatin1(name) + ".HEIC", name);
+        }
+        m_page->nextChoice = paths;
+        m_page->slot_AddItem();
+        QCOMPARE(m_page->tickedRows().size(), count);
+    }
+
+    QString makePhoto(const QString& relativePath, const QByteArray& name)
+    {
+        const QString path = m_sources->filePath(relativePath);
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(EngineTest::fakeNamed(name, EngineTest::jpeg(16, 12))) <= 0)
+            qFatal("cannot make %s", qPrintable(path));
+        return path;
+    }
+
     // Presses Convert, answers the settings with folder and quality, and
     // returns once the workers are started (the progress dialog does not block).
-    void startRun(const QString& folder, int quality = 100);
-    QStringList jpegsIn(const QString& folder) const;
+
+    void startRun(const QString& folder, int quality = 100)
+    {
+        auto previous = m_page->onModal;
+        m_page->onModal = [&, previous](QDialog* dialog) {
+            if (auto* settings = qobject_cast<ConvertsionSet*>(dialog)) {
+                if (!folder.isNull())
+                    emit settings->signal_SendSavePath(folder);
+                settings->findChild<QSlider*>("Slider")->setValue(quality);
+                settings->findChild<QPushButton*>("pushButton_Convert")->click();
+                return int(QDialog::Accepted);
+            }
+            return previous(dialog);
+        };
+        m_page->findChild<QPushButton*>("pushButton_Convert")->click();
+        m_page->onModal = previous;
+    }
+
+    QStringList jpegsIn(const QString& folder) const
+    {
+        return QDir(folder).entryList(QDir::Files, QDir::Name);
+    }
 
     QTemporaryDir* m_sources = nullptr;
     QTemporaryDir* m_out = nullptr;
@@ -84,264 +327,6 @@ private:
     QString m_stopTipCount;
     QPointer<BatchConvertProgress> m_shownProgress; // the dialog of the latest run
 };
-
-void BatchRunTest::init()
-{
-    EngineTest::fakeReset();
-    QVERIFY(drainQueue().isEmpty());
-    m_sources = new QTemporaryDir;
-    m_out = new QTemporaryDir;
-    m_page = new TestableFileTable;
-    m_page->setDecoder(DecoderLibrary::bindFrom(EngineTest::fakeLibrary()).convert);
-    m_steps.clear();
-    m_stopTipCount.clear();
-    m_page->onModal = [this](QDialog* dialog) {
-        if (auto* progress = qobject_cast<BatchConvertProgress*>(dialog))
-            m_shownProgress = progress;
-        if (auto* tip = qobject_cast<TipDialog*>(dialog)) // the stop notice, left with "No"
-            m_stopTipCount = tip->findChild<QLabel*>("label_SuccessText")->text();
-        return int(QDialog::Rejected);
-    };
-    connect(m_page, &HeicFileTable::signal_ConvertSuccessCount, this, [this](int) {
-        // Runs right after the page's own handler, inside the same emission.
-        if (m_shownProgress) {
-            m_steps.append({m_shownProgress->findChild<QLabel*>("label_Progress")->text(),
-                            m_shownProgress->findChild<QProgressBar*>("progressBar")->value()});
-        }
-    });
-}
-
-void BatchRunTest::cleanup()
-{
-    EngineTest::fakeGate(false);
-    delete m_page; // stops and waits for the workers
-    m_page = nullptr;
-    drainQueue();
-    delete m_sources;
-    delete m_out;
-}
-
-QString BatchRunTest::makePhoto(const QString& relativePath, const QByteArray& name)
-{
-    const QString path = m_sources->filePath(relativePath);
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(EngineTest::fakeNamed(name, EngineTest::jpeg(16, 12))) <= 0)
-        qFatal("cannot make %s", qPrintable(path));
-    return path;
-}
-
-void BatchRunTest::fillTable(int count, const QByteArray& brokenAt)
-{
-    QStringList paths;
-    for (int i = 0; i < count; ++i) {
-        QByteArray name = QString("p%1").arg(i, 2, 10, QChar('0')).toLatin1();
-        if (name == brokenAt)
-            name = QByteArray("broken") + name;
-        paths << makePhoto(QString::fromLatin1(name) + ".HEIC", name);
-    }
-    m_page->nextChoice = paths;
-    m_page->slot_AddItem();
-    QCOMPARE(m_page->tickedRows().size(), count);
-}
-
-void BatchRunTest::startRun(const QString& folder, int quality)
-{
-    auto previous = m_page->onModal;
-    m_page->onModal = [&, previous](QDialog* dialog) {
-        if (auto* settings = qobject_cast<ConvertsionSet*>(dialog)) {
-            if (!folder.isNull())
-                emit settings->signal_SendSavePath(folder);
-            settings->findChild<QSlider*>("Slider")->setValue(quality);
-            settings->findChild<QPushButton*>("pushButton_Convert")->click();
-            return int(QDialog::Accepted);
-        }
-        return previous(dialog);
-    };
-    m_page->findChild<QPushButton*>("pushButton_Convert")->click();
-    m_page->onModal = previous;
-}
-
-QStringList BatchRunTest::jpegsIn(const QString& folder) const
-{
-    return QDir(folder).entryList(QDir::Files, QDir::Name);
-}
-
-void BatchRunTest::everyStepIsShownThenTheResult_data()
-{
-    QTest::addColumn<int>("rows");
-    QTest::newRow("3 rows") << 3;
-    QTest::newRow("100 rows") << 100;
-}
-
-void BatchRunTest::everyStepIsShownThenTheResult()
-{
-    QFETCH(int, rows);
-    fillTable(rows);
-    startRun(m_out->path());
-    auto* progress = m_page->progressDialog();
-    QVERIFY(progress);
-    QVERIFY(!m_page->settingsDialog()); // closed and forgotten once the run started
-
-    QTRY_COMPARE_WITH_TIMEOUT(m_steps.size(), rows, 20000);
-    QTRY_VERIFY(workersIdle(*m_page));
-    // Each step's numbers are BatchRules' (tested there); here, that every
-    // file is shown once, in order.
-    for (int n = 1; n <= rows; ++n) {
-        QCOMPARE(m_steps.at(n - 1).text, BatchRules::progressText(n, rows));
-        QCOMPARE(m_steps.at(n - 1).percent, BatchRules::progressPercent(n, rows));
-    }
-    QVERIFY(progress->isFinished());
-    QCOMPARE(m_page->successCount(), rows);
-    QVERIFY(!m_page->isRunning());
-    QVERIFY(!m_page->progressDialog()); // forgotten, left on screen for the user
-    for (int i = 0; i < HeicFileTable::kWorkerCount; ++i)
-        QVERIFY(m_page->worker(i)->stopFlag());
-
-    QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), rows);
-}
-
-void BatchRunTest::settingsReachTheWorkers()
-{
-    fillTable(6);
-    startRun(m_out->path() + "/Vantora Photos", 37);
-    QTRY_COMPARE(m_steps.size(), 6);
-    QTRY_VERIFY(workersIdle(*m_page));
-    QCOMPARE(m_page->quality(), 37);
-    QVERIFY(EngineTest::fakeQualitySeen(37));
-    QVERIFY(!EngineTest::fakeQualitySeen(100));
-    // A folder that already names "/Vantora" is used as it is.
-    QCOMPARE(jpegsIn(m_out->path() + "/Vantora Photos").size(), 6);
-}
-
-void BatchRunTest::brokenAndVanishedPhotosEndTheRunListed()
-{
-    fillTable(5, "p02");
-    QVERIFY(QFile::remove(m_sources->filePath("p03.HEIC")));
-    startRun(m_out->path());
-    auto* progress = m_page->progressDialog();
-    QTRY_VERIFY(!m_page->isRunning());
-    // Failures move the bar too, so the run reaches its total and ends.
-    QVERIFY(progress->isFinished());
-    QCOMPARE(progress->findChild<QProgressBar*>("progressBar")->value(), 100);
-    QCOMPARE(m_page->successCount(), 3);
-    QCOMPARE(m_page->runFailures().size(), 2);
-    const QString listed = progress->findChild<QPlainTextEdit*>("plainTextEdit_Failed")->toPlainText();
-    QVERIFY2(listed.contains(QByteArray("broken") + "p02.HEIC: "), qPrintable(listed));
-    QVERIFY2(listed.contains("p03.HEIC: no such file"), qPrintable(listed));
-    QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 3);
-    // Convert is ready again for the next run.
-    QVERIFY(m_page->findChild<QPushButton*>("pushButton_Convert")->isEnabled());
-}
-
-void BatchRunTest::cancelThenNewRunConvertsOnlyTheNewPhotos()
-{
-    fillTable(10);
-    EngineTest::fakeGate(true);
-    startRun(m_out->path());
-    auto* progress = m_page->progressDialog();
-    QVERIFY(progress);
-    QTRY_COMPARE(EngineTest::fakeEntered(), 4);
-    // Convert cannot start a second run over this one.
-    QVERIFY(!m_page->findChild<QPushButton*>("pushButton_Convert")->isEnabled());
-
-    // Two files done; the workers that wrote them take the next two and wait.
-    EngineTest::fakeRelease(2);
-    QTRY_COMPARE(m_page->successCount(), 2);
-    QTRY_COMPARE(EngineTest::fakeEntered(), 6);
-
-    // Cancel confirmed: nothing more is taken, and the notice waits for the
-    // four photos in hand so its count matches the disk.
-    progress->slot_CancelConvert();
-    QVERIFY(m_stopTipCount.isEmpty());
-    EngineTest::fakeRelease(4);
-    QTRY_COMPARE(m_stopTipCount, QStringLiteral("6 files have been successfully converted."));
-    QVERIFY(workersIdle(*m_page));
-    QCOMPARE(EngineTest::fakeEntered(), 6);
-    QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
-    QVERIFY(drainQueue().isEmpty());
-
-    // A new run with one new photo converts that photo only, counting from 0.
-    EngineTest::fakeGate(false);
-    m_page->onModal = [this, previous = m_page->onModal](QDialog* dialog) {
-        if (qobject_cast<TipDialog*>(dialog) && dialog->findChild<QPushButton*>("pushButton_Yes")) {
-            dialog->findChild<QPushButton*>("pushButton_Yes")->click(); // "clear all?" yes
-            return int(QDialog::Accepted);
-        }
-        return previous(dialog);
-    };
-    m_page->slot_ClearTableView();
-    m_page->nextChoice = QStringList{makePhoto("new/fresh.HEIC", "fresh")};
-    m_page->slot_AddItem();
-    m_steps.clear();
-    const QString out2 = m_out->path() + "/second";
-    QVERIFY(QDir().mkpath(out2));
-    startRun(out2);
-    QTRY_VERIFY(!m_page->isRunning());
-    QCOMPARE(jpegsIn(out2 + "/Vantora"), QStringList{"fresh.jpg"});
-    QCOMPARE(m_steps.size(), 1);
-    QCOMPARE(m_steps.first().text, BatchRules::progressText(1, 1));
-    QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
-}
-
-void BatchRunTest::samePhotoNamesOfOneRunGiveSeparateFiles()
-{
-    m_page->nextChoice = QStringList{makePhoto("a/photo.HEIC", "a"), makePhoto("b/photo.HEIC", "b"),
-                          makePhoto("c/photo.heif", "c")};
-    m_page->slot_AddItem();
-    // A JPEG left by an earlier run is replaced, not kept beside.
-    QVERIFY(QDir().mkpath(m_out->path() + "/Vantora"));
-    QFile old(m_out->path() + "/Vantora/photo.jpg");
-    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
-    old.close();
-
-    startRun(m_out->path());
-    QTRY_VERIFY(!m_page->isRunning());
-    QCOMPARE(jpegsIn(m_out->path() + "/Vantora"),
-             (QStringList{"photo (2).jpg", "photo (3).jpg", "photo.jpg"}));
-    for (const QString& name : jpegsIn(m_out->path() + "/Vantora"))
-        QCOMPARE(QImage(m_out->path() + "/Vantora/" + name).size(), QSize(16, 12));
-    QCOMPARE(m_page->successCount(), 3);
-}
-
-void BatchRunTest::openFolderRules()
-{
-    // The folder rules themselves are the engine's tests; here, that the
-    // page opens the folder its JPEGs go to.
-    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    m_page->slot_OpenFolder();
-    QCOMPARE(m_page->openedFolders.last(), desktop + "/Vantora");
-    m_page->slot_SavePath("/data/Pictures");
-    m_page->slot_OpenFolder();
-    QCOMPARE(m_page->openedFolders.last(), QStringLiteral("/data/Pictures/Vantora"));
-}
-
-void BatchRunTest::closingThePageMidRunLosesNoFile()
-{
-    fillTable(8);
-    EngineTest::fakeGate(true);
-    startRun(m_out->path());
-    QTRY_COMPARE(EngineTest::fakeEntered(), 4);
-
-    // The page goes while four files are in hand. They are let through a
-    // moment later from another thread, as a slow decode would end.
-    std::thread later([] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        EngineTest::fakeGate(false);
-    });
-    delete m_page;
-    m_page = nullptr;
-    later.join();
-
-    const QStringList written = jpegsIn(m_out->path() + "/Vantora");
-    QCOMPARE(written.size(), 4);
-    for (const QString& name : written) {
-        QVERIFY2(name.endsWith(".jpg"), qPrintable(name)); // no temporary file left over
-        QImage picture(m_out->path() + "/Vantora/" + name);
-        QCOMPARE(picture.size(), QSize(16, 12));
-    }
-    QVERIFY(drainQueue().isEmpty()); // the page took its run with it
-}
 
 PICTOVA_TEST_MAIN(BatchRunTest)
 #include "BatchRunTest.moc"

@@ -27,353 +27,338 @@ class CliTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+    }
 
-    void usageErrorExitsWithTwo();
-    void outputsWhereThePersonSays_data();
-    void outputsWhereThePersonSays();
-    void everyPhotoAccountedFor_data();
-    void everyPhotoAccountedFor();
-    void linkAtTheOutputNameIsReplaced();
-    void noClobberKeepsExistingJpegs();
-    void listingIsOneLinePerFile();
-    void missingLibraryFailsEveryFile();
-    void interruptFinishesFilesInHand();
+    void cleanup()
+    {
+        m_dir.reset();
+    }
+
+    void usageErrorExitsWithTwo()
+    {
+        // Which arguments are refused is the parser's test; here only what the
+        // process does with a refusal.
+        const CliRun run = convert({"-q", "101", "a.heic"});
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY(run.out.isEmpty());
+        QVERIFY(run.err.join('\n').contains("Usage:"));
+    }
+
+    void outputsWhereThePersonSays_data()
+    {
+        QTest::addColumn<QStringList>("photos");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QStringList>("written");
+        QTest::addColumn<int>("exitCode");
+        QTest::newRow("beside each photo, every HEIF ending")
+            << QStringList{"card/a.heic", "card/b.HIF", "card/c.Heif", "card/d.HEIC"} << QStringList{"card", "-j", "1"}
+            << QStringList{"card/a.jpg", "card/b.jpg", "card/c.jpg", "card/d.jpg"} << 0;
+        QTest::newRow("into -o itself, made with its parents")
+            << QStringList{"card/a.heic", "x.heif"} << QStringList{"-o", "new/out", "card", "x.heif"}
+            << QStringList{"new/out/a.jpg", "new/out/x.jpg"} << 0;
+        QTest::newRow("-r mirrors the sub-folders under -o")
+            << QStringList{"DCIM/100APPLE/IMG_0001.HEIC", "DCIM/101APPLE/IMG_0001.HEIC", "DCIM/top.hif"}
+            << QStringList{"-r", "-o", "out", "DCIM"}
+            << QStringList{"out/100APPLE/IMG_0001.jpg", "out/101APPLE/IMG_0001.jpg", "out/top.jpg"} << 0;
+        QTest::newRow("-r without -o: beside each photo")
+            << QStringList{"d/s/a.heic", "d/.hidden/b.heic"} << QStringList{"-r", "d"} << QStringList{"d/s/a.jpg"} << 0;
+        QTest::newRow("a file named itself, whatever its ending")
+            << QStringList{"scan"} << QStringList{"scan"} << QStringList{"scan.jpg"} << 0;
+        QTest::newRow("two photos, one JPEG: nothing written")
+            << QStringList{"p/a.heic", "p/a.HEIC", "p/b.heic"} << QStringList{"-o", "out", "p"} << QStringList() << 2;
+    }
+
+    void outputsWhereThePersonSays()
+    {
+        QFETCH(QStringList, photos);
+        QFETCH(QStringList, arguments);
+        QFETCH(QStringList, written);
+        QFETCH(int, exitCode);
+        const QDateTime taken = QDateTime::fromMSecsSinceEpoch(1400000000000);
+        for (int i = 0; i < photos.size(); ++i) {
+            QVERIFY(photo(QFile::encodeName(photos[i]), EngineTest::jpeg(20, 10 + i)));
+            QFile file(path(photos[i]));
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(taken, QFileDevice::FileModificationTime));
+        }
+
+        const CliRun run = convert(arguments);
+        QCOMPARE(run.exitCode, exitCode);
+
+        QStringList found;
+        QDirIterator it(m_dir->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString name = QDir(m_dir->path()).relativeFilePath(it.next());
+            if (!photos.contains(name))
+                found << name;
+        }
+        found.sort();
+        QCOMPARE(found, written);
+        QStringList listed = run.out;
+        listed.sort();
+        QStringList expected;
+        for (const QString& name : written)
+            expected << path(name);
+        QCOMPARE(listed, expected);
+        // Each JPEG is a different photo's, with that photo's date.
+        QSet<QByteArray> payloads;
+        for (int i = 0; i < photos.size(); ++i)
+            payloads.insert(EngineTest::jpeg(20, 10 + i));
+        for (const QString& name : written) {
+            QVERIFY2(payloads.remove(EngineTest::readFile(path(name))), qPrintable(name));
+            QCOMPARE(QFileInfo(path(name)).lastModified(), taken);
+        }
+        if (exitCode == 2)
+            QVERIFY(!QFileInfo::exists(path("out")));
+    }
+
+    void everyPhotoAccountedFor_data()
+    {
+        QTest::addColumn<QByteArrayList>("photos");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("counts");
+        QTest::addColumn<QStringList>("said");
+        QTest::addColumn<QByteArrayList>("written");
+
+        QTest::newRow("names that are not UTF-8")
+            << QByteArrayList{"lib/good.heic", "lib/caf\xe9.heic"} << QStringList{"lib"} << 0
+            << "2 converted, 0 failed, 0 skipped" << QStringList()
+            << QByteArrayList{"lib/good.jpg", "lib/caf\xe9.jpg"};
+        QTest::newRow("a photo called exit, and exit in the working folder")
+            << QByteArrayList{"exit", "p.heic", "q.heic", "exit2/x.heic"} << QStringList{"-j", "1", "-o", "o", "exit", "p.heic", "q.heic"}
+            << 0 << "3 converted, 0 failed, 0 skipped" << QStringList() << QByteArrayList{"o/exit.jpg", "o/p.jpg", "o/q.jpg"};
+        QTest::newRow("missing, broken and converted")
+            << QByteArrayList{"a.heic"} << QStringList{"a.heic", "gone.heic", "broken.heic"} << 1
+            << "1 converted, 2 failed, 0 skipped"
+            << QStringList{"  %1/gone.heic: no such file", "  %1/broken.heic: not a HEIF file"}
+            << QByteArrayList{"a.jpg"};
+        QTest::newRow("a folder that cannot be read")
+            << QByteArrayList{"d/open/a.heic", "d/locked/b.heic"} << QStringList{"-r", "d"} << 1
+            << "1 converted, 1 failed, 0 skipped"
+            << QStringList{"  %1/d/locked: cannot read the folder: Permission denied"}
+            << QByteArrayList{"d/open/a.jpg"};
+        // The finished JPEG cannot be put in place: a folder holds its name.
+        QTest::newRow("final rename refused")
+            << QByteArrayList{"a.heic", "o/a.jpg/keep"} << QStringList{"-o", "o", "a.heic"} << 1
+            << "0 converted, 1 failed, 0 skipped" << QStringList() << QByteArrayList();
+        QTest::newRow("nothing found")
+            << QByteArrayList{"d/notes.txt"} << QStringList{"d"} << 1 << QString()
+            << QStringList{"pictova-convert: no photos found; nothing was converted"} << QByteArrayList();
+    }
+
+    void everyPhotoAccountedFor()
+    {
+        QFETCH(QByteArrayList, photos);
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, counts);
+        QFETCH(QStringList, said);
+        QFETCH(QByteArrayList, written);
+        for (const QByteArray& name : photos)
+            QVERIFY(photo(name));
+        QVERIFY(EngineTest::writeFile(path("broken.heic"), "not a photo at all"));
+        const bool locked = QFileInfo::exists(path("d/locked"));
+        if (locked) {
+#ifndef Q_OS_UNIX
+            QSKIP("folder permissions");
+#else
+            if (::geteuid() == 0 && QStandardPaths::findExecutable("setpriv").isEmpty())
+                QSKIP("root reads every folder, and setpriv is not there to stop it");
+            QVERIFY(QFile::setPermissions(path("d/locked"), QFileDevice::Permissions()));
+#endif
+        }
+
+        const CliRun run = convert(arguments, true, locked);
+        if (locked)
+            QFile::setPermissions(path("d/locked"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QCOMPARE(run.exitCode, exitCode);
+        if (!counts.isEmpty())
+            QVERIFY2(run.err.contains("pictova-convert: " + counts), qPrintable(run.err.join('\n')));
+        for (const QString& line : said)
+            QVERIFY2(run.err.contains(line.arg(m_dir->path())), qPrintable(run.err.join('\n')));
+        QCOMPARE(run.out.size(), written.size());
+        // No temporary file is left behind, whatever failed.
+        for (QDirIterator it(m_dir->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
+            QVERIFY2(!it.next().contains("/."), qPrintable(it.filePath()));
+        for (const QByteArray& name : written) {
+            const QByteArray full = QFile::encodeName(m_dir->path()) + '/' + name;
+            // Listed and written as the bytes they are.
+            QVERIFY2(run.rawOut.contains(full + '\n'), run.rawOut.constData());
+#ifdef Q_OS_UNIX
+            QVERIFY2(::access(full.constData(), F_OK) == 0, full.constData());
+#endif
+        }
+    }
+
+    void linkAtTheOutputNameIsReplaced()
+    {
+#ifndef Q_OS_UNIX
+        QSKIP("symbolic links");
+#else
+        QVERIFY(photo("a.heic"));
+        QVERIFY(QDir().mkpath(path("out")));
+        QVERIFY(EngineTest::writeFile(path("precious.txt"), "keep me"));
+        QVERIFY(QFile::link("../precious.txt", path("out/a.jpg")));
+        const CliRun run = convert({"-o", "out", "a.heic"});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(EngineTest::readFile(path("precious.txt")), QByteArray("keep me"));
+        QVERIFY(!QFileInfo(path("out/a.jpg")).isSymLink());
+        QCOMPARE(EngineTest::readFile(path("out/a.jpg")), EngineTest::jpeg());
+#endif
+    }
+
+    void noClobberKeepsExistingJpegs()
+    {
+        QVERIFY(photo("a.heic") && photo("b.heic"));
+        QVERIFY(EngineTest::writeFile(path("a.jpg"), "converted before"));
+        // A temporary file left by a run that was killed while writing b.jpg.
+        QVERIFY(EngineTest::writeFile(path(".b.jpg.k1ll3d"), "half"));
+
+        const CliRun kept = convert({"-n", "a.heic", "b.heic"});
+        QCOMPARE(kept.exitCode, 0);
+        QVERIFY2(kept.err.contains("pictova-convert: 1 converted, 0 failed, 1 skipped"), qPrintable(kept.err.join('\n')));
+        QVERIFY(kept.err.contains("  " + path("a.heic") + ": its JPEG is already there, kept (-n)"));
+        QCOMPARE(EngineTest::readFile(path("a.jpg")), QByteArray("converted before"));
+        QCOMPARE(EngineTest::entries(m_dir->path()), QStringList({"a.heic", "a.jpg", "b.heic", "b.jpg"}));
+
+        const CliRun replaced = convert({"a.heic"});
+        QCOMPARE(replaced.exitCode, 0);
+        QCOMPARE(EngineTest::readFile(path("a.jpg")), EngineTest::jpeg());
+    }
+
+    void listingIsOneLinePerFile()
+    {
+#ifndef Q_OS_UNIX
+        QSKIP("names with a newline, /dev/full");
+#else
+        QVERIFY(photo("new\nline.heic") && photo("back\\slash.heic"));
+        const CliRun run = convert({"-j", "1", "-o", "out", "new\nline.heic", "back\\slash.heic"});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, QStringList({path("out/new\\nline.jpg"), path("out/back\\\\slash.jpg")}));
+
+        // Output that cannot be written is a failed run, said on stderr.
+        QProcess process;
+        process.setWorkingDirectory(m_dir->path());
+        process.setStandardOutputFile("/dev/full");
+        process.start(PICTOVA_CONVERT, {"--decoder", EngineTest::fakeLibrary(), "-o", "full", "new\nline.heic"});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 1);
+        const QString said = QString::fromLocal8Bit(process.readAllStandardError());
+        QVERIFY2(said.contains("could not be written to stdout"), qPrintable(said));
+        QVERIFY(QFileInfo::exists(path("full/new\nline.jpg")));
+#endif
+    }
+
+    void missingLibraryFailsEveryFile()
+    {
+        QVERIFY(photo("x.heic") && photo("y.heic"));
+        const CliRun run = convert({"--decoder", path("none/Decodex"), "x.heic", "y.heic"}, false);
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY(run.out.isEmpty());
+        QVERIFY2(run.err.first().startsWith("pictova-convert: "), qPrintable(run.err.first()));
+        QVERIFY(run.err.contains("pictova-convert: 0 converted, 2 failed, 0 skipped"));
+        QVERIFY(run.err.contains("  " + path("x.heic") + ": decoding library not found"));
+        QVERIFY(run.err.contains("  " + path("y.heic") + ": decoding library not found"));
+    }
+
+    void interruptFinishesFilesInHand()
+    {
+#ifndef Q_OS_UNIX
+        QSKIP("sends SIGINT");
+#else
+        QStringList files;
+        for (int i = 0; i < 12; ++i) {
+            const QString file = path(QStringLiteral("s%1.heic").arg(i, 2, 10, QChar('0')));
+            QVERIFY(EngineTest::writeFile(file, EngineTest::fakeHeic(EngineTest::jpeg(), "FAKESLOW")));
+            files << file;
+        }
+        QProcess process;
+        process.setWorkingDirectory(m_dir->path());
+        process.start(PICTOVA_CONVERT, QStringList{"--decoder", EngineTest::fakeLibrary(), "-j", "2",
+                                                   "-o", path("out")} + files);
+        QVERIFY(process.waitForStarted());
+        // Each photo takes 400 ms: stop in the middle of the second pair.
+        QVERIFY(process.waitForReadyRead(10000));
+        QTest::qWait(200);
+        ::kill(pid_t(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(10000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 130);
+
+        const QStringList written = EngineTest::entries(path("out"));
+        QVERIFY2(written.size() >= 2 && written.size() <= 6, qPrintable(written.join(' ')));
+        for (const QString& name : written) {
+            QVERIFY2(name.endsWith(".jpg") && !name.startsWith('.'), qPrintable(name));
+            QCOMPARE(EngineTest::readFile(path("out/" + name)), EngineTest::jpeg());
+        }
+        const QString said = QString::fromLocal8Bit(process.readAllStandardError());
+        QVERIFY2(said.contains("stopping after the photos being converted"), qPrintable(said));
+        QVERIFY(said.contains(QStringLiteral("pictova-convert: %1 converted, 0 failed, %2 skipped")
+                                  .arg(written.size())
+                                  .arg(12 - written.size())));
+        QCOMPARE(said.count("not started, the run was interrupted"), 12 - written.size());
+#endif
+    }
 
 private:
-    CliRun convert(const QStringList& arguments, bool withFake = true, bool withoutRootPowers = false);
+    CliRun convert(const QStringList& arguments, bool withFake = true, bool withoutRootPowers = false)
+    {
+        QProcess process;
+        // HOME is the test's temporary home (set before this process started),
+        // which the child inherits: its desktop is not the real one either.
+        process.setWorkingDirectory(m_dir->path());
+        QStringList all;
+        if (withFake)
+            all << "--decoder" << EngineTest::fakeLibrary();
+        all += arguments;
+        QString program = PICTOVA_CONVERT;
+#ifdef Q_OS_UNIX
+        // Root reads every folder: without these two powers it is refused like
+        // anyone else.
+        if (withoutRootPowers && ::geteuid() == 0) {
+            all.prepend(program);
+            all.prepend("--bounding-set=-dac_override,-dac_read_search");
+            program = "setpriv";
+        }
+#endif
+        process.start(program, all);
+        CliRun run;
+        if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
+            return run;
+        run.exitCode = process.exitCode();
+        run.rawOut = process.readAllStandardOutput();
+        run.out = QString::fromLocal8Bit(run.rawOut).split('\n', Qt::SkipEmptyParts);
+        run.err = QString::fromLocal8Bit(process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        return run;
+    }
+
     // Writes a stand-in photo at a path relative to the test folder, given
     // as bytes so that names which are not UTF-8 can be made.
-    bool photo(const QByteArray& name, const QByteArray& jpeg = EngineTest::jpeg());
+
+    bool photo(const QByteArray& name, const QByteArray& jpeg = EngineTest::jpeg())
+    {
+        const QByteArray full = QFile::encodeName(m_dir->path()) + '/' + name;
+        const int slash = full.lastIndexOf('/');
+        if (!QDir().mkpath(QFile::decodeName(full.left(slash))))
+            return false;
+#ifdef Q_OS_UNIX
+        const QByteArray bytes = EngineTest::fakeHeic(jpeg);
+        const int fd = ::open(full.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const bool ok = fd >= 0 && ::write(fd, bytes.constData(), size_t(bytes.size())) == bytes.size();
+        return ::close(fd) == 0 && ok;
+#else
+        return EngineTest::writeFile(QFile::decodeName(full), EngineTest::fakeHeic(jpeg));
+#endif
+    }
+
     QString path(const QString& relative) const { return m_dir->filePath(relative); }
 
     std::unique_ptr<QTemporaryDir> m_dir;
 };
-
-void CliTest::init()
-{
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-}
-
-void CliTest::cleanup()
-{
-    m_dir.reset();
-}
-
-CliRun CliTest::convert(const QStringList& arguments, bool withFake, bool withoutRootPowers)
-{
-    QProcess process;
-    // HOME is the test's temporary home (set before this process started),
-    // which the child inherits: its desktop is not the real one either.
-    process.setWorkingDirectory(m_dir->path());
-    QStringList all;
-    if (withFake)
-        all << "--decoder" << EngineTest::fakeLibrary();
-    all += arguments;
-    QString program = PICTOVA_CONVERT;
-#ifdef Q_OS_UNIX
-    // Root reads every folder: without these two powers it is refused like
-    // anyone else.
-    if (withoutRootPowers && ::geteuid() == 0) {
-        all.prepend(program);
-        all.prepend("--bounding-set=-dac_override,-dac_read_search");
-        program = "setpriv";
-    }
-#endif
-    process.start(program, all);
-    CliRun run;
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.exitCode = process.exitCode();
-    run.rawOut = process.readAllStandardOutput();
-    run.out = QString::fromLocal8Bit(run.rawOut).split('\n', Qt::SkipEmptyParts);
-    run.err = QString::fromLocal8Bit(process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
-    return run;
-}
-
-bool CliTest::photo(const QByteArray& name, const QByteArray& jpeg)
-{
-    const QByteArray full = QFile::encodeName(m_dir->path()) + '/' + name;
-    const int slash = full.lastIndexOf('/');
-    if (!QDir().mkpath(QFile::decodeName(full.left(slash))))
-        return false;
-#ifdef Q_OS_UNIX
-    const QByteArray bytes = EngineTest::fakeHeic(jpeg);
-    const int fd = ::open(full.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    const bool ok = fd >= 0 && ::write(fd, bytes.constData(), size_t(bytes.size())) == bytes.size();
-    return ::close(fd) == 0 && ok;
-#else
-    return EngineTest::writeFile(QFile::decodeName(full), EngineTest::fakeHeic(jpeg));
-#endif
-}
-
-void CliTest::usageErrorExitsWithTwo()
-{
-    // Which arguments are refused is the parser's test; here only what the
-    // process does with a refusal.
-    const CliRun run = convert({"-q", "101", "a.heic"});
-    QCOMPARE(run.exitCode, 2);
-    QVERIFY(run.out.isEmpty());
-    QVERIFY(run.err.join('\n').contains("Usage:"));
-}
-
-void CliTest::outputsWhereThePersonSays_data()
-{
-    QTest::addColumn<QStringList>("photos");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QStringList>("written");
-    QTest::addColumn<int>("exitCode");
-    QTest::newRow("beside each photo, every HEIF ending")
-        << QStringList{"card/a.heic", "card/b.HIF", "card/c.Heif", "card/d.HEIC"} << QStringList{"card", "-j", "1"}
-        << QStringList{"card/a.jpg", "card/b.jpg", "card/c.jpg", "card/d.jpg"} << 0;
-    QTest::newRow("into -o itself, made with its parents")
-        << QStringList{"card/a.heic", "x.heif"} << QStringList{"-o", "new/out", "card", "x.heif"}
-        << QStringList{"new/out/a.jpg", "new/out/x.jpg"} << 0;
-    QTest::newRow("-r mirrors the sub-folders under -o")
-        << QStringList{"DCIM/100APPLE/IMG_0001.HEIC", "DCIM/101APPLE/IMG_0001.HEIC", "DCIM/top.hif"}
-        << QStringList{"-r", "-o", "out", "DCIM"}
-        << QStringList{"out/100APPLE/IMG_0001.jpg", "out/101APPLE/IMG_0001.jpg", "out/top.jpg"} << 0;
-    QTest::newRow("-r without -o: beside each photo")
-        << QStringList{"d/s/a.heic", "d/.hidden/b.heic"} << QStringList{"-r", "d"} << QStringList{"d/s/a.jpg"} << 0;
-    QTest::newRow("a file named itself, whatever its ending")
-        << QStringList{"scan"} << QStringList{"scan"} << QStringList{"scan.jpg"} << 0;
-    QTest::newRow("two photos, one JPEG: nothing written")
-        << QStringList{"p/a.heic", "p/a.HEIC", "p/b.heic"} << QStringList{"-o", "out", "p"} << QStringList() << 2;
-}
-
-void CliTest::outputsWhereThePersonSays()
-{
-    QFETCH(QStringList, photos);
-    QFETCH(QStringList, arguments);
-    QFETCH(QStringList, written);
-    QFETCH(int, exitCode);
-    const QDateTime taken = QDateTime::fromMSecsSinceEpoch(1400000000000);
-    for (int i = 0; i < photos.size(); ++i) {
-        QVERIFY(photo(QFile::encodeName(photos[i]), EngineTest::jpeg(20, 10 + i)));
-        QFile file(path(photos[i]));
-        QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(taken, QFileDevice::FileModificationTime));
-    }
-
-    const CliRun run = convert(arguments);
-    QCOMPARE(run.exitCode, exitCode);
-
-    QStringList found;
-    QDirIterator it(m_dir->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString name = QDir(m_dir->path()).relativeFilePath(it.next());
-        if (!photos.contains(name))
-            found << name;
-    }
-    found.sort();
-    QCOMPARE(found, written);
-    QStringList listed = run.out;
-    listed.sort();
-    QStringList expected;
-    for (const QString& name : written)
-        expected << path(name);
-    QCOMPARE(listed, expected);
-    // Each JPEG is a different photo's, with that photo's date.
-    QSet<QByteArray> payloads;
-    for (int i = 0; i < photos.size(); ++i)
-        payloads.insert(EngineTest::jpeg(20, 10 + i));
-    for (const QString& name : written) {
-        QVERIFY2(payloads.remove(EngineTest::readFile(path(name))), qPrintable(name));
-        QCOMPARE(QFileInfo(path(name)).lastModified(), taken);
-    }
-    if (exitCode == 2)
-        QVERIFY(!QFileInfo::exists(path("out")));
-}
-
-void CliTest::everyPhotoAccountedFor_data()
-{
-    QTest::addColumn<QByteArrayList>("photos");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("counts");
-    QTest::addColumn<QStringList>("said");
-    QTest::addColumn<QByteArrayList>("written");
-
-    QTest::newRow("names that are not UTF-8")
-        << QByteArrayList{"lib/good.heic", "lib/caf\xe9.heic"} << QStringList{"lib"} << 0
-        << "2 converted, 0 failed, 0 skipped" << QStringList()
-        << QByteArrayList{"lib/good.jpg", "lib/caf\xe9.jpg"};
-    QTest::newRow("a photo called exit, and exit in the working folder")
-        << QByteArrayList{"exit", "p.heic", "q.heic", "exit2/x.heic"} << QStringList{"-j", "1", "-o", "o", "exit", "p.heic", "q.heic"}
-        << 0 << "3 converted, 0 failed, 0 skipped" << QStringList() << QByteArrayList{"o/exit.jpg", "o/p.jpg", "o/q.jpg"};
-    QTest::newRow("missing, broken and converted")
-        << QByteArrayList{"a.heic"} << QStringList{"a.heic", "gone.heic", "broken.heic"} << 1
-        << "1 converted, 2 failed, 0 skipped"
-        << QStringList{"  %1/gone.heic: no such file", "  %1/broken.heic: not a HEIF file"}
-        << QByteArrayList{"a.jpg"};
-    QTest::newRow("a folder that cannot be read")
-        << QByteArrayList{"d/open/a.heic", "d/locked/b.heic"} << QStringList{"-r", "d"} << 1
-        << "1 converted, 1 failed, 0 skipped"
-        << QStringList{"  %1/d/locked: cannot read the folder: Permission denied"}
-        << QByteArrayList{"d/open/a.jpg"};
-    // The finished JPEG cannot be put in place: a folder holds its name.
-    QTest::newRow("final rename refused")
-        << QByteArrayList{"a.heic", "o/a.jpg/keep"} << QStringList{"-o", "o", "a.heic"} << 1
-        << "0 converted, 1 failed, 0 skipped" << QStringList() << QByteArrayList();
-    QTest::newRow("nothing found")
-        << QByteArrayList{"d/notes.txt"} << QStringList{"d"} << 1 << QString()
-        << QStringList{"pictova-convert: no photos found; nothing was converted"} << QByteArrayList();
-}
-
-void CliTest::everyPhotoAccountedFor()
-{
-    QFETCH(QByteArrayList, photos);
-    QFETCH(QStringList, arguments);
-    QFETCH(int, exitCode);
-    QFETCH(QString, counts);
-    QFETCH(QStringList, said);
-    QFETCH(QByteArrayList, written);
-    for (const QByteArray& name : photos)
-        QVERIFY(photo(name));
-    QVERIFY(EngineTest::writeFile(path("broken.heic"), "not a photo at all"));
-    const bool locked = QFileInfo::exists(path("d/locked"));
-    if (locked) {
-#ifndef Q_OS_UNIX
-        QSKIP("folder permissions");
-#else
-        if (::geteuid() == 0 && QStandardPaths::findExecutable("setpriv").isEmpty())
-            QSKIP("root reads every folder, and setpriv is not there to stop it");
-        QVERIFY(QFile::setPermissions(path("d/locked"), QFileDevice::Permissions()));
-#endif
-    }
-
-    const CliRun run = convert(arguments, true, locked);
-    if (locked)
-        QFile::setPermissions(path("d/locked"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QCOMPARE(run.exitCode, exitCode);
-    if (!counts.isEmpty())
-        QVERIFY2(run.err.contains("pictova-convert: " + counts), qPrintable(run.err.join('\n')));
-    for (const QString& line : said)
-        QVERIFY2(run.err.contains(line.arg(m_dir->path())), qPrintable(run.err.join('\n')));
-    QCOMPARE(run.out.size(), written.size());
-    // No temporary file is left behind, whatever failed.
-    for (QDirIterator it(m_dir->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
-        QVERIFY2(!it.next().contains("/."), qPrintable(it.filePath()));
-    for (const QByteArray& name : written) {
-        const QByteArray full = QFile::encodeName(m_dir->path()) + '/' + name;
-        // Listed and written as the bytes they are.
-        QVERIFY2(run.rawOut.contains(full + '\n'), run.rawOut.constData());
-#ifdef Q_OS_UNIX
-        QVERIFY2(::access(full.constData(), F_OK) == 0, full.constData());
-#endif
-    }
-}
-
-void CliTest::linkAtTheOutputNameIsReplaced()
-{
-#ifndef Q_OS_UNIX
-    QSKIP("symbolic links");
-#else
-    QVERIFY(photo("a.heic"));
-    QVERIFY(QDir().mkpath(path("out")));
-    QVERIFY(EngineTest::writeFile(path("precious.txt"), "keep me"));
-    QVERIFY(QFile::link("../precious.txt", path("out/a.jpg")));
-    const CliRun run = convert({"-o", "out", "a.heic"});
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(EngineTest::readFile(path("precious.txt")), QByteArray("keep me"));
-    QVERIFY(!QFileInfo(path("out/a.jpg")).isSymLink());
-    QCOMPARE(EngineTest::readFile(path("out/a.jpg")), EngineTest::jpeg());
-#endif
-}
-
-void CliTest::noClobberKeepsExistingJpegs()
-{
-    QVERIFY(photo("a.heic") && photo("b.heic"));
-    QVERIFY(EngineTest::writeFile(path("a.jpg"), "converted before"));
-    // A temporary file left by a run that was killed while writing b.jpg.
-    QVERIFY(EngineTest::writeFile(path(".b.jpg.k1ll3d"), "half"));
-
-    const CliRun kept = convert({"-n", "a.heic", "b.heic"});
-    QCOMPARE(kept.exitCode, 0);
-    QVERIFY2(kept.err.contains("pictova-convert: 1 converted, 0 failed, 1 skipped"), qPrintable(kept.err.join('\n')));
-    QVERIFY(kept.err.contains("  " + path("a.heic") + ": its JPEG is already there, kept (-n)"));
-    QCOMPARE(EngineTest::readFile(path("a.jpg")), QByteArray("converted before"));
-    QCOMPARE(EngineTest::entries(m_dir->path()), QStringList({"a.heic", "a.jpg", "b.heic", "b.jpg"}));
-
-    const CliRun replaced = convert({"a.heic"});
-    QCOMPARE(replaced.exitCode, 0);
-    QCOMPARE(EngineTest::readFile(path("a.jpg")), EngineTest::jpeg());
-}
-
-void CliTest::listingIsOneLinePerFile()
-{
-#ifndef Q_OS_UNIX
-    QSKIP("names with a newline, /dev/full");
-#else
-    QVERIFY(photo("new\nline.heic") && photo("back\\slash.heic"));
-    const CliRun run = convert({"-j", "1", "-o", "out", "new\nline.heic", "back\\slash.heic"});
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out, QStringList({path("out/new\\nline.jpg"), path("out/back\\\\slash.jpg")}));
-
-    // Output that cannot be written is a failed run, said on stderr.
-    QProcess process;
-    process.setWorkingDirectory(m_dir->path());
-    process.setStandardOutputFile("/dev/full");
-    process.start(PICTOVA_CONVERT, {"--decoder", EngineTest::fakeLibrary(), "-o", "full", "new\nline.heic"});
-    QVERIFY(process.waitForFinished(60000));
-    QCOMPARE(process.exitCode(), 1);
-    const QString said = QString::fromLocal8Bit(process.readAllStandardError());
-    QVERIFY2(said.contains("could not be written to stdout"), qPrintable(said));
-    QVERIFY(QFileInfo::exists(path("full/new\nline.jpg")));
-#endif
-}
-
-void CliTest::missingLibraryFailsEveryFile()
-{
-    QVERIFY(photo("x.heic") && photo("y.heic"));
-    const CliRun run = convert({"--decoder", path("none/Decodex"), "x.heic", "y.heic"}, false);
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY(run.out.isEmpty());
-    QVERIFY2(run.err.first().startsWith("pictova-convert: "), qPrintable(run.err.first()));
-    QVERIFY(run.err.contains("pictova-convert: 0 converted, 2 failed, 0 skipped"));
-    QVERIFY(run.err.contains("  " + path("x.heic") + ": decoding library not found"));
-    QVERIFY(run.err.contains("  " + path("y.heic") + ": decoding library not found"));
-}
-
-void CliTest::interruptFinishesFilesInHand()
-{
-#ifndef Q_OS_UNIX
-    QSKIP("sends SIGINT");
-#else
-    QStringList files;
-    for (int i = 0; i < 12; ++i) {
-        const QString file = path(QStringLiteral("s%1.heic").arg(i, 2, 10, QChar('0')));
-        QVERIFY(EngineTest::writeFile(file, EngineTest::fakeHeic(EngineTest::jpeg(), "FAKESLOW")));
-        files << file;
-    }
-    QProcess process;
-    process.setWorkingDirectory(m_dir->path());
-    process.start(PICTOVA_CONVERT, QStringList{"--decoder", EngineTest::fakeLibrary(), "-j", "2",
-                                               "-o", path("out")} + files);
-    QVERIFY(process.waitForStarted());
-    // Each photo takes 400 ms: stop in the middle of the second pair.
-    QVERIFY(process.waitForReadyRead(10000));
-    QTest::qWait(200);
-    ::kill(pid_t(process.processId()), SIGINT);
-    QVERIFY(process.waitForFinished(10000));
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 130);
-
-    const QStringList written = EngineTest::entries(path("out"));
-    QVERIFY2(written.size() >= 2 && written.size() <= 6, qPrintable(written.join(' ')));
-    for (const QString& name : written) {
-        QVERIFY2(name.endsWith(".jpg") && !name.startsWith('.'), qPrintable(name));
-        QCOMPARE(EngineTest::readFile(path("out/" + name)), EngineTest::jpeg());
-    }
-    const QString said = QString::fromLocal8Bit(process.readAllStandardError());
-    QVERIFY2(said.contains("stopping after the photos being converted"), qPrintable(said));
-    QVERIFY(said.contains(QStringLiteral("pictova-convert: %1 converted, 0 failed, %2 skipped")
-                              .arg(written.size())
-                              .arg(12 - written.size())));
-    QCOMPARE(said.count("not started, the run was interrupted"), 12 - written.size());
-#endif
-}
 
 PICTOVA_TEST_GUILESS_MAIN(CliTest)
 #include "test_cli.moc"

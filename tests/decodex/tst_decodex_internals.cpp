@@ -122,143 +122,136 @@ class TestDecodexInternals : public QObject
     Q_OBJECT
 
 private slots:
-    void orientationIsResetInBothByteOrders();
-    void heifItemPrefixIsHandled();
-    void malformedExifIsNeverFollowedOutside();
-    void oversizedExifLosesItsThumbnail();
-    void highBitDepthsRoundNotTruncate();
-    void containerReadersStayInsideTheFile();
-};
-
-void TestDecodexInternals::orientationIsResetInBothByteOrders()
-{
-    for (bool be : {false, true}) {
-        std::vector<uint8_t> tiff = bytes(tiffWithOrientation(be, 6));
-        QCOMPARE(ExifEditor::orientation(tiff.data(), tiff.size()), 6);
-        QVERIFY(ExifEditor::resetOrientation(tiff.data(), tiff.size()));
-        QCOMPARE(ExifEditor::orientation(tiff.data(), tiff.size()), 1);
+    void orientationIsResetInBothByteOrders()
+    {
+        for (bool be : {false, true}) {
+            std::vector<uint8_t> tiff = bytes(tiffWithOrientation(be, 6));
+            QCOMPARE(ExifEditor::orientation(tiff.data(), tiff.size()), 6);
+            QVERIFY(ExifEditor::resetOrientation(tiff.data(), tiff.size()));
+            QCOMPARE(ExifEditor::orientation(tiff.data(), tiff.size()), 1);
+        }
     }
-}
 
-void TestDecodexInternals::heifItemPrefixIsHandled()
-{
-    const QByteArray tiff = tiffWithOrientation(false, 8);
-    // As iPhones write it: offset 6, then "Exif\0\0".
-    QByteArray withHeader("\0\0\0\6Exif\0\0", 10);
-    withHeader += tiff;
-    // As libheif's own writer does: offset 0, TIFF at once.
-    QByteArray bare("\0\0\0\0", 4);
-    bare += tiff;
-    for (const QByteArray& item : {withHeader, bare}) {
-        const std::vector<uint8_t> out = ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(item.constData()), size_t(item.size()));
-        QCOMPARE(out.size(), size_t(6 + tiff.size()));
-        QVERIFY(std::equal(out.begin(), out.begin() + 6, "Exif\0\0"));
-        QCOMPARE(ExifEditor::orientation(out.data() + 6, out.size() - 6), 1);
+    void heifItemPrefixIsHandled()
+    {
+        const QByteArray tiff = tiffWithOrientation(false, 8);
+        // As iPhones write it: offset 6, then "Exif\0\0".
+        QByteArray withHeader("\0\0\0\6Exif\0\0", 10);
+        withHeader += tiff;
+        // As libheif's own writer does: offset 0, TIFF at once.
+        QByteArray bare("\0\0\0\0", 4);
+        bare += tiff;
+        for (const QByteArray& item : {withHeader, bare}) {
+            const std::vector<uint8_t> out = ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(item.constData()), size_t(item.size()));
+            QCOMPARE(out.size(), size_t(6 + tiff.size()));
+            QVERIFY(std::equal(out.begin(), out.begin() + 6, "Exif\0\0"));
+            QCOMPARE(ExifEditor::orientation(out.data() + 6, out.size() - 6), 1);
+        }
+        // A wrong offset is survived by looking for the header.
+        QByteArray wrong("\0\0\0\x40" "Exif\0\0", 10);
+        wrong += tiff;
+        QVERIFY(!ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(wrong.constData()), size_t(wrong.size())).empty());
     }
-    // A wrong offset is survived by looking for the header.
-    QByteArray wrong("\0\0\0\x40" "Exif\0\0", 10);
-    wrong += tiff;
-    QVERIFY(!ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(wrong.constData()), size_t(wrong.size())).empty());
-}
 
-void TestDecodexInternals::malformedExifIsNeverFollowedOutside()
-{
-    // Every truncation and every single-byte corruption of a valid block;
-    // the sanitizers watch the reads and writes.
-    const QByteArray good = tiffWithOrientation(true, 3, 40);
-    for (int cut = 0; cut <= good.size(); ++cut) {
-        std::vector<uint8_t> t(good.begin(), good.begin() + cut);
-        ExifEditor::resetOrientation(t.data(), t.size());
-        ExifEditor::dropThumbnail(t.data(), t.size());
-    }
-    for (int i = 0; i < good.size(); ++i) {
-        for (uint8_t v : {uint8_t(0x00), uint8_t(0xFF), uint8_t(0x7F)}) {
-            std::vector<uint8_t> t = bytes(good);
-            t[size_t(i)] = v;
+    void malformedExifIsNeverFollowedOutside()
+    {
+        // Every truncation and every single-byte corruption of a valid block;
+        // the sanitizers watch the reads and writes.
+        const QByteArray good = tiffWithOrientation(true, 3, 40);
+        for (int cut = 0; cut <= good.size(); ++cut) {
+            std::vector<uint8_t> t(good.begin(), good.begin() + cut);
             ExifEditor::resetOrientation(t.data(), t.size());
-            QVERIFY(ExifEditor::dropThumbnail(t.data(), t.size()) <= t.size());
-            QByteArray item("\0\0\0\0", 4);
-            item.append(reinterpret_cast<const char*>(t.data()), int(t.size()));
-            ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(item.constData()), size_t(item.size()));
+            ExifEditor::dropThumbnail(t.data(), t.size());
         }
+        for (int i = 0; i < good.size(); ++i) {
+            for (uint8_t v : {uint8_t(0x00), uint8_t(0xFF), uint8_t(0x7F)}) {
+                std::vector<uint8_t> t = bytes(good);
+                t[size_t(i)] = v;
+                ExifEditor::resetOrientation(t.data(), t.size());
+                QVERIFY(ExifEditor::dropThumbnail(t.data(), t.size()) <= t.size());
+                QByteArray item("\0\0\0\0", 4);
+                item.append(reinterpret_cast<const char*>(t.data()), int(t.size()));
+                ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(item.constData()), size_t(item.size()));
+            }
+        }
+        QVERIFY(ExifEditor::forJpeg(nullptr, 0).empty());
+        const uint8_t tiny[3] = {0, 0, 0};
+        QVERIFY(ExifEditor::forJpeg(tiny, 3).empty());
     }
-    QVERIFY(ExifEditor::forJpeg(nullptr, 0).empty());
-    const uint8_t tiny[3] = {0, 0, 0};
-    QVERIFY(ExifEditor::forJpeg(tiny, 3).empty());
-}
 
-void TestDecodexInternals::oversizedExifLosesItsThumbnail()
-{
-    QByteArray item("\0\0\0\0", 4);
-    item += tiffWithOrientation(false, 6, 70000);
-    const std::vector<uint8_t> out = ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(item.constData()), size_t(item.size()));
-    QVERIFY(!out.empty());
-    QVERIFY(out.size() <= ExifEditor::kMaxPayload);
-    QCOMPARE(ExifEditor::orientation(out.data() + 6, out.size() - 6), 1);
-    QCOMPARE(out.size(), size_t(6 + 8 + 2 + 12 + 4));
-}
-
-void TestDecodexInternals::highBitDepthsRoundNotTruncate()
-{
-    for (int bits : {10, 12}) {
-        const std::vector<uint8_t> table = decodex::RgbConverter::toneTable(bits, 13);
-        const int max = (1 << bits) - 1;
-        QCOMPARE(int(table[0]), 0);
-        QCOMPARE(int(table[size_t(max)]), 255);
-        for (int level : {1, 64, 128, 200, 254}) {
-            const int code = (level * max + 127) / 255;
-            QCOMPARE(int(table[size_t(code)]), level);
-        }
+    void oversizedExifLosesItsThumbnail()
+    {
+        QByteArray item("\0\0\0\0", 4);
+        item += tiffWithOrientation(false, 6, 70000);
+        const std::vector<uint8_t> out = ExifEditor::forJpeg(reinterpret_cast<const uint8_t*>(item.constData()), size_t(item.size()));
+        QVERIFY(!out.empty());
+        QVERIFY(out.size() <= ExifEditor::kMaxPayload);
+        QCOMPARE(ExifEditor::orientation(out.data() + 6, out.size() - 6), 1);
+        QCOMPARE(out.size(), size_t(6 + 8 + 2 + 12 + 4));
     }
-    // PQ: reference white (203 nits) lands in the upper part, 10000 nits at white.
-    const std::vector<uint8_t> pq = decodex::RgbConverter::toneTable(10, 16);
-    QCOMPARE(int(pq[1023]), 255);
-    QVERIFY(pq[580] > 150 && pq[580] < 250);
-    QVERIFY(std::is_sorted(pq.begin(), pq.end()));
-}
 
-void TestDecodexInternals::containerReadersStayInsideTheFile()
-{
-    // Cut at every byte, and with a box or an extent running past the end:
-    // the container readers never look outside the file, and every span
-    // they hand on lies inside it. libheif refuses many of these files
-    // first, so its own readers are asked directly.
-    HeicFixtureOptions options;
-    options.thumbnail = 16;
-    const QByteArray heic = HeicFixture::encode(HeicFixture::quadrants(64, 48), options);
-    QVERIFY(!heic.isEmpty());
-    QList<QByteArray> inputs;
-    for (int cut = 0; cut < heic.size(); ++cut)
-        inputs << heic.left(cut);
-    for (const char* box : {"meta", "iinf", "iref", "iloc", "iprp", "ipco", "hvcC", "ipma", "mdat"})
-        inputs << pastTheEnd(heic, box, 0);
-    inputs << pastTheEnd(heic, "iloc", 1) << pastTheEnd(heic, "iloc", 2);
-    int direct = 0;
-    for (const QByteArray& input : inputs) {
-        QVERIFY(!input.isNull() || input.isEmpty());
-        const GuardedInput file(input);
-        const HeifLayout layout = HeifLayout::read(file.data(), file.size());
-        unsigned sum = 0;
-        for (const HeifLayout::Tile& tile : layout.tiles) {
-            QVERIFY2(file.holds(tile.data), qPrintable(QString::number(input.size())));
-            for (const HeifLayout::Span& set : tile.parameterSets)
-                QVERIFY(file.holds(set));
-            for (size_t i = 0; i < tile.data.size; ++i)
-                sum += tile.data.data[i];
+    void highBitDepthsRoundNotTruncate()
+    {
+        for (int bits : {10, 12}) {
+            const std::vector<uint8_t> table = decodex::RgbConverter::toneTable(bits, 13);
+            const int max = (1 << bits) - 1;
+            QCOMPARE(int(table[0]), 0);
+            QCOMPARE(int(table[size_t(max)]), 255);
+            for (int level : {1, 64, 128, 200, 254}) {
+                const int code = (level * max + 127) / 255;
+                QCOMPARE(int(table[size_t(code)]), level);
+            }
         }
-        direct += layout.direct;
-        decodex::GainMapParameters parameters;
-        for (uint32_t item = 1; item < 8; ++item)
-            decodex::ToneMapItem::read(file.data(), file.size(), item, parameters);
-        if (input.size() == heic.size()) { // through the whole library: an answer, never a fault
-            std::vector<uint8_t> out(size_t(input.size()) * 20);
-            heif2jpg(file.data(), int32_t(file.size()), 90, out.data(), int32_t(out.size()), nullptr);
-            heif2jpg_capacity(file.data(), int32_t(file.size()), 90);
-        }
-        Q_UNUSED(sum);
+        // PQ: reference white (203 nits) lands in the upper part, 10000 nits at white.
+        const std::vector<uint8_t> pq = decodex::RgbConverter::toneTable(10, 16);
+        QCOMPARE(int(pq[1023]), 255);
+        QVERIFY(pq[580] > 150 && pq[580] < 250);
+        QVERIFY(std::is_sorted(pq.begin(), pq.end()));
     }
-    QVERIFY(direct > 0); // the readers did get to the tiles
-}
+
+    void containerReadersStayInsideTheFile()
+    {
+        // Cut at every byte, and with a box or an extent running past the end:
+        // the container readers never look outside the file, and every span
+        // they hand on lies inside it. libheif refuses many of these files
+        // first, so its own readers are asked directly.
+        HeicFixtureOptions options;
+        options.thumbnail = 16;
+        const QByteArray heic = HeicFixture::encode(HeicFixture::quadrants(64, 48), options);
+        QVERIFY(!heic.isEmpty());
+        QList<QByteArray> inputs;
+        for (int cut = 0; cut < heic.size(); ++cut)
+            inputs << heic.left(cut);
+        for (const char* box : {"meta", "iinf", "iref", "iloc", "iprp", "ipco", "hvcC", "ipma", "mdat"})
+            inputs << pastTheEnd(heic, box, 0);
+        inputs << pastTheEnd(heic, "iloc", 1) << pastTheEnd(heic, "iloc", 2);
+        int direct = 0;
+        for (const QByteArray& input : inputs) {
+            QVERIFY(!input.isNull() || input.isEmpty());
+            const GuardedInput file(input);
+            const HeifLayout layout = HeifLayout::read(file.data(), file.size());
+            unsigned sum = 0;
+            for (const HeifLayout::Tile& tile : layout.tiles) {
+                QVERIFY2(file.holds(tile.data), qPrintable(QString::number(input.size())));
+                for (const HeifLayout::Span& set : tile.parameterSets)
+                    QVERIFY(file.holds(set));
+                for (size_t i = 0; i < tile.data.size; ++i)
+                    sum += tile.data.data[i];
+            }
+            direct += layout.direct;
+            decodex::GainMapParameters parameters;
+            for (uint32_t item = 1; item < 8; ++item)
+                decodex::ToneMapItem::read(file.data(), file.size(), item, parameters);
+            if (input.size() == heic.size()) { // through the whole library: an answer, never a fault
+                std::vector<uint8_t> out(size_t(input.size()) * 20);
+                heif2jpg(file.data(), int32_t(file.size()), 90, out.data(), int32_t(out.size()), nullptr);
+                heif2jpg_capacity(file.data(), int32_t(file.size()), 90);
+            }
+            Q_UNUSED(sum);
+        }
+        QVERIFY(direct > 0); // the readers did get to the tiles
+    }
+};
 
 PICTOVA_TEST_GUILESS_MAIN(TestDecodexInternals)
 

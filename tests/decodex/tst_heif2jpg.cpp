@@ -192,651 +192,625 @@ class TestHeif2Jpg : public QObject
     Q_OBJECT
 
 private slots:
-    void metadataIsCarried();
-    void largeIccProfileIsChunked();
-    void nclxDisplayP3GetsProfile();
-    void orientationsAreApplied_data();
-    void orientationsAreApplied();
-    void highBitDepthsAreScaled_data();
-    void highBitDepthsAreScaled();
-    void alphaIsCompositedOnWhite();
-    void subsamplingFollowsPhoto();
-    void qualityIsClampedAndMatters();
-    void badInputsGiveErrors();
-    void outputNeverPassesCapacity();
-    void oversizedImageIsRefused();
-    void scratchNameWritesNoFile();
-    void concurrentCallsGiveSameBytes();
-    void gridTilesAreAssembled();
-    void contradictoryFilesAreRefused_data();
-    void contradictoryFilesAreRefused();
-    void regressionInputsFail();
-    void thumbnailIsTurnedLikeThePhoto();
-    void corpusConverts();
-    void limitedRangeMatchesLibheif_data();
-    void limitedRangeMatchesLibheif();
-    void capacityHoldsLargeMetadata();
-    void phonePhotoKeepsItsDetails();
-};
-
-void TestHeif2Jpg::metadataIsCarried()
-{
-    HeicFixtureOptions options;
-    options.exifTiff = HeicFixture::exifBlock(6, "2021:05:06 07:08:09");
-    options.xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF/></x:xmpmeta>";
-    options.icc = QColorSpace(QColorSpace::AdobeRgb).iccProfile();
-    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48), options);
-    QVERIFY(!heic.isEmpty());
-    const Result r = convert(heic);
-    QVERIFY2(r.code > 0, heif2jpg_error_text(r.code));
-    const JpegInspector jpeg(r.jpeg);
-    QVERIFY(jpeg.valid());
-    QVERIFY(jpeg.baseline());
-    const QByteArray tiff = jpeg.exifTiff();
-    QCOMPARE(ifd0Orientation(tiff), 1);
-    QVERIFY(tiff.contains("2021:05:06 07:08:09"));
-    QVERIFY(tiff.contains(QByteArray("\x25\x88\x04\x00", 4))); // the GPS IFD pointer
-    QCOMPARE(tiff.size(), options.exifTiff.size());
-    bool xmpFound = false;
-    for (const QByteArray& s : jpeg.segments(0xE1))
-        xmpFound |= s.startsWith(QByteArray("http://ns.adobe.com/xap/1.0/\0", 29)) && s.endsWith(options.xmp);
-    QVERIFY(xmpFound);
-    QCOMPARE(jpeg.iccProfile(), options.icc);
-}
-
-void TestHeif2Jpg::largeIccProfileIsChunked()
-{
-    HeicFixtureOptions options;
-    QByteArray icc = QColorSpace(QColorSpace::SRgb).iccProfile();
-    // Padding after the tagged data keeps the profile readable and makes it
-    // need three APP2 segments.
-    icc.append(QByteArray(150000 - icc.size(), '\x5A'));
-    qToBigEndian<quint32>(quint32(icc.size()), icc.data());
-    options.icc = icc;
-    const Result r = convert(encodeOrSkip(HeicFixture::quadrants(32, 32), options));
-    QVERIFY(r.code > 0);
-    const JpegInspector jpeg(r.jpeg);
-    QCOMPARE(jpeg.segments(0xE2).size(), 3);
-    QCOMPARE(jpeg.iccProfile(), icc);
-}
-
-void TestHeif2Jpg::nclxDisplayP3GetsProfile()
-{
-    const Result r = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 12));
-    QVERIFY(r.code > 0);
-    const QByteArray icc = JpegInspector(r.jpeg).iccProfile();
-    QVERIFY(!icc.isEmpty());
-    const QColorSpace space = QColorSpace::fromIccProfile(icc);
-    QVERIFY(space.isValid());
-    QCOMPARE(space.primaries(), QColorSpace::Primaries::DciP3D65);
-    QCOMPARE(space.transferFunction(), QColorSpace::TransferFunction::SRgb);
-
-    // BT.709 primaries are what a JPEG without a profile means already.
-    const Result plain = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 1));
-    QVERIFY(plain.code > 0);
-    QVERIFY(JpegInspector(plain.jpeg).iccProfile().isEmpty());
-}
-
-void TestHeif2Jpg::orientationsAreApplied_data()
-{
-    QTest::addColumn<int>("orientation");
-    QTest::addColumn<bool>("asCameras");
-    for (bool asCameras : {false, true})
-        for (int o = 1; o <= 8; ++o)
-            QTest::addRow("%s, orientation %d", asCameras ? "camera" : "libheif", o) << o << asCameras;
-}
-
-void TestHeif2Jpg::orientationsAreApplied()
-{
-    // libheif 1.15 writes a turned photo's 'ispe' already turned, which the
-    // direct path does not trust; cameras and phones write the coded size
-    // and the turn and mirror boxes in the order they apply, which it
-    // handles itself. Both must show what a viewer shows for the EXIF value,
-    // and the direct path must agree with libheif's own decoding.
-    QFETCH(int, orientation);
-    QFETCH(bool, asCameras);
-    // The gradient is smooth enough for a close comparison with libheif.
-    const QImage source = asCameras ? HeicFixture::gradient(96, 64) : HeicFixture::quadrants(96, 64);
-    HeicFixtureOptions options;
-    options.exifTiff = HeicFixture::exifBlock(orientation, "2020:01:01 00:00:00");
-    QByteArray heic;
-    if (asCameras) {
-        // irot counts quarter turns anti-clockwise; imir 1 swaps left and
-        // right, 0 top and bottom.
-        static const struct { int irot, imir; } steps[9] = {
-            {0, -1}, {0, -1}, {0, 1}, {2, -1}, {0, 0}, {3, 1}, {3, -1}, {1, 1}, {1, -1}};
-        HeifBuilder file;
-        const int item = file.addHevc(HeifBuilder::hevcOf(encodeOrSkip(source)));
-        if (steps[orientation].irot)
-            file.addProperty(item, "irot", QByteArray(1, char(steps[orientation].irot)), true);
-        if (steps[orientation].imir >= 0)
-            file.addProperty(item, "imir", QByteArray(1, char(steps[orientation].imir)), true);
-        heic = file.build();
-    } else {
-        options.orientation = orientation;
-        heic = encodeOrSkip(source, options);
-    }
-    const Result r = convert(heic, 100);
-    QVERIFY(r.code > 0);
-    const QImage image = decoded(r);
-    const QImage expected = oriented(source, orientation);
-    QCOMPARE(image.size(), expected.size());
-    for (double fx : {0.25, 0.75})
-        for (double fy : {0.25, 0.75})
-            QVERIFY2(close(at(image, fx, fy), at(expected, fx, fy)),
-                     qPrintable(QStringLiteral("at %1,%2").arg(fx).arg(fy)));
-    if (asCameras)
-        QVERIFY(psnr(image, libheifDecode(heic)) >= 40.0);
-    else
-        QCOMPARE(ifd0Orientation(JpegInspector(r.jpeg).exifTiff()), 1);
-}
-
-void TestHeif2Jpg::highBitDepthsAreScaled_data()
-{
-    // Cameras' photos: 10 bits (some 12), 4:2:0 or 4:2:2, full or limited
-    // range, often turned by an 'irot'. Each must come out as libheif's own
-    // decoding shows it.
-    QTest::addColumn<int>("bits");
-    QTest::addColumn<int>("chroma");
-    QTest::addColumn<bool>("fullRange");
-    QTest::addColumn<bool>("turned");
-    QTest::addColumn<int>("matrix");
-    QTest::newRow("10 bit 4:2:0") << 10 << 420 << true << false << 6;
-    QTest::newRow("10 bit 4:2:2, limited") << 10 << 422 << false << false << 6;
-    QTest::newRow("10 bit 4:2:0, limited, irot") << 10 << 420 << false << true << 6;
-    QTest::newRow("10 bit 4:2:0, BT.709") << 10 << 420 << true << false << 1;
-    QTest::newRow("10 bit 4:2:2, limited, BT.709") << 10 << 422 << false << false << 1;
-    QTest::newRow("12 bit 4:2:2") << 12 << 422 << true << false << 6;
-}
-
-void TestHeif2Jpg::highBitDepthsAreScaled()
-{
-    QFETCH(int, bits);
-    QFETCH(int, chroma);
-    QFETCH(bool, fullRange);
-    QFETCH(bool, turned);
-    QFETCH(int, matrix);
-    const QImage source = HeicFixture::gradient(128, 96);
-    HeicFixtureOptions options;
-    options.encoderQuality = 95;
-    options.chroma = chroma;
-    options.nclxPrimaries = 1;
-    options.fullRange = fullRange;
-    options.nclxMatrix = matrix;
-    const Result eight = convert(encodeOrSkip(source, options), 95);
-    options.bitDepth = bits;
-    QByteArray heic = encodeOrSkip(source, options);
-    if (turned) {
-        // As cameras write it: the coded size in 'ispe', a quarter turn.
-        HeifBuilder file;
-        const int item = file.addHevc(HeifBuilder::hevcOf(heic));
-        file.addProperty(item, "colr", HeifBuilder::findBox(heic, "colr"));
-        file.addProperty(item, "irot", QByteArray(1, char(1)), true);
-        heic = file.build();
-    }
-    const Result deep = convert(heic, 95);
-    QVERIFY(eight.code > 0);
-    QVERIFY(deep.code > 0);
-    const QImage a = decoded(eight), b = decoded(deep);
-    // Dropping the low bits would darken the picture by about half a level
-    // per bit dropped; rounding keeps the mean where the source has it.
-    QVERIFY2(qAbs(meanLevel(b) - meanLevel(source)) < 1.5,
-             qPrintable(QStringLiteral("%1 vs %2").arg(meanLevel(b)).arg(meanLevel(source))));
-    QVERIFY(qAbs(meanLevel(a) - meanLevel(b)) < 1.5);
-    const double db = psnr(b, libheifDecode(heic));
-    QVERIFY2(db >= 40.0, qPrintable(QString("PSNR %1 dB").arg(db)));
-    if (!turned)
-        QVERIFY(close(at(b, 0.9, 0.9), at(source, 0.9, 0.9), 8));
-}
-
-void TestHeif2Jpg::alphaIsCompositedOnWhite()
-{
-    QImage picture(64, 64, QImage::Format_ARGB32);
-    picture.fill(Qt::transparent);
-    for (int y = 0; y < 64; ++y)
-        for (int x = 0; x < 32; ++x)
-            picture.setPixel(x, y, qRgba(0, 0, 200, 255));
-    HeicFixtureOptions options;
-    options.alpha = true;
-    const Result r = convert(encodeOrSkip(picture, options));
-    QVERIFY(r.code > 0);
-    const QImage image = decoded(r);
-    QVERIFY(close(at(image, 0.8, 0.5), QColor(255, 255, 255), 12));
-    QVERIFY(close(at(image, 0.2, 0.5), QColor(0, 0, 200), 20));
-}
-
-void TestHeif2Jpg::subsamplingFollowsPhoto()
-{
-    const QImage picture = HeicFixture::quadrants(64, 48);
-    for (int chroma : {420, 444, 400}) {
+    void metadataIsCarried()
+    {
         HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(6, "2021:05:06 07:08:09");
+        options.xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF/></x:xmpmeta>";
+        options.icc = QColorSpace(QColorSpace::AdobeRgb).iccProfile();
+        const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48), options);
+        QVERIFY(!heic.isEmpty());
+        const Result r = convert(heic);
+        QVERIFY2(r.code > 0, heif2jpg_error_text(r.code));
+        const JpegInspector jpeg(r.jpeg);
+        QVERIFY(jpeg.valid());
+        QVERIFY(jpeg.baseline());
+        const QByteArray tiff = jpeg.exifTiff();
+        QCOMPARE(ifd0Orientation(tiff), 1);
+        QVERIFY(tiff.contains("2021:05:06 07:08:09"));
+        QVERIFY(tiff.contains(QByteArray("\x25\x88\x04\x00", 4))); // the GPS IFD pointer
+        QCOMPARE(tiff.size(), options.exifTiff.size());
+        bool xmpFound = false;
+        for (const QByteArray& s : jpeg.segments(0xE1))
+            xmpFound |= s.startsWith(QByteArray("http://ns.adobe.com/xap/1.0/\0", 29)) && s.endsWith(options.xmp);
+        QVERIFY(xmpFound);
+        QCOMPARE(jpeg.iccProfile(), options.icc);
+    }
+
+    void largeIccProfileIsChunked()
+    {
+        HeicFixtureOptions options;
+        QByteArray icc = QColorSpace(QColorSpace::SRgb).iccProfile();
+        // Padding after the tagged data keeps the profile readable and makes it
+        // need three APP2 segments.
+        icc.append(QByteArray(150000 - icc.size(), '\x5A'));
+        qToBigEndian<quint32>(quint32(icc.size()), icc.data());
+        options.icc = icc;
+        const Result r = convert(encodeOrSkip(HeicFixture::quadrants(32, 32), options));
+        QVERIFY(r.code > 0);
+        const JpegInspector jpeg(r.jpeg);
+        QCOMPARE(jpeg.segments(0xE2).size(), 3);
+        QCOMPARE(jpeg.iccProfile(), icc);
+    }
+
+    void nclxDisplayP3GetsProfile()
+    {
+        const Result r = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 12));
+        QVERIFY(r.code > 0);
+        const QByteArray icc = JpegInspector(r.jpeg).iccProfile();
+        QVERIFY(!icc.isEmpty());
+        const QColorSpace space = QColorSpace::fromIccProfile(icc);
+        QVERIFY(space.isValid());
+        QCOMPARE(space.primaries(), QColorSpace::Primaries::DciP3D65);
+        QCOMPARE(space.transferFunction(), QColorSpace::TransferFunction::SRgb);
+
+        // BT.709 primaries are what a JPEG without a profile means already.
+        const Result plain = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 1));
+        QVERIFY(plain.code > 0);
+        QVERIFY(JpegInspector(plain.jpeg).iccProfile().isEmpty());
+    }
+
+    void orientationsAreApplied_data()
+    {
+        QTest::addColumn<int>("orientation");
+        QTest::addColumn<bool>("asCameras");
+        for (bool asCameras : {false, true})
+            for (int o = 1; o <= 8; ++o)
+                QTest::addRow("%s, orientation %d", asCameras ? "camera" : "libheif", o) << o << asCameras;
+    }
+
+    void orientationsAreApplied()
+    {
+        // libheif 1.15 writes a turned photo's 'ispe' already turned, which the
+        // direct path does not trust; cameras and phones write the coded size
+        // and the turn and mirror boxes in the order they apply, which it
+        // handles itself. Both must show what a viewer shows for the EXIF value,
+        // and the direct path must agree with libheif's own decoding.
+        QFETCH(int, orientation);
+        QFETCH(bool, asCameras);
+        // The gradient is smooth enough for a close comparison with libheif.
+        const QImage source = asCameras ? HeicFixture::gradient(96, 64) : HeicFixture::quadrants(96, 64);
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(orientation, "2020:01:01 00:00:00");
+        QByteArray heic;
+        if (asCameras) {
+            // irot counts quarter turns anti-clockwise; imir 1 swaps left and
+            // right, 0 top and bottom.
+            static const struct { int irot, imir; } steps[9] = {
+                {0, -1}, {0, -1}, {0, 1}, {2, -1}, {0, 0}, {3, 1}, {3, -1}, {1, 1}, {1, -1}};
+            HeifBuilder file;
+            const int item = file.addHevc(HeifBuilder::hevcOf(encodeOrSkip(source)));
+            if (steps[orientation].irot)
+                file.addProperty(item, "irot", QByteArray(1, char(steps[orientation].irot)), true);
+            if (steps[orientation].imir >= 0)
+                file.addProperty(item, "imir", QByteArray(1, char(steps[orientation].imir)), true);
+            heic = file.build();
+        } else {
+            options.orientation = orientation;
+            heic = encodeOrSkip(source, options);
+        }
+        const Result r = convert(heic, 100);
+        QVERIFY(r.code > 0);
+        const QImage image = decoded(r);
+        const QImage expected = oriented(source, orientation);
+        QCOMPARE(image.size(), expected.size());
+        for (double fx : {0.25, 0.75})
+            for (double fy : {0.25, 0.75})
+                QVERIFY2(close(at(image, fx, fy), at(expected, fx, fy)),
+                         qPrintable(QStringLiteral("at %1,%2").arg(fx).arg(fy)));
+        if (asCameras)
+            QVERIFY(psnr(image, libheifDecode(heic)) >= 40.0);
+        else
+            QCOMPARE(ifd0Orientation(JpegInspector(r.jpeg).exifTiff()), 1);
+    }
+
+    void highBitDepthsAreScaled_data()
+    {
+        // Cameras' photos: 10 bits (some 12), 4:2:0 or 4:2:2, full or limited
+        // range, often turned by an 'irot'. Each must come out as libheif's own
+        // decoding shows it.
+        QTest::addColumn<int>("bits");
+        QTest::addColumn<int>("chroma");
+        QTest::addColumn<bool>("fullRange");
+        QTest::addColumn<bool>("turned");
+        QTest::addColumn<int>("matrix");
+        QTest::newRow("10 bit 4:2:0") << 10 << 420 << true << false << 6;
+        QTest::newRow("10 bit 4:2:2, limited") << 10 << 422 << false << false << 6;
+        QTest::newRow("10 bit 4:2:0, limited, irot") << 10 << 420 << false << true << 6;
+        QTest::newRow("10 bit 4:2:0, BT.709") << 10 << 420 << true << false << 1;
+        QTest::newRow("10 bit 4:2:2, limited, BT.709") << 10 << 422 << false << false << 1;
+        QTest::newRow("12 bit 4:2:2") << 12 << 422 << true << false << 6;
+    }
+
+    void highBitDepthsAreScaled()
+    {
+        QFETCH(int, bits);
+        QFETCH(int, chroma);
+        QFETCH(bool, fullRange);
+        QFETCH(bool, turned);
+        QFETCH(int, matrix);
+        const QImage source = HeicFixture::gradient(128, 96);
+        HeicFixtureOptions options;
+        options.encoderQuality = 95;
         options.chroma = chroma;
+        options.nclxPrimaries = 1;
+        options.fullRange = fullRange;
+        options.nclxMatrix = matrix;
+        const Result eight = convert(encodeOrSkip(source, options), 95);
+        options.bitDepth = bits;
+        QByteArray heic = encodeOrSkip(source, options);
+        if (turned) {
+            // As cameras write it: the coded size in 'ispe', a quarter turn.
+            HeifBuilder file;
+            const int item = file.addHevc(HeifBuilder::hevcOf(heic));
+            file.addProperty(item, "colr", HeifBuilder::findBox(heic, "colr"));
+            file.addProperty(item, "irot", QByteArray(1, char(1)), true);
+            heic = file.build();
+        }
+        const Result deep = convert(heic, 95);
+        QVERIFY(eight.code > 0);
+        QVERIFY(deep.code > 0);
+        const QImage a = decoded(eight), b = decoded(deep);
+        // Dropping the low bits would darken the picture by about half a level
+        // per bit dropped; rounding keeps the mean where the source has it.
+        QVERIFY2(qAbs(meanLevel(b) - meanLevel(source)) < 1.5,
+                 qPrintable(QStringLiteral("%1 vs %2").arg(meanLevel(b)).arg(meanLevel(source))));
+        QVERIFY(qAbs(meanLevel(a) - meanLevel(b)) < 1.5);
+        const double db = psnr(b, libheifDecode(heic));
+        QVERIFY2(db >= 40.0, qPrintable(QString("PSNR %1 dB").arg(db)));
+        if (!turned)
+            QVERIFY(close(at(b, 0.9, 0.9), at(source, 0.9, 0.9), 8));
+    }
+
+    void alphaIsCompositedOnWhite()
+    {
+        QImage picture(64, 64, QImage::Format_ARGB32);
+        picture.fill(Qt::transparent);
+        for (int y = 0; y < 64; ++y)
+            for (int x = 0; x < 32; ++x)
+                picture.setPixel(x, y, qRgba(0, 0, 200, 255));
+        HeicFixtureOptions options;
+        options.alpha = true;
         const Result r = convert(encodeOrSkip(picture, options));
         QVERIFY(r.code > 0);
-        const QList<int> sampling = JpegInspector(r.jpeg).sampling();
-        if (chroma == 400) {
-            // A grey photo stays a one-component JPEG with its own levels.
-            QCOMPARE(sampling.size(), 1);
-            const QImage grey = QImage::fromData(r.jpeg, "JPG");
-            QCOMPARE(grey.format(), QImage::Format_Grayscale8);
-            const QImage expected = picture.convertToFormat(QImage::Format_Grayscale8);
-            for (const QPoint p : {QPoint(16, 12), QPoint(48, 12), QPoint(16, 36), QPoint(48, 36)})
-                QVERIFY(qAbs(qGray(grey.pixel(p)) - qGray(expected.pixel(p))) <= 6);
-            continue;
+        const QImage image = decoded(r);
+        QVERIFY(close(at(image, 0.8, 0.5), QColor(255, 255, 255), 12));
+        QVERIFY(close(at(image, 0.2, 0.5), QColor(0, 0, 200), 20));
+    }
+
+    void subsamplingFollowsPhoto()
+    {
+        const QImage picture = HeicFixture::quadrants(64, 48);
+        for (int chroma : {420, 444, 400}) {
+            HeicFixtureOptions options;
+            options.chroma = chroma;
+            const Result r = convert(encodeOrSkip(picture, options));
+            QVERIFY(r.code > 0);
+            const QList<int> sampling = JpegInspector(r.jpeg).sampling();
+            if (chroma == 400) {
+                // A grey photo stays a one-component JPEG with its own levels.
+                QCOMPARE(sampling.size(), 1);
+                const QImage grey = QImage::fromData(r.jpeg, "JPG");
+                QCOMPARE(grey.format(), QImage::Format_Grayscale8);
+                const QImage expected = picture.convertToFormat(QImage::Format_Grayscale8);
+                for (const QPoint p : {QPoint(16, 12), QPoint(48, 12), QPoint(16, 36), QPoint(48, 36)})
+                    QVERIFY(qAbs(qGray(grey.pixel(p)) - qGray(expected.pixel(p))) <= 6);
+                continue;
+            }
+            QCOMPARE(sampling.size(), 3);
+            QCOMPARE(sampling[0], chroma == 420 ? 0x22 : 0x11);
+            QCOMPARE(sampling[1], 0x11);
         }
-        QCOMPARE(sampling.size(), 3);
-        QCOMPARE(sampling[0], chroma == 420 ? 0x22 : 0x11);
-        QCOMPARE(sampling[1], 0x11);
-    }
-}
-
-void TestHeif2Jpg::qualityIsClampedAndMatters()
-{
-    const QByteArray heic = encodeOrSkip(HeicFixture::gradient(96, 64));
-    const Result low = convert(heic, 0), below = convert(heic, -20);
-    const Result high = convert(heic, 100), above = convert(heic, 250);
-    const Result middle = convert(heic, 50);
-    QVERIFY(low.code > 0 && high.code > 0 && middle.code > 0);
-    QCOMPARE(below.jpeg, low.jpeg);
-    QCOMPARE(above.jpeg, high.jpeg);
-    QVERIFY(low.jpeg.size() < middle.jpeg.size());
-    QVERIFY(middle.jpeg.size() < high.jpeg.size());
-}
-
-void TestHeif2Jpg::badInputsGiveErrors()
-{
-    uint8_t out[4096];
-    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
-    const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
-    QCOMPARE(heif2jpg(nullptr, 100, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
-    QCOMPARE(heif2jpg(in, 0, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
-    QCOMPARE(heif2jpg(in, -5, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
-    QCOMPARE(heif2jpg(in, heic.size(), 90, nullptr, 100, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
-    QCOMPARE(heif2jpg(in, heic.size(), 90, out, 0, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
-    QCOMPARE(heif2jpg_capacity(nullptr, 10, 90), int(DECODEX_ERR_BAD_ARGUMENT));
-
-    const QByteArray garbage(5000, '\x37');
-    QCOMPARE(convert(garbage).code, int(DECODEX_ERR_NOT_HEIF));
-    QCOMPARE(convert(QByteArray("\xFF\xD8\xFF\xE0 a JPEG, not HEIF")).code, int(DECODEX_ERR_NOT_HEIF));
-
-    for (double cut : {0.02, 0.1, 0.3, 0.5, 0.8, 0.97}) {
-        const int code = convert(heic.left(int(heic.size() * cut))).code;
-        QVERIFY2(code < 0, qPrintable(QString::number(cut)));
-        QVERIFY(QByteArray(heif2jpg_error_text(code)) != "unknown error");
     }
 
-    const QString bad = HeicFixture::corpusDir() + "/bad";
-    for (const QFileInfo& info : QDir(bad).entryInfoList({"*.heic"}, QDir::Files)) {
-        QFile f(info.filePath());
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        QVERIFY2(convert(f.readAll()).code < 0, qPrintable(info.fileName()));
+    void qualityIsClampedAndMatters()
+    {
+        const QByteArray heic = encodeOrSkip(HeicFixture::gradient(96, 64));
+        const Result low = convert(heic, 0), below = convert(heic, -20);
+        const Result high = convert(heic, 100), above = convert(heic, 250);
+        const Result middle = convert(heic, 50);
+        QVERIFY(low.code > 0 && high.code > 0 && middle.code > 0);
+        QCOMPARE(below.jpeg, low.jpeg);
+        QCOMPARE(above.jpeg, high.jpeg);
+        QVERIFY(low.jpeg.size() < middle.jpeg.size());
+        QVERIFY(middle.jpeg.size() < high.jpeg.size());
     }
-}
 
-void TestHeif2Jpg::outputNeverPassesCapacity()
-{
-    const QByteArray heic = encodeOrSkip(HeicFixture::gradient(256, 192));
-    const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
-    const int guard = 256;
-    for (int capacity : {1, 100, 2000}) {
-        QByteArray out(capacity + guard, '\xC3');
-        const int code = heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(out.data()), capacity, nullptr);
-        QCOMPARE(code, int(DECODEX_ERR_OUTPUT_TOO_SMALL));
-        QCOMPARE(out.mid(capacity), QByteArray(guard, '\xC3'));
-    }
-    const int capacity = heif2jpg_capacity(in, heic.size(), 100);
-    QVERIFY(capacity > 0);
-    QByteArray out(capacity + guard, '\xC3');
-    const int written = heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(out.data()), capacity, nullptr);
-    QVERIFY(written > 0 && written <= capacity);
-    QCOMPARE(out.mid(capacity), QByteArray(guard, '\xC3'));
-    // Exactly the bytes it needs is enough too.
-    QByteArray exact(written, '\0');
-    QCOMPARE(heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(exact.data()), written, nullptr), written);
-    QCOMPARE(exact, out.left(written));
-}
+    void badInputsGiveErrors()
+    {
+        uint8_t out[4096];
+        const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
+        const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
+        QCOMPARE(heif2jpg(nullptr, 100, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(heif2jpg(in, 0, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(heif2jpg(in, -5, 90, out, sizeof out, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(heif2jpg(in, heic.size(), 90, nullptr, 100, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(heif2jpg(in, heic.size(), 90, out, 0, nullptr), int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(heif2jpg_capacity(nullptr, 10, 90), int(DECODEX_ERR_BAD_ARGUMENT));
 
-void TestHeif2Jpg::oversizedImageIsRefused()
-{
-    // The coded picture is tiny; only its 'ispe' claims 20000 x 20000.
-    QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
-    int patched = 0;
-    for (int at = heic.indexOf("ispe"); at >= 0; at = heic.indexOf("ispe", at + 4)) {
-        qToBigEndian<quint32>(20000, heic.data() + at + 8);
-        qToBigEndian<quint32>(20000, heic.data() + at + 12);
-        ++patched;
-    }
-    QVERIFY(patched > 0);
-    QCOMPARE(convert(heic).code, int(DECODEX_ERR_IMAGE_TOO_LARGE));
-    QCOMPARE(heif2jpg_capacity(reinterpret_cast<const uint8_t*>(heic.constData()), heic.size(), 90),
-             int(DECODEX_ERR_IMAGE_TOO_LARGE));
-}
+        const QByteArray garbage(5000, '\x37');
+        QCOMPARE(convert(garbage).code, int(DECODEX_ERR_NOT_HEIF));
+        QCOMPARE(convert(QByteArray("\xFF\xD8\xFF\xE0 a JPEG, not HEIF")).code, int(DECODEX_ERR_NOT_HEIF));
 
-void TestHeif2Jpg::scratchNameWritesNoFile()
-{
-    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
-    QTemporaryDir dir;
-    const QString previous = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(dir.path()));
-    const Result named = convert(heic, 90, "temp1.hevc");
-    const Result unnamed = convert(heic, 90, nullptr);
-    const QStringList left = QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
-    QDir::setCurrent(previous);
-    QVERIFY(named.code > 0);
-    QCOMPARE(named.jpeg, unnamed.jpeg);
-    QVERIFY2(left.isEmpty(), qPrintable(left.join(", ")));
-}
+        for (double cut : {0.02, 0.1, 0.3, 0.5, 0.8, 0.97}) {
+            const int code = convert(heic.left(int(heic.size() * cut))).code;
+            QVERIFY2(code < 0, qPrintable(QString::number(cut)));
+            QVERIFY(QByteArray(heif2jpg_error_text(code)) != "unknown error");
+        }
 
-void TestHeif2Jpg::concurrentCallsGiveSameBytes()
-{
-    QList<QByteArray> inputs;
-    HeicFixtureOptions grid;
-    inputs << encodeOrSkip(HeicFixture::gradient(600, 400));
-    HeicFixtureOptions deep;
-    deep.bitDepth = 10;
-    deep.orientation = 6;
-    inputs << encodeOrSkip(HeicFixture::quadrants(320, 200), deep);
-    const QString photo = HeicFixture::corpusDir() + "/nokia/grid_960x640.heic";
-    QFile f(photo);
-    if (f.open(QIODevice::ReadOnly))
-        inputs << f.readAll();
-
-    QList<QByteArray> sequential;
-    for (const QByteArray& in : inputs)
-        sequential << convert(in).jpeg;
-    for (const QByteArray& s : sequential)
-        QVERIFY(!s.isEmpty());
-
-    QVector<QList<QByteArray>> results(5);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 5; ++t) {
-        threads.emplace_back([&, t] {
-            for (int round = 0; round < 2; ++round)
-                for (int i = 0; i < inputs.size(); ++i)
-                    results[t] << convert(inputs[(i + t) % inputs.size()]).jpeg;
-        });
-    }
-    for (std::thread& t : threads)
-        t.join();
-    for (int t = 0; t < 5; ++t)
-        for (int i = 0; i < results[t].size(); ++i)
-            QVERIFY(results[t][i] == sequential[(i % inputs.size() + t) % inputs.size()]);
-}
-
-void TestHeif2Jpg::gridTilesAreAssembled()
-{
-    // Four tiles of 64x64 on a 120x100 canvas: the right column and the
-    // bottom row hang over the edge and must be cut, not squeezed.
-    const QList<QColor> colours{Qt::red, Qt::green, Qt::blue, Qt::white};
-    HeifBuilder file;
-    const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(2, 2, 120, 100), true);
-    file.addProperty(grid, "ispe", HeifBuilder::ispe(120, 100));
-    QList<int> tiles;
-    for (const QColor& colour : colours) {
-        const HeifBuilder::Hevc tile = flatTile(64, 64, colour);
-        if (tile.data.isEmpty())
-            QSKIP("libheif has no HEVC encoder");
-        tiles << file.addHevc(tile);
-    }
-    file.addReference("dimg", grid, tiles);
-    file.setPrimary(grid);
-    const Result r = convert(file.build());
-    QVERIFY2(r.code > 0, heif2jpg_error_text(r.code));
-    const QImage image = decoded(r);
-    QCOMPARE(image.size(), QSize(120, 100));
-    const QList<QPoint> probes{{10, 10}, {110, 10}, {10, 90}, {110, 90}};
-    for (int i = 0; i < 4; ++i)
-        QVERIFY2(close(image.pixelColor(probes[i]), colours[i], 12), qPrintable(QString::number(i)));
-}
-
-void TestHeif2Jpg::contradictoryFilesAreRefused_data()
-{
-    // Files whose boxes contradict each other. libheif 1.15 asserts on a
-    // derived image built from a non-image item, and decodes whatever size
-    // the HEVC parameter sets declare, whatever the file says; a converter
-    // that passes these on aborts, or spends seconds and gigabytes on a
-    // picture that cannot be right.
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<int>("code");
-    for (const char* kind : {"overlay of hvc2", "identity of Exif", "picture beyond its ispe",
-                             "grid tile beyond its ispe", "alpha beyond its ispe", "overlay far beyond its canvas",
-                             "AV1 item without data", "grid of one tile repeated"})
-        QTest::newRow(kind) << QString::fromLatin1(kind) << int(DECODEX_ERR_DECODE_FAILED);
-    QTest::newRow("overlay canvas beyond its ispe") << "overlay canvas beyond its ispe" << int(DECODEX_ERR_IMAGE_TOO_LARGE);
-}
-
-void TestHeif2Jpg::contradictoryFilesAreRefused()
-{
-    QFETCH(QString, kind);
-    QFETCH(int, code);
-    const HeifBuilder::Hevc small = flatTile(64, 48, Qt::gray);
-    HeifBuilder::Hevc big = flatTile(640, 480, Qt::gray);
-    if (small.data.isEmpty() || big.data.isEmpty())
-        QSKIP("libheif has no HEVC encoder");
-    HeifBuilder file;
-    if (kind == "overlay canvas beyond its ispe") {
-        // One 64x48 input on a canvas of 8192x8192 that the file calls 64x48.
-        const QByteArray iovl = QByteArray(10, '\0') + QByteArray("\x20\0\x20\0\0\0\0\0", 8);
-        const int overlay = file.addItem("iovl", iovl, true);
-        file.addProperty(overlay, "ispe", HeifBuilder::ispe(64, 48));
-        file.addReference("dimg", overlay, {file.addHevc(small)});
-        file.setPrimary(overlay);
-    } else if (kind == "overlay far beyond its canvas") {
-        // Sixteen honest 640x480 pictures laid over a 64x48 canvas.
-        QByteArray iovl = QByteArray(10, '\0') + QByteArray("\0\x40\0\x30", 4) + QByteArray(16 * 4, '\0');
-        const int overlay = file.addItem("iovl", iovl, true);
-        file.addProperty(overlay, "ispe", HeifBuilder::ispe(64, 48));
-        QList<int> inputs;
-        for (int i = 0; i < 16; ++i)
-            inputs << file.addHevc(big);
-        file.addReference("dimg", overlay, inputs);
-        file.setPrimary(overlay);
-    } else if (kind == "overlay of hvc2" || kind == "identity of Exif") {
-        const bool overlay = kind.startsWith("overlay");
-        // An overlay of one input on a 64x48 canvas, fill and offsets zero.
-        const QByteArray iovl = QByteArray(10, '\0') + QByteArray("\0\x40\0\x30\0\0\0\0", 8);
-        const int derived = file.addItem(overlay ? "iovl" : "iden", overlay ? iovl : QByteArray(), overlay);
-        file.addProperty(derived, "ispe", HeifBuilder::ispe(64, 48));
-        const int input = overlay ? file.addHevc(small, "hvc2") : file.addItem("Exif", QByteArray(16, '\0'));
-        file.addReference("dimg", derived, {input});
-        file.setPrimary(derived);
-    } else if (kind == "AV1 item without data") {
-        // The system AV1 decoder leaks on every empty picture it is given.
-        const int av1 = file.addItem("av01", QByteArray());
-        file.addProperty(av1, "av1C", QByteArray("\x81\x00\x0c\x00", 4), true);
-        file.addProperty(av1, "ispe", HeifBuilder::ispe(64, 48));
-        file.setPrimary(av1);
-    } else if (kind == "grid of one tile repeated") {
-        // 64 uses of one 64x48 tile would make a 512x384 picture of a tiny file.
-        const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(8, 8, 512, 384), true);
-        file.addProperty(grid, "ispe", HeifBuilder::ispe(512, 384));
-        file.addReference("dimg", grid, QVector<int>(64, file.addHevc(small)).toList());
-        file.setPrimary(grid);
-    } else if (kind == "picture beyond its ispe") {
-        big.width = 64;
-        big.height = 48;
-        file.setPrimary(file.addHevc(big));
-    } else if (kind == "alpha beyond its ispe") {
-        big.width = 64;
-        big.height = 48;
-        const int primary = file.addHevc(small);
-        const int alpha = file.addHevc(big);
-        file.addProperty(alpha, "auxC", QByteArray(4, '\0') + "urn:mpeg:hevc:2015:auxid:1" + QByteArray(1, '\0'));
-        file.addReference("auxl", alpha, {primary});
-        file.setPrimary(primary);
-    } else {
-        // A 1x2 grid of 64x48 tiles, the second one coded at 640x480.
-        const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(1, 2, 128, 48), true);
-        file.addProperty(grid, "ispe", HeifBuilder::ispe(128, 48));
-        big.width = 64;
-        big.height = 48;
-        file.addReference("dimg", grid, {file.addHevc(small), file.addHevc(big)});
-        file.setPrimary(grid);
-    }
-    const Result r = convert(file.build());
-    QCOMPARE(r.code, code);
-}
-
-void TestHeif2Jpg::regressionInputsFail()
-{
-    // Inputs that once aborted or stalled a decoder (how each was made is in
-    // data/README.md). Only the nclx one is a photo; the rest must be refused.
-    QDirIterator it(QStringLiteral(DECODEX_TEST_DATA), {"*.heic"}, QDir::Files);
-    int inputs = 0;
-    while (it.hasNext()) {
-        QFile f(it.next());
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        const QByteArray bytes = f.readAll();
-        const Result r = convert(bytes);
-        if (it.fileName().startsWith("nclx-"))
-            QVERIFY(r.code > 0 && JpegInspector(r.jpeg).valid());
-        else
-            QVERIFY2(r.code < 0, qPrintable(it.fileName()));
-        heif2jpg_capacity(reinterpret_cast<const uint8_t*>(bytes.constData()), bytes.size(), 90);
-        ++inputs;
-    }
-    QVERIFY(inputs >= 8);
-}
-
-void TestHeif2Jpg::corpusConverts()
-{
-    const QString corpus = HeicFixture::corpusDir();
-    if (corpus.isEmpty())
-        QSKIP("no photo corpus");
-    int converted = 0;
-    for (const QString& folder : {QStringLiteral("nokia"), QStringLiteral("real")}) {
-        for (const QFileInfo& info : QDir(corpus + "/" + folder).entryInfoList({"*.heic"}, QDir::Files)) {
+        const QString bad = HeicFixture::corpusDir() + "/bad";
+        for (const QFileInfo& info : QDir(bad).entryInfoList({"*.heic"}, QDir::Files)) {
             QFile f(info.filePath());
             QVERIFY(f.open(QIODevice::ReadOnly));
-            const Result r = convert(f.readAll());
-            QVERIFY2(r.code > 0, qPrintable(info.fileName() + ": " + heif2jpg_error_text(r.code)));
-            QVERIFY2(!decoded(r).isNull(), qPrintable(info.fileName()));
-            ++converted;
+            QVERIFY2(convert(f.readAll()).code < 0, qPrintable(info.fileName()));
         }
     }
-    QVERIFY(converted > 0);
-}
 
-void TestHeif2Jpg::thumbnailIsTurnedLikeThePhoto()
-{
-    // A portrait photo stored on its side with an 'irot' (EXIF 6): the
-    // thumbnail shown before the photo is decoded must stand the same way.
-    HeicFixtureOptions options;
-    options.orientation = 6;
-    options.thumbnail = 48;
-    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(96, 64), options);
-    QVERIFY(!heic.isEmpty());
-    std::vector<uint8_t> out(DECODEX_MAX_THUMBNAIL_SIDE * DECODEX_MAX_THUMBNAIL_SIDE * 6);
-    auto thumbnail = [&](const QByteArray& bytes, std::vector<uint8_t>& buffer) {
-        return heif2jpg_thumbnail(reinterpret_cast<const uint8_t*>(bytes.constData()), bytes.size(), 90,
-                                  buffer.data(), int32_t(buffer.size()));
-    };
-    const int32_t written = thumbnail(heic, out);
-    QVERIFY2(written > 0, heif2jpg_error_text(written));
-    const QImage small = QImage::fromData(out.data(), written, "JPG");
-    const QImage photo = decoded(convert(heic));
-    QCOMPARE(small.size(), QSize(32, 48));
-    for (double fx : {0.25, 0.75})
-        for (double fy : {0.25, 0.75})
-            QVERIFY(close(at(small, fx, fy), at(photo, fx, fy), 24));
-
-    // No thumbnail, a buffer too small, not a photo: refused, never overrun.
-    options.thumbnail = 0;
-    QCOMPARE(thumbnail(encodeOrSkip(HeicFixture::quadrants(96, 64), options), out), int32_t(DECODEX_ERR_DECODE_FAILED));
-    std::vector<uint8_t> tiny(64);
-    QCOMPARE(thumbnail(heic, tiny), int32_t(DECODEX_ERR_OUTPUT_TOO_SMALL));
-    QCOMPARE(thumbnail(QByteArray("not a photo at all"), out), int32_t(DECODEX_ERR_NOT_HEIF));
-}
-
-void TestHeif2Jpg::limitedRangeMatchesLibheif_data()
-{
-    // Video-range photos, as many cameras code them: the tile path
-    // stretches the range itself and must land where libheif does.
-    QTest::addColumn<int>("chroma");
-    QTest::addColumn<int>("matrix");
-    QTest::newRow("4:2:0, BT.601") << 420 << 6;
-    QTest::newRow("4:2:0, BT.709") << 420 << 1;
-    QTest::newRow("4:4:4, BT.601") << 444 << 6;
-}
-
-void TestHeif2Jpg::limitedRangeMatchesLibheif()
-{
-    QFETCH(int, chroma);
-    QFETCH(int, matrix);
-    HeicFixtureOptions options;
-    options.chroma = chroma;
-    options.nclxPrimaries = 1;
-    options.nclxMatrix = matrix;
-    options.fullRange = false;
-    options.encoderQuality = 95;
-    const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(128, 96), options);
-    const Result r = convert(heic, 100);
-    QVERIFY(r.code > 0);
-    const QImage ours = decoded(r), theirs = libheifDecode(heic).convertToFormat(QImage::Format_RGB32);
-    QCOMPARE(ours.size(), theirs.size());
-    // The inside of each flat quadrant, averaged so JPEG's noise cancels
-    // out: how far its main colour stands above the other two shows the
-    // chroma scale, which a range stretch a few percent off gets wrong.
-    const QRect areas[] = {QRect(8, 8, 48, 32), QRect(72, 8, 48, 32), QRect(8, 56, 48, 32), QRect(72, 56, 48, 32)};
-    for (int quadrant = 0; quadrant < 4; ++quadrant) {
-        const QColor a = meanColour(ours, areas[quadrant]), b = meanColour(theirs, areas[quadrant]);
-        const double channels[2][3] = {{a.redF(), a.greenF(), a.blueF()}, {b.redF(), b.greenF(), b.blueF()}};
-        double apart = 0;
-        if (quadrant == 3) { // white: the luma alone
-            for (int c = 0; c < 3; ++c)
-                apart = qMax(apart, qAbs(channels[0][c] - channels[1][c]) * 255);
-        } else { // red, green, blue
-            auto saturation = [quadrant](const double* rgb) {
-                return 255 * (rgb[quadrant] - (rgb[(quadrant + 1) % 3] + rgb[(quadrant + 2) % 3]) / 2);
-            };
-            apart = qAbs(saturation(channels[0]) - saturation(channels[1]));
+    void outputNeverPassesCapacity()
+    {
+        const QByteArray heic = encodeOrSkip(HeicFixture::gradient(256, 192));
+        const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
+        const int guard = 256;
+        for (int capacity : {1, 100, 2000}) {
+            QByteArray out(capacity + guard, '\xC3');
+            const int code = heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(out.data()), capacity, nullptr);
+            QCOMPARE(code, int(DECODEX_ERR_OUTPUT_TOO_SMALL));
+            QCOMPARE(out.mid(capacity), QByteArray(guard, '\xC3'));
         }
-        QVERIFY2(apart <= 3.0, qPrintable(QStringLiteral("quadrant %1: %2 levels apart").arg(quadrant).arg(apart)));
-    }
-}
-
-void TestHeif2Jpg::capacityHoldsLargeMetadata()
-{
-    // A small picture with a lot of metadata: the bound must count it, or
-    // the first conversion fails and the photo is decoded twice.
-    HeicFixtureOptions options;
-    options.exifTiff = HeicFixture::exifBlock(1, "2022:02:02 02:02:02") + QByteArray(60000, '\0');
-    options.xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\">" + QByteArray(200000, ' ') + "</x:xmpmeta>";
-    QByteArray icc = QColorSpace(QColorSpace::SRgb).iccProfile();
-    icc.append(QByteArray(100000 - icc.size(), '\x5A'));
-    qToBigEndian<quint32>(quint32(icc.size()), icc.data());
-    options.icc = icc;
-    const QByteArray heic = encodeOrSkip(HeicFixture::gradient(24, 16), options);
-    QVERIFY(!heic.isEmpty());
-    const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
-    for (int quality : {50, 100}) {
-        const int capacity = heif2jpg_capacity(in, heic.size(), quality);
+        const int capacity = heif2jpg_capacity(in, heic.size(), 100);
         QVERIFY(capacity > 0);
-        std::vector<uint8_t> out(static_cast<size_t>(capacity));
-        const int written = heif2jpg(in, heic.size(), quality, out.data(), capacity, nullptr);
-        QVERIFY2(written > 0, heif2jpg_error_text(written));
-        QVERIFY(JpegInspector(QByteArray(reinterpret_cast<const char*>(out.data()), written)).iccProfile() == icc);
+        QByteArray out(capacity + guard, '\xC3');
+        const int written = heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(out.data()), capacity, nullptr);
+        QVERIFY(written > 0 && written <= capacity);
+        QCOMPARE(out.mid(capacity), QByteArray(guard, '\xC3'));
+        // Exactly the bytes it needs is enough too.
+        QByteArray exact(written, '\0');
+        QCOMPARE(heif2jpg(in, heic.size(), 100, reinterpret_cast<uint8_t*>(exact.data()), written, nullptr), written);
+        QCOMPARE(exact, out.left(written));
     }
-}
 
-void TestHeif2Jpg::phonePhotoKeepsItsDetails()
-{
-    QFile f(HeicFixture::corpusDir() + "/real/IMG_3578.heic");
-    if (HeicFixture::corpusDir().isEmpty() || !f.open(QIODevice::ReadOnly))
-        QSKIP("no photo corpus");
-    const Result r = convert(f.readAll(), 90);
-    QVERIFY(r.code > 0);
-    const JpegInspector jpeg(r.jpeg);
-    QCOMPARE(jpeg.sampling().value(0), 0x22);
-    const QByteArray tiff = jpeg.exifTiff();
-    QCOMPARE(ifd0Orientation(tiff), 1);
-    QVERIFY(tiff.contains("2020:04:17 10:03:40"));
-    const QColorSpace space = QColorSpace::fromIccProfile(jpeg.iccProfile());
-    QVERIFY(space.isValid());
-    QCOMPARE(space.primaries(), QColorSpace::Primaries::DciP3D65);
-    const QImage image = QImage::fromData(r.jpeg, "JPG");
-    QCOMPARE(image.size(), QSize(4032, 3024));
-}
+    void oversizedImageIsRefused()
+    {
+        // The coded picture is tiny; only its 'ispe' claims 20000 x 20000.
+        QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
+        int patched = 0;
+        for (int at = heic.indexOf("ispe"); at >= 0; at = heic.indexOf("ispe", at + 4)) {
+            qToBigEndian<quint32>(20000, heic.data() + at + 8);
+            qToBigEndian<quint32>(20000, heic.data() + at + 12);
+            ++patched;
+        }
+        QVERIFY(patched > 0);
+        QCOMPARE(convert(heic).code, int(DECODEX_ERR_IMAGE_TOO_LARGE));
+        QCOMPARE(heif2jpg_capacity(reinterpret_cast<const uint8_t*>(heic.constData()), heic.size(), 90),
+                 int(DECODEX_ERR_IMAGE_TOO_LARGE));
+    }
+
+    void scratchNameWritesNoFile()
+    {
+        const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48));
+        QTemporaryDir dir;
+        const QString previous = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(dir.path()));
+        const Result named = convert(heic, 90, "temp1.hevc");
+        const Result unnamed = convert(heic, 90, nullptr);
+        const QStringList left = QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+        QDir::setCurrent(previous);
+        QVERIFY(named.code > 0);
+        QCOMPARE(named.jpeg, unnamed.jpeg);
+        QVERIFY2(left.isEmpty(), qPrintable(left.join(", ")));
+    }
+
+    void concurrentCallsGiveSameBytes()
+    {
+        QList<QByteArray> inputs;
+        HeicFixtureOptions grid;
+        inputs << encodeOrSkip(HeicFixture::gradient(600, 400));
+        HeicFixtureOptions deep;
+        deep.bitDepth = 10;
+        deep.orientation = 6;
+        inputs << encodeOrSkip(HeicFixture::quadrants(320, 200), deep);
+        const QString photo = HeicFixture::corpusDir() + "/nokia/grid_960x640.heic";
+        QFile f(photo);
+        if (f.open(QIODevice::ReadOnly))
+            inputs << f.readAll();
+
+        QList<QByteArray> sequential;
+        for (const QByteArray& in : inputs)
+            sequential << convert(in).jpeg;
+        for (const QByteArray& s : sequential)
+            QVERIFY(!s.isEmpty());
+
+        QVector<QList<QByteArray>> results(5);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 5; ++t) {
+            threads.emplace_back([&, t] {
+                for (int round = 0; round < 2; ++round)
+                    for (int i = 0; i < inputs.size(); ++i)
+                        results[t] << convert(inputs[(i + t) % inputs.size()]).jpeg;
+            });
+        }
+        for (std::thread& t : threads)
+            t.join();
+        for (int t = 0; t < 5; ++t)
+            for (int i = 0; i < results[t].size(); ++i)
+                QVERIFY(results[t][i] == sequential[(i % inputs.size() + t) % inputs.size()]);
+    }
+
+    void gridTilesAreAssembled()
+    {
+        // Four tiles of 64x64 on a 120x100 canvas: the right column and the
+        // bottom row hang over the edge and must be cut, not squeezed.
+        const QList<QColor> colours{Qt::red, Qt::green, Qt::blue, Qt::white};
+        HeifBuilder file;
+        const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(2, 2, 120, 100), true);
+        file.addProperty(grid, "ispe", HeifBuilder::ispe(120, 100));
+        QList<int> tiles;
+        for (const QColor& colour : colours) {
+            const HeifBuilder::Hevc tile = flatTile(64, 64, colour);
+            if (tile.data.isEmpty())
+                QSKIP("libheif has no HEVC encoder");
+            tiles << file.addHevc(tile);
+        }
+        file.addReference("dimg", grid, tiles);
+        file.setPrimary(grid);
+        const Result r = convert(file.build());
+        QVERIFY2(r.code > 0, heif2jpg_error_text(r.code));
+        const QImage image = decoded(r);
+        QCOMPARE(image.size(), QSize(120, 100));
+        const QList<QPoint> probes{{10, 10}, {110, 10}, {10, 90}, {110, 90}};
+        for (int i = 0; i < 4; ++i)
+            QVERIFY2(close(image.pixelColor(probes[i]), colours[i], 12), qPrintable(QString::number(i)));
+    }
+
+    void contradictoryFilesAreRefused_data()
+    {
+        // Files whose boxes contradict each other. libheif 1.15 asserts on a
+        // derived image built from a non-image item, and decodes whatever size
+        // the HEVC parameter sets declare, whatever the file says; a converter
+        // that passes these on aborts, or spends seconds and gigabytes on a
+        // picture that cannot be right.
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("code");
+        for (const char* kind : {"overlay of hvc2", "identity of Exif", "picture beyond its ispe",
+                                 "grid tile beyond its ispe", "alpha beyond its ispe", "overlay far beyond its canvas",
+                                 "AV1 item without data", "grid of one tile repeated"})
+            QTest::newRow(kind) << QString::fromLatin1(kind) << int(DECODEX_ERR_DECODE_FAILED);
+        QTest::newRow("overlay canvas beyond its ispe") << "overlay canvas beyond its ispe" << int(DECODEX_ERR_IMAGE_TOO_LARGE);
+    }
+
+    void contradictoryFilesAreRefused()
+    {
+        QFETCH(QString, kind);
+        QFETCH(int, code);
+        const HeifBuilder::Hevc small = flatTile(64, 48, Qt::gray);
+        HeifBuilder::Hevc big = flatTile(640, 480, Qt::gray);
+        if (small.data.isEmpty() || big.data.isEmpty())
+            QSKIP("libheif has no HEVC encoder");
+        HeifBuilder file;
+        if (kind == "overlay canvas beyond its ispe") {
+            // One 64x48 input on a canvas of 8192x8192 that the file calls 64x48.
+            const QByteArray iovl = QByteArray(10, '\0') + QByteArray("\x20\0\x20\0\0\0\0\0", 8);
+            const int overlay = file.addItem("iovl", iovl, true);
+            file.addProperty(overlay, "ispe", HeifBuilder::ispe(64, 48));
+            file.addReference("dimg", overlay, {file.addHevc(small)});
+            file.setPrimary(overlay);
+        } else if (kind == "overlay far beyond its canvas") {
+            // Sixteen honest 640x480 pictures laid over a 64x48 canvas.
+            QByteArray iovl = QByteArray(10, '\0') + QByteArray("\0\x40\0\x30", 4) + QByteArray(16 * 4, '\0');
+            const int overlay = file.addItem("iovl", iovl, true);
+            file.addProperty(overlay, "ispe", HeifBuilder::ispe(64, 48));
+            QList<int> inputs;
+            for (int i = 0; i < 16; ++i)
+                inputs << file.addHevc(big);
+            file.addReference("dimg", overlay, inputs);
+            file.setPrimary(overlay);
+        } else if (kind == "overlay of hvc2" || kind == "identity of Exif") {
+            const bool overlay = kind.startsWith("overlay");
+            // An overlay of one input on a 64x48 canvas, fill and offsets zero.
+            const QByteArray iovl = QByteArray(10, '\0') + QByteArray("\0\x40\0\x30\0\0\0\0", 8);
+            const int derived = file.addItem(overlay ? "iovl" : "iden", overlay ? iovl : QByteArray(), overlay);
+            file.addProperty(derived, "ispe", HeifBuilder::ispe(64, 48));
+            const int input = overlay ? file.addHevc(small, "hvc2") : file.addItem("Exif", QByteArray(16, '\0'));
+            file.addReference("dimg", derived, {input});
+            file.setPrimary(derived);
+        } else if (kind == "AV1 item without data") {
+            // The system AV1 decoder leaks on every empty picture it is given.
+            const int av1 = file.addItem("av01", QByteArray());
+            file.addProperty(av1, "av1C", QByteArray("\x81\x00\x0c\x00", 4), true);
+            file.addProperty(av1, "ispe", HeifBuilder::ispe(64, 48));
+            file.setPrimary(av1);
+        } else if (kind == "grid of one tile repeated") {
+            // 64 uses of one 64x48 tile would make a 512x384 picture of a tiny file.
+            const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(8, 8, 512, 384), true);
+            file.addProperty(grid, "ispe", HeifBuilder::ispe(512, 384));
+            file.addReference("dimg", grid, QVector<int>(64, file.addHevc(small)).toList());
+            file.setPrimary(grid);
+        } else if (kind == "picture beyond its ispe") {
+            big.width = 64;
+            big.height = 48;
+            file.setPrimary(file.addHevc(big));
+        } else if (kind == "alpha beyond its ispe") {
+            big.width = 64;
+            big.height = 48;
+            const int primary = file.addHevc(small);
+            const int alpha = file.addHevc(big);
+            file.addProperty(alpha, "auxC", QByteArray(4, '\0') + "urn:mpeg:hevc:2015:auxid:1" + QByteArray(1, '\0'));
+            file.addReference("auxl", alpha, {primary});
+            file.setPrimary(primary);
+        } else {
+            // A 1x2 grid of 64x48 tiles, the second one coded at 640x480.
+            const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(1, 2, 128, 48), true);
+            file.addProperty(grid, "ispe", HeifBuilder::ispe(128, 48));
+            big.width = 64;
+            big.height = 48;
+            file.addReference("dimg", grid, {file.addHevc(small), file.addHevc(big)});
+            file.setPrimary(grid);
+        }
+        const Result r = convert(file.build());
+        QCOMPARE(r.code, code);
+    }
+
+    void regressionInputsFail()
+    {
+        // Inputs that once aborted or stalled a decoder (how each was made is in
+        // data/README.md). Only the nclx one is a photo; the rest must be refused.
+        QDirIterator it(QStringLiteral(DECODEX_TEST_DATA), {"*.heic"}, QDir::Files);
+        int inputs = 0;
+        while (it.hasNext()) {
+            QFile f(it.next());
+            QVERIFY(f.open(QIODevice::ReadOnly));
+            const QByteArray bytes = f.readAll();
+            const Result r = convert(bytes);
+            if (it.fileName().startsWith("nclx-"))
+                QVERIFY(r.code > 0 && JpegInspector(r.jpeg).valid());
+            else
+                QVERIFY2(r.code < 0, qPrintable(it.fileName()));
+            heif2jpg_capacity(reinterpret_cast<const uint8_t*>(bytes.constData()), bytes.size(), 90);
+            ++inputs;
+        }
+        QVERIFY(inputs >= 8);
+    }
+
+    void thumbnailIsTurnedLikeThePhoto()
+    {
+        // A portrait photo stored on its side with an 'irot' (EXIF 6): the
+        // thumbnail shown before the photo is decoded must stand the same way.
+        HeicFixtureOptions options;
+        options.orientation = 6;
+        options.thumbnail = 48;
+        const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(96, 64), options);
+        QVERIFY(!heic.isEmpty());
+        std::vector<uint8_t> out(DECODEX_MAX_THUMBNAIL_SIDE * DECODEX_MAX_THUMBNAIL_SIDE * 6);
+        auto thumbnail = [&](const QByteArray& bytes, std::vector<uint8_t>& buffer) {
+            return heif2jpg_thumbnail(reinterpret_cast<const uint8_t*>(bytes.constData()), bytes.size(), 90,
+                                      buffer.data(), int32_t(buffer.size()));
+        };
+        const int32_t written = thumbnail(heic, out);
+        QVERIFY2(written > 0, heif2jpg_error_text(written));
+        const QImage small = QImage::fromData(out.data(), written, "JPG");
+        const QImage photo = decoded(convert(heic));
+        QCOMPARE(small.size(), QSize(32, 48));
+        for (double fx : {0.25, 0.75})
+            for (double fy : {0.25, 0.75})
+                QVERIFY(close(at(small, fx, fy), at(photo, fx, fy), 24));
+
+        // No thumbnail, a buffer too small, not a photo: refused, never overrun.
+        options.thumbnail = 0;
+        QCOMPARE(thumbnail(encodeOrSkip(HeicFixture::quadrants(96, 64), options), out), int32_t(DECODEX_ERR_DECODE_FAILED));
+        std::vector<uint8_t> tiny(64);
+        QCOMPARE(thumbnail(heic, tiny), int32_t(DECODEX_ERR_OUTPUT_TOO_SMALL));
+        QCOMPARE(thumbnail(QByteArray("not a photo at all"), out), int32_t(DECODEX_ERR_NOT_HEIF));
+    }
+
+    void corpusConverts()
+    {
+        const QString corpus = HeicFixture::corpusDir();
+        if (corpus.isEmpty())
+            QSKIP("no photo corpus");
+        int converted = 0;
+        for (const QString& folder : {QStringLiteral("nokia"), QStringLiteral("real")}) {
+            for (const QFileInfo& info : QDir(corpus + "/" + folder).entryInfoList({"*.heic"}, QDir::Files)) {
+                QFile f(info.filePath());
+                QVERIFY(f.open(QIODevice::ReadOnly));
+                const Result r = convert(f.readAll());
+                QVERIFY2(r.code > 0, qPrintable(info.fileName() + ": " + heif2jpg_error_text(r.code)));
+                QVERIFY2(!decoded(r).isNull(), qPrintable(info.fileName()));
+                ++converted;
+            }
+        }
+        QVERIFY(converted > 0);
+    }
+
+    void limitedRangeMatchesLibheif_data()
+    {
+        // Video-range photos, as many cameras code them: the tile path
+        // stretches the range itself and must land where libheif does.
+        QTest::addColumn<int>("chroma");
+        QTest::addColumn<int>("matrix");
+        QTest::newRow("4:2:0, BT.601") << 420 << 6;
+        QTest::newRow("4:2:0, BT.709") << 420 << 1;
+        QTest::newRow("4:4:4, BT.601") << 444 << 6;
+    }
+
+    void limitedRangeMatchesLibheif()
+    {
+        QFETCH(int, chroma);
+        QFETCH(int, matrix);
+        HeicFixtureOptions options;
+        options.chroma = chroma;
+        options.nclxPrimaries = 1;
+        options.nclxMatrix = matrix;
+        options.fullRange = false;
+        options.encoderQuality = 95;
+        const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(128, 96), options);
+        const Result r = convert(heic, 100);
+        QVERIFY(r.code > 0);
+        const QImage ours = decoded(r), theirs = libheifDecode(heic).convertToFormat(QImage::Format_RGB32);
+        QCOMPARE(ours.size(), theirs.size());
+        // The inside of each flat quadrant, averaged so JPEG's noise cancels
+        // out: how far its main colour stands above the other two shows the
+        // chroma scale, which a range stretch a few percent off gets wrong.
+        const QRect areas[] = {QRect(8, 8, 48, 32), QRect(72, 8, 48, 32), QRect(8, 56, 48, 32), QRect(72, 56, 48, 32)};
+        for (int quadrant = 0; quadrant < 4; ++quadrant) {
+            const QColor a = meanColour(ours, areas[quadrant]), b = meanColour(theirs, areas[quadrant]);
+            const double channels[2][3] = {{a.redF(), a.greenF(), a.blueF()}, {b.redF(), b.greenF(), b.blueF()}};
+            double apart = 0;
+            if (quadrant == 3) { // white: the luma alone
+                for (int c = 0; c < 3; ++c)
+                    apart = qMax(apart, qAbs(channels[0][c] - channels[1][c]) * 255);
+            } else { // red, green, blue
+                auto saturation = [quadrant](const double* rgb) {
+                    return 255 * (rgb[quadrant] - (rgb[(quadrant + 1) % 3] + rgb[(quadrant + 2) % 3]) / 2);
+                };
+                apart = qAbs(saturation(channels[0]) - saturation(channels[1]));
+            }
+            QVERIFY2(apart <= 3.0, qPrintable(QStringLiteral("quadrant %1: %2 levels apart").arg(quadrant).arg(apart)));
+        }
+    }
+
+    void capacityHoldsLargeMetadata()
+    {
+        // A small picture with a lot of metadata: the bound must count it, or
+        // the first conversion fails and the photo is decoded twice.
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(1, "2022:02:02 02:02:02") + QByteArray(60000, '\0');
+        options.xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\">" + QByteArray(200000, ' ') + "</x:xmpmeta>";
+        QByteArray icc = QColorSpace(QColorSpace::SRgb).iccProfile();
+        icc.append(QByteArray(100000 - icc.size(), '\x5A'));
+        qToBigEndian<quint32>(quint32(icc.size()), icc.data());
+        options.icc = icc;
+        const QByteArray heic = encodeOrSkip(HeicFixture::gradient(24, 16), options);
+        QVERIFY(!heic.isEmpty());
+        const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
+        for (int quality : {50, 100}) {
+            const int capacity = heif2jpg_capacity(in, heic.size(), quality);
+            QVERIFY(capacity > 0);
+            std::vector<uint8_t> out(static_cast<size_t>(capacity));
+            const int written = heif2jpg(in, heic.size(), quality, out.data(), capacity, nullptr);
+            QVERIFY2(written > 0, heif2jpg_error_text(written));
+            QVERIFY(JpegInspector(QByteArray(reinterpret_cast<const char*>(out.data()), written)).iccProfile() == icc);
+        }
+    }
+
+    void phonePhotoKeepsItsDetails()
+    {
+        QFile f(HeicFixture::corpusDir() + "/real/IMG_3578.heic");
+        if (HeicFixture::corpusDir().isEmpty() || !f.open(QIODevice::ReadOnly))
+            QSKIP("no photo corpus");
+        const Result r = convert(f.readAll(), 90);
+        QVERIFY(r.code > 0);
+        const JpegInspector jpeg(r.jpeg);
+        QCOMPARE(jpeg.sampling().value(0), 0x22);
+        const QByteArray tiff = jpeg.exifTiff();
+        QCOMPARE(ifd0Orientation(tiff), 1);
+        QVERIFY(tiff.contains("2020:04:17 10:03:40"));
+        const QColorSpace space = QColorSpace::fromIccProfile(jpeg.iccProfile());
+        QVERIFY(space.isValid());
+        QCOMPARE(space.primaries(), QColorSpace::Primaries::DciP3D65);
+        const QImage image = QImage::fromData(r.jpeg, "JPG");
+        QCOMPARE(image.size(), QSize(4032, 3024));
+    }
+};
 
 PICTOVA_TEST_GUILESS_MAIN(TestHeif2Jpg)
 #include "tst_heif2jpg.moc"

@@ -80,322 +80,304 @@ class tst_ProductConfiguration : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        // The Start menu lives under the data folder here; keep it in the test's
+        // own folder.
+        QVERIFY(m_dataHome.isValid());
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path()));
+    }
 
-    void missingFileOrKeyGivesEmptyAddressAndStateOne();
-    void shippedConfigurationOpensShippedHelp();
-    void onlyWebAddressesLeaveTheProgram_data();
-    void onlyWebAddressesLeaveTheProgram();
-    void iniReadsLikeWindowsProfileFunctions();
-    void iniWritesLikeWindowsProfileFunctions();
-    void utf16IniKeepsItsEncoding();
+    void missingFileOrKeyGivesEmptyAddressAndStateOne()
+    {
+        QTemporaryDir dir;
+        API_VersionControl vc;
+        vc.SetProgramDirectory(dir.path());
 
-    void installerTrailer_data();
-    void installerTrailer();
-    void notAnInstaller();
+        int state = 7;
+        QCOMPARE(urlOf(vc, 3, &state), QString());
+        QCOMPARE(state, 1);
 
-    void binaryRecordsFromIniFile();
-    void versionBinFromStartMenuLink();
-    void internetShortcut();
+        // A file that has other keys but not this one behaves the same.
+        QVERIFY(writeAll(dir.filePath("Version.ini"),
+                         "[VERSION]\r\nVANTORA_MENU_CONTACT_US=https://c.example/\r\n"
+                         "[STATE]\r\nVANTORA_MENU_CONTACT_US=0\r\n"));
+        state = 7;
+        QCOMPARE(urlOf(vc, 3, &state), QString());
+        QCOMPARE(state, 1);
+        QCOMPARE(urlOf(vc, 6, &state), QStringLiteral("https://c.example/"));
+        QCOMPARE(state, 0);
+    }
+
+    void shippedConfigurationOpensShippedHelp()
+    {
+        // The test runs from the build's program folder, where the shipped
+        // Version.ini and help pages are copied: the tutorial and the FAQ open a
+        // page that is there, and no entry carries an address of its own.
+        QVERIFY(QFile::exists(QCoreApplication::applicationDirPath() + "/Version.ini"));
+        API_VersionControl vc;
+        for (int id = 3; id <= 8; ++id) {
+            int state = 0;
+            const QString configured = urlOf(vc, id, &state);
+            QCOMPARE(configured, QString());
+            const QUrl page = MenuLinks::target(id, configured, false);
+            if (id <= 4)
+                QVERIFY2(page.isLocalFile() && QFile::exists(page.toLocalFile()), qPrintable(page.toString()));
+            else
+                QVERIFY(page.isEmpty());
+        }
+    }
+
+    void onlyWebAddressesLeaveTheProgram_data()
+    {
+        QTest::addColumn<int>("id");
+        QTest::addColumn<QString>("configured");
+        QTest::addColumn<QString>("opened"); // "help" for the shipped page
+
+        QTest::newRow("https") << 6 << " https://example.org/c?a=1 " << "https://example.org/c?a=1";
+        QTest::newRow("upper-case http") << 5 << "HTTP://example.org/r" << "http://example.org/r";
+        QTest::newRow("non-ASCII kept") << 3 << "https://example.org/f\u00fchrer" << "https://example.org/f%C3%BChrer";
+        QTest::newRow("file on the tutorial") << 3 << "file:///etc/passwd" << "help";
+        QTest::newRow("program path") << 4 << "/usr/bin/xterm" << "help";
+        QTest::newRow("javascript") << 7 << "javascript:alert(1)" << "";
+        QTest::newRow("no host") << 8 << "https:///x" << "";
+        QTest::newRow("other scheme") << 6 << "ftp://example.org/" << "";
+        QTest::newRow("no scheme") << 5 << "example.org" << "";
+    }
+
+    void onlyWebAddressesLeaveTheProgram()
+    {
+        QFETCH(int, id);
+        QFETCH(QString, configured);
+        QFETCH(QString, opened);
+        const bool refused = opened.isEmpty() || opened == QLatin1String("help");
+        if (refused)
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("not a web address"));
+        const QUrl target = MenuLinks::target(id, configured, true);
+        if (opened == QLatin1String("help"))
+            QCOMPARE(target, MenuLinks::helpPage(id));
+        else
+            QCOMPARE(target.toString(QUrl::FullyEncoded), opened);
+    }
+
+    void iniReadsLikeWindowsProfileFunctions()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("Version.ini");
+        QVERIFY(writeAll(path,
+                         "; comment line\n"
+                         "[version]\n"
+                         "  vantora_menu_tutorial =  https://t.example/a;b,c%20d#e  \n"
+                         "VANTORA_MENU_CONTACT_US=\"https://quoted.example/\"\n"
+                         "VANTORA_MENU_TUTORIAL=https://second.example/\n"
+                         "[ STATE ]\r\n"
+                         "VANTORA_MENU_TUTORIAL=0 ; hidden\r\n"
+                         "VANTORA_MENU_CONTACT_US=  -3x\r\n"
+                         "VANTORA_MENU_FREQUENTLY_ASKED_QUESTIONS=\r\n"
+                         "[VERSION]\n"
+                         "VANTORA_MENU_FREQUENTLY_ASKED_QUESTIONS=https://later-section.example/\n"));
+        API_VersionControl vc;
+        vc.SetProgramDirectory(dir.path());
+        int state = 0;
+        // Case-insensitive names, trimmed value, no escapes, first key wins.
+        QCOMPARE(urlOf(vc, 3, &state), QStringLiteral("https://t.example/a;b,c%20d#e"));
+        QCOMPARE(state, 0);
+        QCOMPARE(urlOf(vc, 6, &state), QStringLiteral("https://quoted.example/"));
+        QCOMPARE(state, -3);
+        // Only the first section of a name is read; an empty state reads as 0.
+        QCOMPARE(urlOf(vc, 4, &state), QString());
+        QCOMPARE(state, 0);
+
+        // Addresses longer than the 256-character buffer are cut, not overrun.
+        const QString longUrl = "https://x.example/" + QString(400, 'a');
+        QVERIFY(PrivateProfile(path).writeString("VERSION", "VANTORA_MENU_CONTACT_US", longUrl));
+        QCOMPARE(urlOf(vc, 6, &state), longUrl.left(255));
+    }
+
+    void iniWritesLikeWindowsProfileFunctions()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("Version.ini");
+        API_VersionControl vc;
+        const std::wstring wpath = w(path);
+        const int one = 1, zero = 0;
+        // A new key joins the end of its section; an existing one is replaced
+        // in place under the caller's spelling; other lines stay as they were.
+        QVERIFY(writeAll(path, "; keep me\n[VERSION]\nvantora_menu_tutorial=old\n\n[STATE]\n"
+                               "VANTORA_MENU_TUTORIAL=1\n\n[Other]\nx=1\n"));
+        QVERIFY(vc.WriteVersion(L"VANTORA_MENU_TUTORIAL", L"https://n.example/", &zero, wpath.c_str()));
+        QVERIFY(vc.WriteVersion(L"VANTORA_MENU_CONTACT_US", L"https://c.example/", &one, wpath.c_str()));
+        QCOMPARE(readAll(path), QByteArray("; keep me\r\n[VERSION]\r\n"
+                                           "VANTORA_MENU_TUTORIAL=https://n.example/\r\n"
+                                           "VANTORA_MENU_CONTACT_US=https://c.example/\r\n\r\n"
+                                           "[STATE]\r\nVANTORA_MENU_TUTORIAL=0\r\n"
+                                           "VANTORA_MENU_CONTACT_US=1\r\n\r\n[Other]\r\nx=1\r\n"));
+
+        // A folder that cannot be written to reports failure.
+        QVERIFY(!vc.WriteVersion(L"K", L"v", &one, w(dir.filePath("missing/Version.ini")).c_str()));
+    }
+
+    void utf16IniKeepsItsEncoding()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("Version.ini");
+        // "[STATE]\r\nA=2\r\n" as UTF-16LE with a byte-order mark.
+        const QByteArray before = QByteArray("\xFF\xFE", 2) + ascii16("[STATE]\r\nA=2\r\n", 14);
+        QVERIFY(writeAll(path, before));
+        PrivateProfile profile(path);
+        QCOMPARE(profile.readString("state", "a", "1"), QStringLiteral("2"));
+        QVERIFY(profile.writeString("STATE", "B", QStringLiteral("\u00e9")));
+        QCOMPARE(readAll(path), before + QByteArray("B\0=\0\xE9\0\r\0\n\0", 10));
+    }
+
+    void installerTrailer_data()
+    {
+        QTest::addColumn<int>("bytesAfterTrailer");
+        QTest::addColumn<bool>("found");
+        QTest::newRow("at the end") << 0 << true;
+        QTest::newRow("one byte in") << 1 << true;
+        QTest::newRow("far past the searched tail") << 400000 << false;
+    }
+
+    void installerTrailer()
+    {
+        QFETCH(int, bytesAfterTrailer);
+        QFETCH(bool, found);
+        QTemporaryDir dir;
+        const QString source = dir.filePath("setup.exe");
+        const QString target = dir.filePath("setup-product.exe");
+        const QByteArray program("MZ installer body \x00\x01\x02", 21);
+        QVERIFY(writeAll(source, program));
+
+        API_VersionControl writer;
+        const int shown = 1, hidden = 0;
+        writer.SetMenuStateAndURL(3, &shown, L"https://t.example/");
+        writer.SetMenuStateAndURL(18, &hidden, w(kWideUrl).c_str());
+        writer.SetCurrProductName(L"Vantora Pictova");
+        QVERIFY(writer.ProductInstallFile(w(source).c_str(), w(target).c_str()));
+        QCOMPARE(readAll(source), program);
+        QVERIFY(readAll(target).startsWith(program));
+        {
+            QFile f(target);
+            QVERIFY(f.open(QIODevice::Append));
+            f.write(QByteArray(bytesAfterTrailer, '\0'));
+        }
+        const QByteArray written = readAll(target);
+        QVERIFY(!writer.ProductInstallFile(w(dir.filePath("absent.exe")).c_str(), w(target).c_str()));
+        QCOMPARE(readAll(target), written); // a failed copy leaves it alone
+
+        API_VersionControl reader;
+        QCOMPARE(reader.ReadInstallFile(w(target).c_str()), found);
+        QCOMPARE(reader.TableBytes() == writer.TableBytes(), found);
+        // Addresses are stored as UTF-16, whatever the size of wchar_t.
+        QVERIFY(written.contains(wideUrlBytes()));
+    }
+
+    void notAnInstaller()
+    {
+        QTemporaryDir dir;
+        API_VersionControl vc;
+        const QString empty = dir.filePath("empty.exe");
+        QVERIFY(writeAll(empty, QByteArray()));
+        QVERIFY(!vc.ReadInstallFile(w(empty).c_str()));
+        QVERIFY(!vc.ReadInstallFile(w(dir.filePath("absent.exe")).c_str()));
+
+        // The right magic and marker but no "Version" word is not a trailer.
+        const QString forged = dir.filePath("forged.exe");
+        QVERIFY(writeAll(forged, QByteArray(9804, 'x') + le32(16534) + ascii16(kMarker, 256)
+                                     + ascii16("Versio", 256) + ascii16("", 256)));
+        QVERIFY(!vc.ReadInstallFile(w(forged).c_str()));
+
+        // A trailer with no room for the table before it is refused, not read
+        // from before the start of the file.
+        const QString cut = dir.filePath("cut.exe");
+        QVERIFY(writeAll(cut, QByteArray(100, 'x') + le32(16534) + ascii16(kMarker, 256)
+                                  + ascii16("Version", 256) + ascii16("", 256)));
+        QVERIFY(!vc.ReadInstallFile(w(cut).c_str()));
+    }
+
+    void binaryRecordsFromIniFile()
+    {
+        // GetVersionInfo reads the file beside the program as 516-byte records.
+        QTemporaryDir dir;
+        QVERIFY(writeAll(dir.filePath("Version.ini"),
+                         record(5, ascii16("https://r0.example/", 256))
+                             + record(-2, wideUrlBytes())));
+        API_VersionControl vc;
+        vc.SetProgramDirectory(dir.path());
+        int state = 0;
+        wchar_t url[API_VersionControl::kPathChars];
+        QVERIFY(vc.GetVersionInfo(1, &state, url));
+        QCOMPARE(state, -2);
+        QCOMPARE(QString::fromWCharArray(url), kWideUrl);
+        QVERIFY(!vc.GetVersionInfo(2, &state, url)); // past the last whole record
+        QVERIFY(!vc.GetVersionInfo(-1, &state, url));
+
+        // A file cut inside its last record: that record is not there.
+        QVERIFY(writeAll(dir.filePath("Version.ini"),
+                         record(5, ascii16("https://r0.example/", 256)) + record(-2, wideUrlBytes()).left(300)));
+        QVERIFY(vc.GetVersionInfo(0, &state, url));
+        QVERIFY(!vc.GetVersionInfo(1, &state, url));
+    }
+
+    void versionBinFromStartMenuLink()
+    {
+        // The installed program folder, found through the product's Start-menu
+        // link, as the installer tools find it.
+        QTemporaryDir install;
+        QVERIFY(writeAll(install.filePath("Pictova"), "program"));
+        const QString linkDir = m_dataHome.path() + "/applications/Vantora/Vantora Pictova";
+        QVERIFY(QDir().mkpath(linkDir));
+        QFile::remove(linkDir + "/Vantora Pictova.lnk");
+        QVERIFY(QFile::link(install.filePath("Pictova"), linkDir + "/Vantora Pictova.lnk"));
+
+        API_VersionControl writer;
+        writer.SetCurrProductName(L"Vantora Pictova");
+        for (int n = 0; n < 19; ++n) {
+            const int state = n == 6 ? 0 : 1;
+            writer.SetMenuStateAndURL(n, &state, w(QString("https://v.example/%1").arg(n)).c_str());
+        }
+        QVERIFY(writer.WriteVersionFile());
+        QVERIFY(!readAll(install.filePath("Version.ini")).contains("VANTORA_MENU_MAX_LENGTH")); // reserved: no key
+
+        API_VersionControl translator;
+        translator.SetCurrProductName(L"Vantora Pictova");
+        translator.VersionTranslated();
+
+        // Header: the last key worked on, zero-filled to 256 bytes; then the
+        // table, where reserved entries read back as missing keys (state 1).
+        QByteArray expected = ascii16("VANTORA_MENU_BY_PRODUCT", 128);
+        for (int n = 0; n < 19; ++n) {
+            const bool reserved = n == 1 || n == 2 || n == 14 || n == 18;
+            const QByteArray url = QString("https://v.example/%1").arg(n).toLatin1();
+            expected += reserved ? record(0, QByteArray(512, '\0'))
+                                 : record(n == 6 ? 0 : 1, ascii16(url.constData(), 256));
+        }
+        QCOMPARE(readAll(install.filePath("Version.bin")), expected);
+
+        // Without a link for the product nothing is written anywhere.
+        API_VersionControl stranger;
+        stranger.SetCurrProductName(L"Some Other Program");
+        QVERIFY(!stranger.WriteVersionFile());
+    }
+
+    void internetShortcut()
+    {
+        QTemporaryDir dir;
+        API_VersionControl vc;
+        const QString path = dir.filePath(" Homepage on the Web.url");
+        vc.SetLinkUrl(w(path).c_str(), L"https://example.org/pictova/");
+        QCOMPARE(readAll(path), QByteArray("[InternetShortcut]\r\nURL=https://example.org/pictova/"));
+
+        // An address too long for the shortcut buffer writes nothing.
+        const QString tooLong = dir.filePath("long.url");
+        vc.SetLinkUrl(w(tooLong).c_str(), w("https://x.example/" + QString(300, 'a')).c_str());
+        QVERIFY(!QFile::exists(tooLong));
+    }
 
 private:
     QTemporaryDir m_dataHome;
 };
-
-void tst_ProductConfiguration::initTestCase()
-{
-    // The Start menu lives under the data folder here; keep it in the test's
-    // own folder.
-    QVERIFY(m_dataHome.isValid());
-    qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path()));
-}
-
-void tst_ProductConfiguration::missingFileOrKeyGivesEmptyAddressAndStateOne()
-{
-    QTemporaryDir dir;
-    API_VersionControl vc;
-    vc.SetProgramDirectory(dir.path());
-
-    int state = 7;
-    QCOMPARE(urlOf(vc, 3, &state), QString());
-    QCOMPARE(state, 1);
-
-    // A file that has other keys but not this one behaves the same.
-    QVERIFY(writeAll(dir.filePath("Version.ini"),
-                     "[VERSION]\r\nVANTORA_MENU_CONTACT_US=https://c.example/\r\n"
-                     "[STATE]\r\nVANTORA_MENU_CONTACT_US=0\r\n"));
-    state = 7;
-    QCOMPARE(urlOf(vc, 3, &state), QString());
-    QCOMPARE(state, 1);
-    QCOMPARE(urlOf(vc, 6, &state), QStringLiteral("https://c.example/"));
-    QCOMPARE(state, 0);
-}
-
-void tst_ProductConfiguration::shippedConfigurationOpensShippedHelp()
-{
-    // The test runs from the build's program folder, where the shipped
-    // Version.ini and help pages are copied: the tutorial and the FAQ open a
-    // page that is there, and no entry carries an address of its own.
-    QVERIFY(QFile::exists(QCoreApplication::applicationDirPath() + "/Version.ini"));
-    API_VersionControl vc;
-    for (int id = 3; id <= 8; ++id) {
-        int state = 0;
-        const QString configured = urlOf(vc, id, &state);
-        QCOMPARE(configured, QString());
-        const QUrl page = MenuLinks::target(id, configured, false);
-        if (id <= 4)
-            QVERIFY2(page.isLocalFile() && QFile::exists(page.toLocalFile()), qPrintable(page.toString()));
-        else
-            QVERIFY(page.isEmpty());
-    }
-}
-
-void tst_ProductConfiguration::onlyWebAddressesLeaveTheProgram_data()
-{
-    QTest::addColumn<int>("id");
-    QTest::addColumn<QString>("configured");
-    QTest::addColumn<QString>("opened"); // "help" for the shipped page
-
-    QTest::newRow("https") << 6 << " https://example.org/c?a=1 " << "https://example.org/c?a=1";
-    QTest::newRow("upper-case http") << 5 << "HTTP://example.org/r" << "http://example.org/r";
-    QTest::newRow("non-ASCII kept") << 3 << "https://example.org/f\u00fchrer" << "https://example.org/f%C3%BChrer";
-    QTest::newRow("file on the tutorial") << 3 << "file:///etc/passwd" << "help";
-    QTest::newRow("program path") << 4 << "/usr/bin/xterm" << "help";
-    QTest::newRow("javascript") << 7 << "javascript:alert(1)" << "";
-    QTest::newRow("no host") << 8 << "https:///x" << "";
-    QTest::newRow("other scheme") << 6 << "ftp://example.org/" << "";
-    QTest::newRow("no scheme") << 5 << "example.org" << "";
-}
-
-void tst_ProductConfiguration::onlyWebAddressesLeaveTheProgram()
-{
-    QFETCH(int, id);
-    QFETCH(QString, configured);
-    QFETCH(QString, opened);
-    const bool refused = opened.isEmpty() || opened == QLatin1String("help");
-    if (refused)
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("not a web address"));
-    const QUrl target = MenuLinks::target(id, configured, true);
-    if (opened == QLatin1String("help"))
-        QCOMPARE(target, MenuLinks::helpPage(id));
-    else
-        QCOMPARE(target.toString(QUrl::FullyEncoded), opened);
-}
-
-void tst_ProductConfiguration::iniReadsLikeWindowsProfileFunctions()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("Version.ini");
-    QVERIFY(writeAll(path,
-                     "; comment line\n"
-                     "[version]\n"
-                     "  vantora_menu_tutorial =  https://t.example/a;b,c%20d#e  \n"
-                     "VANTORA_MENU_CONTACT_US=\"https://quoted.example/\"\n"
-                     "VANTORA_MENU_TUTORIAL=https://second.example/\n"
-                     "[ STATE ]\r\n"
-                     "VANTORA_MENU_TUTORIAL=0 ; hidden\r\n"
-                     "VANTORA_MENU_CONTACT_US=  -3x\r\n"
-                     "VANTORA_MENU_FREQUENTLY_ASKED_QUESTIONS=\r\n"
-                     "[VERSION]\n"
-                     "VANTORA_MENU_FREQUENTLY_ASKED_QUESTIONS=https://later-section.example/\n"));
-    API_VersionControl vc;
-    vc.SetProgramDirectory(dir.path());
-    int state = 0;
-    // Case-insensitive names, trimmed value, no escapes, first key wins.
-    QCOMPARE(urlOf(vc, 3, &state), QStringLiteral("https://t.example/a;b,c%20d#e"));
-    QCOMPARE(state, 0);
-    QCOMPARE(urlOf(vc, 6, &state), QStringLiteral("https://quoted.example/"));
-    QCOMPARE(state, -3);
-    // Only the first section of a name is read; an empty state reads as 0.
-    QCOMPARE(urlOf(vc, 4, &state), QString());
-    QCOMPARE(state, 0);
-
-    // Addresses longer than the 256-character buffer are cut, not overrun.
-    const QString longUrl = "https://x.example/" + QString(400, 'a');
-    QVERIFY(PrivateProfile(path).writeString("VERSION", "VANTORA_MENU_CONTACT_US", longUrl));
-    QCOMPARE(urlOf(vc, 6, &state), longUrl.left(255));
-}
-
-void tst_ProductConfiguration::iniWritesLikeWindowsProfileFunctions()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("Version.ini");
-    API_VersionControl vc;
-    const std::wstring wpath = w(path);
-    const int one = 1, zero = 0;
-    // A new key joins the end of its section; an existing one is replaced
-    // in place under the caller's spelling; other lines stay as they were.
-    QVERIFY(writeAll(path, "; keep me\n[VERSION]\nvantora_menu_tutorial=old\n\n[STATE]\n"
-                           "VANTORA_MENU_TUTORIAL=1\n\n[Other]\nx=1\n"));
-    QVERIFY(vc.WriteVersion(L"VANTORA_MENU_TUTORIAL", L"https://n.example/", &zero, wpath.c_str()));
-    QVERIFY(vc.WriteVersion(L"VANTORA_MENU_CONTACT_US", L"https://c.example/", &one, wpath.c_str()));
-    QCOMPARE(readAll(path), QByteArray("; keep me\r\n[VERSION]\r\n"
-                                       "VANTORA_MENU_TUTORIAL=https://n.example/\r\n"
-                                       "VANTORA_MENU_CONTACT_US=https://c.example/\r\n\r\n"
-                                       "[STATE]\r\nVANTORA_MENU_TUTORIAL=0\r\n"
-                                       "VANTORA_MENU_CONTACT_US=1\r\n\r\n[Other]\r\nx=1\r\n"));
-
-    // A folder that cannot be written to reports failure.
-    QVERIFY(!vc.WriteVersion(L"K", L"v", &one, w(dir.filePath("missing/Version.ini")).c_str()));
-}
-
-void tst_ProductConfiguration::utf16IniKeepsItsEncoding()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("Version.ini");
-    // "[STATE]\r\nA=2\r\n" as UTF-16LE with a byte-order mark.
-    const QByteArray before = QByteArray("\xFF\xFE", 2) + ascii16("[STATE]\r\nA=2\r\n", 14);
-    QVERIFY(writeAll(path, before));
-    PrivateProfile profile(path);
-    QCOMPARE(profile.readString("state", "a", "1"), QStringLiteral("2"));
-    QVERIFY(profile.writeString("STATE", "B", QStringLiteral("\u00e9")));
-    QCOMPARE(readAll(path), before + QByteArray("B\0=\0\xE9\0\r\0\n\0", 10));
-}
-
-void tst_ProductConfiguration::installerTrailer_data()
-{
-    QTest::addColumn<int>("bytesAfterTrailer");
-    QTest::addColumn<bool>("found");
-    QTest::newRow("at the end") << 0 << true;
-    QTest::newRow("one byte in") << 1 << true;
-    QTest::newRow("far past the searched tail") << 400000 << false;
-}
-
-void tst_ProductConfiguration::installerTrailer()
-{
-    QFETCH(int, bytesAfterTrailer);
-    QFETCH(bool, found);
-    QTemporaryDir dir;
-    const QString source = dir.filePath("setup.exe");
-    const QString target = dir.filePath("setup-product.exe");
-    const QByteArray program("MZ installer body \x00\x01\x02", 21);
-    QVERIFY(writeAll(source, program));
-
-    API_VersionControl writer;
-    const int shown = 1, hidden = 0;
-    writer.SetMenuStateAndURL(3, &shown, L"https://t.example/");
-    writer.SetMenuStateAndURL(18, &hidden, w(kWideUrl).c_str());
-    writer.SetCurrProductName(L"Vantora Pictova");
-    QVERIFY(writer.ProductInstallFile(w(source).c_str(), w(target).c_str()));
-    QCOMPARE(readAll(source), program);
-    QVERIFY(readAll(target).startsWith(program));
-    {
-        QFile f(target);
-        QVERIFY(f.open(QIODevice::Append));
-        f.write(QByteArray(bytesAfterTrailer, '\0'));
-    }
-    const QByteArray written = readAll(target);
-    QVERIFY(!writer.ProductInstallFile(w(dir.filePath("absent.exe")).c_str(), w(target).c_str()));
-    QCOMPARE(readAll(target), written); // a failed copy leaves it alone
-
-    API_VersionControl reader;
-    QCOMPARE(reader.ReadInstallFile(w(target).c_str()), found);
-    QCOMPARE(reader.TableBytes() == writer.TableBytes(), found);
-    // Addresses are stored as UTF-16, whatever the size of wchar_t.
-    QVERIFY(written.contains(wideUrlBytes()));
-}
-
-void tst_ProductConfiguration::notAnInstaller()
-{
-    QTemporaryDir dir;
-    API_VersionControl vc;
-    const QString empty = dir.filePath("empty.exe");
-    QVERIFY(writeAll(empty, QByteArray()));
-    QVERIFY(!vc.ReadInstallFile(w(empty).c_str()));
-    QVERIFY(!vc.ReadInstallFile(w(dir.filePath("absent.exe")).c_str()));
-
-    // The right magic and marker but no "Version" word is not a trailer.
-    const QString forged = dir.filePath("forged.exe");
-    QVERIFY(writeAll(forged, QByteArray(9804, 'x') + le32(16534) + ascii16(kMarker, 256)
-                                 + ascii16("Versio", 256) + ascii16("", 256)));
-    QVERIFY(!vc.ReadInstallFile(w(forged).c_str()));
-
-    // A trailer with no room for the table before it is refused, not read
-    // from before the start of the file.
-    const QString cut = dir.filePath("cut.exe");
-    QVERIFY(writeAll(cut, QByteArray(100, 'x') + le32(16534) + ascii16(kMarker, 256)
-                              + ascii16("Version", 256) + ascii16("", 256)));
-    QVERIFY(!vc.ReadInstallFile(w(cut).c_str()));
-}
-
-void tst_ProductConfiguration::binaryRecordsFromIniFile()
-{
-    // GetVersionInfo reads the file beside the program as 516-byte records.
-    QTemporaryDir dir;
-    QVERIFY(writeAll(dir.filePath("Version.ini"),
-                     record(5, ascii16("https://r0.example/", 256))
-                         + record(-2, wideUrlBytes())));
-    API_VersionControl vc;
-    vc.SetProgramDirectory(dir.path());
-    int state = 0;
-    wchar_t url[API_VersionControl::kPathChars];
-    QVERIFY(vc.GetVersionInfo(1, &state, url));
-    QCOMPARE(state, -2);
-    QCOMPARE(QString::fromWCharArray(url), kWideUrl);
-    QVERIFY(!vc.GetVersionInfo(2, &state, url)); // past the last whole record
-    QVERIFY(!vc.GetVersionInfo(-1, &state, url));
-
-    // A file cut inside its last record: that record is not there.
-    QVERIFY(writeAll(dir.filePath("Version.ini"),
-                     record(5, ascii16("https://r0.example/", 256)) + record(-2, wideUrlBytes()).left(300)));
-    QVERIFY(vc.GetVersionInfo(0, &state, url));
-    QVERIFY(!vc.GetVersionInfo(1, &state, url));
-}
-
-void tst_ProductConfiguration::versionBinFromStartMenuLink()
-{
-    // The installed program folder, found through the product's Start-menu
-    // link, as the installer tools find it.
-    QTemporaryDir install;
-    QVERIFY(writeAll(install.filePath("Pictova"), "program"));
-    const QString linkDir = m_dataHome.path() + "/applications/Vantora/Vantora Pictova";
-    QVERIFY(QDir().mkpath(linkDir));
-    QFile::remove(linkDir + "/Vantora Pictova.lnk");
-    QVERIFY(QFile::link(install.filePath("Pictova"), linkDir + "/Vantora Pictova.lnk"));
-
-    API_VersionControl writer;
-    writer.SetCurrProductName(L"Vantora Pictova");
-    for (int n = 0; n < 19; ++n) {
-        const int state = n == 6 ? 0 : 1;
-        writer.SetMenuStateAndURL(n, &state, w(QString("https://v.example/%1").arg(n)).c_str());
-    }
-    QVERIFY(writer.WriteVersionFile());
-    QVERIFY(!readAll(install.filePath("Version.ini")).contains("VANTORA_MENU_MAX_LENGTH")); // reserved: no key
-
-    API_VersionControl translator;
-    translator.SetCurrProductName(L"Vantora Pictova");
-    translator.VersionTranslated();
-
-    // Header: the last key worked on, zero-filled to 256 bytes; then the
-    // table, where reserved entries read back as missing keys (state 1).
-    QByteArray expected = ascii16("VANTORA_MENU_BY_PRODUCT", 128);
-    for (int n = 0; n < 19; ++n) {
-        const bool reserved = n == 1 || n == 2 || n == 14 || n == 18;
-        const QByteArray url = QString("https://v.example/%1").arg(n).toLatin1();
-        expected += reserved ? record(0, QByteArray(512, '\0'))
-                             : record(n == 6 ? 0 : 1, ascii16(url.constData(), 256));
-    }
-    QCOMPARE(readAll(install.filePath("Version.bin")), expected);
-
-    // Without a link for the product nothing is written anywhere.
-    API_VersionControl stranger;
-    stranger.SetCurrProductName(L"Some Other Program");
-    QVERIFY(!stranger.WriteVersionFile());
-}
-
-void tst_ProductConfiguration::internetShortcut()
-{
-    QTemporaryDir dir;
-    API_VersionControl vc;
-    const QString path = dir.filePath(" Homepage on the Web.url");
-    vc.SetLinkUrl(w(path).c_str(), L"https://example.org/pictova/");
-    QCOMPARE(readAll(path), QByteArray("[InternetShortcut]\r\nURL=https://example.org/pictova/"));
-
-    // An address too long for the shortcut buffer writes nothing.
-    const QString tooLong = dir.filePath("long.url");
-    vc.SetLinkUrl(w(tooLong).c_str(), w("https://x.example/" + QString(300, 'a')).c_str());
-    QVERIFY(!QFile::exists(tooLong));
-}
 
 PICTOVA_TEST_GUILESS_MAIN(tst_ProductConfiguration)
 #include "tst_ProductConfiguration.moc"

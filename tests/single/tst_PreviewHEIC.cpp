@@ -108,262 +108,246 @@ public:
     TestPreviewHEIC() : m_home(TestSandbox::home()) {}
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+        QVERIFY2(desktop.startsWith(m_home), qPrintable(desktop));
+        QVERIFY(QDir().mkpath(desktop));
+        QVERIFY(m_work.isValid());
+        // Drive-letter folders of the folder table must not land in the source tree.
+        QVERIFY(QDir::setCurrent(m_work.path()));
+        m_decoder = DecoderLibrary::bind().convert;
+    }
 
-    void detailsFromTheFileSystem();
-    void missingFileStillGetsAPage();
-    void scalingRule_data();
-    void scalingRule();
-    void folderChooserRemembersLastFolder();
+    void detailsFromTheFileSystem()
+    {
+        const QString path = m_work.filePath("IMG_0001.HEIC");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(1572864, 'x'));
+        const QDateTime modified(QDate(2019, 3, 7), QTime(10, 30));
+        QVERIFY(file.setFileTime(modified, QFileDevice::FileModificationTime));
+        file.close();
 
-    void previewAndConvertAtBothQualities();
-    void defaultFolderIsVantoraOnTheDesktop();
-    void unwritableTargetLeavesNothing();
-    void unreadablePhotoIsNamedWithTheReason();
+        PreviewHEIC page(path);
+        QCOMPARE(page.fileName(), QString("IMG_0001.HEIC"));
+        QCOMPARE(page.fileSize(), QString("1.50MB"));
+        // A file system without birth times reports the last modification.
+        const QDateTime birth = QFileInfo(path).birthTime();
+        QCOMPARE(page.createdDate(),
+                 birth.isValid() ? birth.toString("MM-dd-yyyy") : QString("03-07-2019"));
+        QVERIFY(page.resolution().isEmpty());
+    }
+
+    void missingFileStillGetsAPage()
+    {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not exist"));
+        PreviewHEIC page(m_work.filePath("gone.HEIC"));
+        QVERIFY(page.fileName().isEmpty());
+        QVERIFY(page.fileSize().isEmpty());
+        QVERIFY(page.createdDate().isEmpty());
+    }
+
+    void scalingRule_data()
+    {
+        QTest::addColumn<QSize>("picture");
+        QTest::newRow("wide") << QSize(1020, 340);
+        QTest::newRow("tall") << QSize(510, 680);
+        QTest::newRow("small and wide, enlarged") << QSize(100, 20);
+    }
+
+    void scalingRule()
+    {
+        // The preview is never squeezed: it keeps the photo's proportions.
+        QFETCH(QSize, picture);
+        PreviewHEIC page(m_work.filePath("none.HEIC"));
+        QImage image(picture, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        page.slot_GetJpgInfo(image, picture.width(), picture.height());
+        QVERIFY(page.isPreviewShown());
+        const QSize shown = shownSize(&page);
+        QVERIFY2(qAbs(shown.width() * picture.height() - shown.height() * picture.width()) <= picture.width(),
+                 qPrintable(QStringLiteral("%1x%2").arg(shown.width()).arg(shown.height())));
+        QCOMPARE(page.resolution(), QString("%1*%2").arg(picture.width()).arg(picture.height()));
+    }
+
+    void folderChooserRemembersLastFolder()
+    {
+        ScriptedPreview page(m_work.filePath("a.HEIC"));
+        for (const char* answer : {"/first", "" /* cancelled */, "/second"}) {
+            page.folderAnswer = answer;
+            page.slot_SelectSaveFolder();
+        }
+        QCOMPARE(page.startFolders, (QStringList{"", "/first", "/first"}));
+        QCOMPARE(page.savePath(), QString("/second"));
+    }
+
+    void previewAndConvertAtBothQualities()
+    {
+        REQUIRE_DECODER();
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(1, "2021:06:01 12:00:00");
+        const QString heic = writeHeic("quadrants.HEIC", grainyQuadrants(640, 480), options);
+        if (heic.isEmpty())
+            QSKIP("libheif has no HEVC encoder here");
+        const QDateTime copied(QDate(2024, 2, 3), QTime(4, 5, 6));
+        {
+            QFile source(heic);
+            QVERIFY(source.open(QIODevice::ReadWrite));
+            QVERIFY(source.setFileTime(copied, QFileDevice::FileModificationTime));
+        }
+
+        ScriptedPreview page(heic);
+        page.setDecoderEntry(m_decoder);
+        page.setDecoderEntry(nullptr); // keeps the entry it has
+        QSignalSpy info(&page, &PreviewHEIC::signal_PhotoInfo);
+        page.slot_PhotoInfo(); // before the decode: no resolution yet
+        const QString out = m_work.filePath("out");
+        QVERIFY(QDir().mkpath(out));
+        page.folderAnswer = out;
+        page.slot_SelectSaveFolder();
+        page.show();
+
+        page.slot_Preview();
+        QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+        QCOMPARE(page.dialogsRun, 0);                // the preview itself writes nothing
+        page.slot_PhotoInfo();
+        QCOMPARE(info.count(), 2);
+        QVERIFY(info.at(0).at(3).toString().isEmpty());
+        QCOMPARE(info.at(1).at(3).toString(), QString("640*480"));
+        // Once read, the date is when the photo was taken, not when it was copied.
+        QCOMPARE(info.at(1).at(1).toString(), QString("06-01-2021"));
+
+        const QString jpg = out + "/Vantora/quadrants.jpg";
+        QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+        auto* slider = page.findChild<QSlider*>("Slider_PhotoQuality");
+        auto* convert = page.findChild<VNStyleButton*>("pushButton_Convert");
+        slider->setValue(0);
+        QTest::mouseClick(convert, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
+        QCOMPARE(saved.at(0).at(0).toString(), jpg);
+        QCOMPARE(page.dialogsRun, 1);
+        QVERIFY(page.convertingDialog());
+        const QByteArray atZero = readAll(jpg);
+
+        // "Open Folder" in the success dialog shows the folder the JPEG went to.
+        FolderOpener opener;
+        QDesktopServices::setUrlHandler("file", &opener, "open");
+        QTest::mouseClick(page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder"), Qt::LeftButton);
+        QDesktopServices::unsetUrlHandler("file");
+        QCOMPARE(opener.opened, QList<QUrl>{QUrl::fromLocalFile(out + "/Vantora")});
+
+        slider->setValue(100);
+        QTest::mouseClick(convert, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 2, 20000);
+        const QByteArray atHundred = readAll(jpg);
+
+        QVERIFY2(atHundred.size() > 2 * atZero.size(),
+                 qPrintable(QString("%1 vs %2").arg(atHundred.size()).arg(atZero.size())));
+        // What is on disk is the library's JPEG: it keeps the photo's EXIF.
+        QVERIFY(atHundred.contains(QByteArray("Exif\0\0", 6)));
+        const QImage written = QImage::fromData(atHundred, "JPG");
+        QCOMPARE(written.size(), QSize(640, 480));
+        // Top-left red, bottom-right white: the picture is upright and whole.
+        const QColor topLeft = written.pixelColor(40, 40);
+        const QColor bottomRight = written.pixelColor(600, 440);
+        QVERIFY(topLeft.red() > 200 && topLeft.green() < 60 && topLeft.blue() < 60);
+        QVERIFY(bottomRight.red() > 200 && bottomRight.green() > 200 && bottomRight.blue() > 200);
+        // The JPEG sorts with its photo in a library.
+        QCOMPARE(QFileInfo(jpg).lastModified(), copied);
+        // Nothing but the one JPEG in the output folder: no temporary left over.
+        QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden),
+                 QStringList{"quadrants.jpg"});
+    }
+
+    void defaultFolderIsVantoraOnTheDesktop()
+    {
+        REQUIRE_DECODER();
+        const QString heic = writeHeic("a.heic.HEIC", HeicFixture::quadrants(64, 48));
+        if (heic.isEmpty())
+            QSKIP("libheif has no HEVC encoder here");
+
+        ScriptedPreview page(heic);
+        page.setDecoderEntry(m_decoder);
+        QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+        page.slot_Preview();
+        QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+        page.slot_Preview();
+        QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
+
+        const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+        QCOMPARE(page.savePath(), desktop + "/Vantora");
+        QCOMPARE(saved.at(0).at(0).toString(), desktop + "/Vantora/a.jpg.jpg");
+        QVERIFY(QFileInfo(desktop + "/Vantora/a.jpg.jpg").size() > 0);
+    }
+
+    void unwritableTargetLeavesNothing()
+    {
+        REQUIRE_DECODER();
+        const QString heic = writeHeic("blocked.HEIC", HeicFixture::quadrants(64, 48));
+        if (heic.isEmpty())
+            QSKIP("libheif has no HEVC encoder here");
+
+        // A folder where the JPEG should go: the final rename cannot replace it.
+        const QString out = m_work.filePath("blocked");
+        QVERIFY(QDir().mkpath(out + "/Vantora/blocked.jpg"));
+        ScriptedPreview page(heic);
+        page.setDecoderEntry(m_decoder);
+        page.folderAnswer = out;
+        page.slot_SelectSaveFolder();
+        QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+        page.slot_Preview();
+        QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot write .*blocked.jpg"));
+        page.slot_Preview();
+        QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
+        QCOMPARE(saved.count(), 0);
+        QCOMPARE(page.dialogsRun, 0);
+        // The person is told, naming the photo; Convert is ready to try again.
+        QCOMPARE(page.messages.size(), 1);
+        QVERIFY2(page.messages.first().contains("blocked.HEIC"), qPrintable(page.messages.first()));
+        QVERIFY(page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
+        QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
+    }
+
+    void unreadablePhotoIsNamedWithTheReason()
+    {
+        REQUIRE_DECODER();
+        for (const QByteArray& content : {QByteArray("not a photo at all"), QByteArray()}) {
+            const QString path = m_work.filePath("broken.heic");
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(content);
+            file.close();
+            ScriptedPreview page(path);
+            page.setDecoderEntry(m_decoder);
+            page.slot_Preview();
+            QTRY_VERIFY_WITH_TIMEOUT(!page.failure().isEmpty(), 20000);
+            QVERIFY(!page.isPreviewShown());
+            QVERIFY(previewLabel(&page)->text().contains("broken.heic"));
+            QVERIFY(previewLabel(&page)->text().contains(page.failure()));
+            QVERIFY(!page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
+            QVERIFY(page.resolution().isEmpty());
+            page.slot_Convert(); // does nothing
+            QCOMPARE(page.dialogsRun, 0);
+        }
+    }
 
 private:
     QString writeHeic(const QString& name, const QImage& picture,
-                      const HeicFixtureOptions& options = {});
+                      const HeicFixtureOptions& options = {})
+    {
+        const QString path = m_work.filePath(name);
+        if (!HeicFixture::write(path, picture, options))
+            return QString();
+        return path;
+    }
 
     QString m_home;
     QTemporaryDir m_work;
     Heif2JpgFn m_decoder = nullptr;
 };
-
-void TestPreviewHEIC::initTestCase()
-{
-    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    QVERIFY2(desktop.startsWith(m_home), qPrintable(desktop));
-    QVERIFY(QDir().mkpath(desktop));
-    QVERIFY(m_work.isValid());
-    // Drive-letter folders of the folder table must not land in the source tree.
-    QVERIFY(QDir::setCurrent(m_work.path()));
-    m_decoder = DecoderLibrary::bind().convert;
-}
-
-QString TestPreviewHEIC::writeHeic(const QString& name, const QImage& picture,
-                                   const HeicFixtureOptions& options)
-{
-    const QString path = m_work.filePath(name);
-    if (!HeicFixture::write(path, picture, options))
-        return QString();
-    return path;
-}
-
-void TestPreviewHEIC::detailsFromTheFileSystem()
-{
-    const QString path = m_work.filePath("IMG_0001.HEIC");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(1572864, 'x'));
-    const QDateTime modified(QDate(2019, 3, 7), QTime(10, 30));
-    QVERIFY(file.setFileTime(modified, QFileDevice::FileModificationTime));
-    file.close();
-
-    PreviewHEIC page(path);
-    QCOMPARE(page.fileName(), QString("IMG_0001.HEIC"));
-    QCOMPARE(page.fileSize(), QString("1.50MB"));
-    // A file system without birth times reports the last modification.
-    const QDateTime birth = QFileInfo(path).birthTime();
-    QCOMPARE(page.createdDate(),
-             birth.isValid() ? birth.toString("MM-dd-yyyy") : QString("03-07-2019"));
-    QVERIFY(page.resolution().isEmpty());
-}
-
-void TestPreviewHEIC::missingFileStillGetsAPage()
-{
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not exist"));
-    PreviewHEIC page(m_work.filePath("gone.HEIC"));
-    QVERIFY(page.fileName().isEmpty());
-    QVERIFY(page.fileSize().isEmpty());
-    QVERIFY(page.createdDate().isEmpty());
-}
-
-void TestPreviewHEIC::scalingRule_data()
-{
-    QTest::addColumn<QSize>("picture");
-    QTest::newRow("wide") << QSize(1020, 340);
-    QTest::newRow("tall") << QSize(510, 680);
-    QTest::newRow("small and wide, enlarged") << QSize(100, 20);
-}
-
-void TestPreviewHEIC::scalingRule()
-{
-    // The preview is never squeezed: it keeps the photo's proportions.
-    QFETCH(QSize, picture);
-    PreviewHEIC page(m_work.filePath("none.HEIC"));
-    QImage image(picture, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    page.slot_GetJpgInfo(image, picture.width(), picture.height());
-    QVERIFY(page.isPreviewShown());
-    const QSize shown = shownSize(&page);
-    QVERIFY2(qAbs(shown.width() * picture.height() - shown.height() * picture.width()) <= picture.width(),
-             qPrintable(QStringLiteral("%1x%2").arg(shown.width()).arg(shown.height())));
-    QCOMPARE(page.resolution(), QString("%1*%2").arg(picture.width()).arg(picture.height()));
-}
-
-void TestPreviewHEIC::folderChooserRemembersLastFolder()
-{
-    ScriptedPreview page(m_work.filePath("a.HEIC"));
-    for (const char* answer : {"/first", "" /* cancelled */, "/second"}) {
-        page.folderAnswer = answer;
-        page.slot_SelectSaveFolder();
-    }
-    QCOMPARE(page.startFolders, (QStringList{"", "/first", "/first"}));
-    QCOMPARE(page.savePath(), QString("/second"));
-}
-
-void TestPreviewHEIC::previewAndConvertAtBothQualities()
-{
-    REQUIRE_DECODER();
-    HeicFixtureOptions options;
-    options.exifTiff = HeicFixture::exifBlock(1, "2021:06:01 12:00:00");
-    const QString heic = writeHeic("quadrants.HEIC", grainyQuadrants(640, 480), options);
-    if (heic.isEmpty())
-        QSKIP("libheif has no HEVC encoder here");
-    const QDateTime copied(QDate(2024, 2, 3), QTime(4, 5, 6));
-    {
-        QFile source(heic);
-        QVERIFY(source.open(QIODevice::ReadWrite));
-        QVERIFY(source.setFileTime(copied, QFileDevice::FileModificationTime));
-    }
-
-    ScriptedPreview page(heic);
-    page.setDecoderEntry(m_decoder);
-    page.setDecoderEntry(nullptr); // keeps the entry it has
-    QSignalSpy info(&page, &PreviewHEIC::signal_PhotoInfo);
-    page.slot_PhotoInfo(); // before the decode: no resolution yet
-    const QString out = m_work.filePath("out");
-    QVERIFY(QDir().mkpath(out));
-    page.folderAnswer = out;
-    page.slot_SelectSaveFolder();
-    page.show();
-
-    page.slot_Preview();
-    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
-    QCOMPARE(page.dialogsRun, 0);                // the preview itself writes nothing
-    page.slot_PhotoInfo();
-    QCOMPARE(info.count(), 2);
-    QVERIFY(info.at(0).at(3).toString().isEmpty());
-    QCOMPARE(info.at(1).at(3).toString(), QString("640*480"));
-    // Once read, the date is when the photo was taken, not when it was copied.
-    QCOMPARE(info.at(1).at(1).toString(), QString("06-01-2021"));
-
-    const QString jpg = out + "/Vantora/quadrants.jpg";
-    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
-    auto* slider = page.findChild<QSlider*>("Slider_PhotoQuality");
-    auto* convert = page.findChild<VNStyleButton*>("pushButton_Convert");
-    slider->setValue(0);
-    QTest::mouseClick(convert, Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
-    QCOMPARE(saved.at(0).at(0).toString(), jpg);
-    QCOMPARE(page.dialogsRun, 1);
-    QVERIFY(page.convertingDialog());
-    const QByteArray atZero = readAll(jpg);
-
-    // "Open Folder" in the success dialog shows the folder the JPEG went to.
-    FolderOpener opener;
-    QDesktopServices::setUrlHandler("file", &opener, "open");
-    QTest::mouseClick(page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder"), Qt::LeftButton);
-    QDesktopServices::unsetUrlHandler("file");
-    QCOMPARE(opener.opened, QList<QUrl>{QUrl::fromLocalFile(out + "/Vantora")});
-
-    slider->setValue(100);
-    QTest::mouseClick(convert, Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 2, 20000);
-    const QByteArray atHundred = readAll(jpg);
-
-    QVERIFY2(atHundred.size() > 2 * atZero.size(),
-             qPrintable(QString("%1 vs %2").arg(atHundred.size()).arg(atZero.size())));
-    // What is on disk is the library's JPEG: it keeps the photo's EXIF.
-    QVERIFY(atHundred.contains(QByteArray("Exif\0\0", 6)));
-    const QImage written = QImage::fromData(atHundred, "JPG");
-    QCOMPARE(written.size(), QSize(640, 480));
-    // Top-left red, bottom-right white: the picture is upright and whole.
-    const QColor topLeft = written.pixelColor(40, 40);
-    const QColor bottomRight = written.pixelColor(600, 440);
-    QVERIFY(topLeft.red() > 200 && topLeft.green() < 60 && topLeft.blue() < 60);
-    QVERIFY(bottomRight.red() > 200 && bottomRight.green() > 200 && bottomRight.blue() > 200);
-    // The JPEG sorts with its photo in a library.
-    QCOMPARE(QFileInfo(jpg).lastModified(), copied);
-    // Nothing but the one JPEG in the output folder: no temporary left over.
-    QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden),
-             QStringList{"quadrants.jpg"});
-}
-
-void TestPreviewHEIC::defaultFolderIsVantoraOnTheDesktop()
-{
-    REQUIRE_DECODER();
-    const QString heic = writeHeic("a.heic.HEIC", HeicFixture::quadrants(64, 48));
-    if (heic.isEmpty())
-        QSKIP("libheif has no HEVC encoder here");
-
-    ScriptedPreview page(heic);
-    page.setDecoderEntry(m_decoder);
-    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
-    page.slot_Preview();
-    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
-    page.slot_Preview();
-    QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
-
-    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    QCOMPARE(page.savePath(), desktop + "/Vantora");
-    QCOMPARE(saved.at(0).at(0).toString(), desktop + "/Vantora/a.jpg.jpg");
-    QVERIFY(QFileInfo(desktop + "/Vantora/a.jpg.jpg").size() > 0);
-}
-
-void TestPreviewHEIC::unwritableTargetLeavesNothing()
-{
-    REQUIRE_DECODER();
-    const QString heic = writeHeic("blocked.HEIC", HeicFixture::quadrants(64, 48));
-    if (heic.isEmpty())
-        QSKIP("libheif has no HEVC encoder here");
-
-    // A folder where the JPEG should go: the final rename cannot replace it.
-    const QString out = m_work.filePath("blocked");
-    QVERIFY(QDir().mkpath(out + "/Vantora/blocked.jpg"));
-    ScriptedPreview page(heic);
-    page.setDecoderEntry(m_decoder);
-    page.folderAnswer = out;
-    page.slot_SelectSaveFolder();
-    QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
-    page.slot_Preview();
-    QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
-
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot write .*blocked.jpg"));
-    page.slot_Preview();
-    QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
-    QCOMPARE(saved.count(), 0);
-    QCOMPARE(page.dialogsRun, 0);
-    // The person is told, naming the photo; Convert is ready to try again.
-    QCOMPARE(page.messages.size(), 1);
-    QVERIFY2(page.messages.first().contains("blocked.HEIC"), qPrintable(page.messages.first()));
-    QVERIFY(page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
-    QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
-}
-
-void TestPreviewHEIC::unreadablePhotoIsNamedWithTheReason()
-{
-    REQUIRE_DECODER();
-    for (const QByteArray& content : {QByteArray("not a photo at all"), QByteArray()}) {
-        const QString path = m_work.filePath("broken.heic");
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        file.close();
-        ScriptedPreview page(path);
-        page.setDecoderEntry(m_decoder);
-        page.slot_Preview();
-        QTRY_VERIFY_WITH_TIMEOUT(!page.failure().isEmpty(), 20000);
-        QVERIFY(!page.isPreviewShown());
-        QVERIFY(previewLabel(&page)->text().contains("broken.heic"));
-        QVERIFY(previewLabel(&page)->text().contains(page.failure()));
-        QVERIFY(!page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
-        QVERIFY(page.resolution().isEmpty());
-        page.slot_Convert(); // does nothing
-        QCOMPARE(page.dialogsRun, 0);
-    }
-}
 
 PICTOVA_TEST_MAIN(TestPreviewHEIC)
 

@@ -53,417 +53,397 @@ class TestWidgets : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void buttonClicksOnlyOnALeftReleaseInside();
-    void buttonPictureFollowsItsState();
-    void buttonHoverEndsWhenHiddenOrLeftUnderAModal();
-    void titleBarDragsItsWindowButNotOffTheScreen();
-    void titleBarCloseSurvivesItsTarget();
-    void tipKeyboardAnswers_data();
-    void tipKeyboardAnswers();
-    void tipVariantsDropOnlyTheirOwnConnections();
-    void messageBoxResultIsTheButtonThatClosed_data();
-    void messageBoxResultIsTheButtonThatClosed();
-    void checkBoxReportsItsRow();
-    void elidedLabelKeepsTheFullName();
-    void sizeScalingEnds();
-    void fontFallsBackToAnInstalledFace();
-    void skinPicturesExist_data();
-    void skinPicturesExist();
-    void everySkinPathInTheSourcesIsListed();
-    void highDpiScreensGetTheSharpCopy();
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        auto make = [&](const char* name, QColor colour) {
+            QImage image(10, 10, QImage::Format_RGB32);
+            image.fill(colour);
+            image.save(m_dir.filePath(name));
+            return m_dir.filePath(name);
+        };
+        m_normal = make("n.png", Qt::red);
+        m_hover = make("h.png", Qt::green);
+        m_pressed = make("p.png", Qt::blue);
+        m_disabled = make("d.png", Qt::gray);
+    }
+
+    void buttonClicksOnlyOnALeftReleaseInside()
+    {
+        VNStyleButton button;
+        button.resize(100, 30);
+        button.setImages(m_normal, m_hover, m_pressed);
+        QSignalSpy clicked(&button, &QAbstractButton::clicked);
+        mouse(&button, QEvent::MouseButtonPress, {50, 15}, Qt::RightButton);
+        mouse(&button, QEvent::MouseButtonRelease, {50, 15}, Qt::RightButton);
+        mouse(&button, QEvent::MouseButtonPress, {50, 15}, Qt::LeftButton);
+        QCOMPARE(button.currentImage(), m_pressed);
+        mouse(&button, QEvent::MouseButtonRelease, {150, 15}, Qt::LeftButton);
+        QCOMPARE(clicked.count(), 0);
+        // Where it is let go counts, not where it was pressed.
+        mouse(&button, QEvent::MouseButtonRelease, {99, 29}, Qt::LeftButton);
+        QCOMPARE(clicked.count(), 1);
+        QVERIFY(!button.isDown());
+
+        // Without pictures it is still a button.
+        VNStyleButton plain;
+        plain.resize(100, 30);
+        QSignalSpy plainClicked(&plain, &QAbstractButton::clicked);
+        QTest::mouseClick(&plain, Qt::LeftButton);
+        QCOMPARE(plainClicked.count(), 1);
+    }
+
+    void buttonPictureFollowsItsState()
+    {
+        VNStyleButton button;
+        button.resize(100, 30);
+        button.setImages(m_normal, m_hover, m_pressed, m_disabled);
+        send(&button, QEvent::Enter);
+        QCOMPARE(button.currentImage(), m_hover);
+        send(&button, QEvent::Leave);
+        QCOMPARE(button.currentImage(), m_normal);
+        button.setEnabled(false);
+        QCOMPARE(button.currentImage(), m_disabled);
+        mouse(&button, QEvent::MouseButtonPress, {1, 1}, Qt::LeftButton);
+        QCOMPARE(button.currentImage(), m_disabled);
+
+        // The three-picture setter keeps the disabled picture set before.
+        button.setImages(m_normal, m_hover, m_pressed);
+        QCOMPARE(button.currentImage(), m_disabled);
+
+    }
+
+    void buttonHoverEndsWhenHiddenOrLeftUnderAModal()
+    {
+        QWidget window;
+        window.setGeometry(300, 300, 200, 100);
+        auto* button = new VNStyleButton(&window);
+        button->setGeometry(10, 10, 100, 30);
+        button->setImages(m_normal, m_hover, m_pressed);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+        // The click opens something modal; when it returns the pointer is far
+        // away and no leave event came.
+        QCursor::setPos(5, 5);
+        send(button, QEvent::Enter);
+        mouse(button, QEvent::MouseButtonPress, {50, 15}, Qt::LeftButton);
+        mouse(button, QEvent::MouseButtonRelease, {50, 15}, Qt::LeftButton);
+        QCOMPARE(button->currentImage(), m_normal);
+
+        // Hidden under the pointer (its dialog closed): normal when shown again,
+        // and the screens' hover filters hear that the pointer left.
+        struct Counter : QObject
+        {
+            int leaves = 0;
+            bool eventFilter(QObject*, QEvent* e) override
+            {
+                leaves += e->type() == QEvent::HoverLeave;
+                return false;
+            }
+        } counter;
+        button->installEventFilter(&counter);
+        send(button, QEvent::Enter);
+        window.hide();
+        window.show();
+        QCOMPARE(button->currentImage(), m_normal);
+        QCOMPARE(counter.leaves, 1);
+    }
+
+    void titleBarDragsItsWindowButNotOffTheScreen()
+    {
+        QWidget target;
+        target.setGeometry(100, 100, 300, 200);
+        auto* bar = new VNStyleWidget(&target);
+        bar->setGeometry(5, 5, 290, 34);
+        bar->setParentWidget(&target, QPoint(5, 5), true);
+        auto moveTo = [&](QPoint global, Qt::MouseButtons held = Qt::LeftButton) {
+            mouse(bar, QEvent::MouseMove, {1, 1}, Qt::NoButton, global, held);
+        };
+
+        mouse(bar, QEvent::MouseButtonPress, {10, 10}, Qt::LeftButton, {10, 10});
+        moveTo({500, 300});
+        QCOMPARE(target.pos(), QPoint(485, 285)); // held by the grab point
+        moveTo({-5000, 300});
+        QCOMPARE(target.pos(), QPoint(485, 285)); // never lost off the screen
+        moveTo({500, -5000});
+        QCOMPARE(target.pos(), QPoint(485, 285));
+        // The move reports no button held (the release went elsewhere).
+        moveTo({600, 400}, Qt::NoButton);
+        QCOMPARE(target.pos(), QPoint(485, 285));
+        mouse(bar, QEvent::MouseButtonRelease, {1, 1}, Qt::LeftButton);
+        moveTo({600, 400});
+        QCOMPARE(target.pos(), QPoint(485, 285));
+
+        // The limit follows the available size, not a fixed screen.
+        const QPoint none(0, 0);
+        QVERIFY(VNStyleWidget::dragDestination({1700, 500}, none, none, {1920, 1040}));
+        QVERIFY(!VNStyleWidget::dragDestination({1700, 500}, none, none, {1280, 700}));
+
+        // A bar that does not move its window leaves the press to the parent.
+        bar->setParentWidget(&target, QPoint(5, 5), false);
+        QMouseEvent press(QEvent::MouseButtonPress, QPointF(10, 10), QPointF(10, 10), QPointF(10, 10),
+                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(bar, &press);
+        QVERIFY(!press.isAccepted());
+    }
+
+    void titleBarCloseSurvivesItsTarget()
+    {
+        for (bool signalOnly : {false, true}) {
+            QWidget window;
+            auto* title = new VNStyleWidgetTitle(&window);
+            title->setParentWidget(&window, QPoint(5, 5), true);
+            title->setEmitCloseSignal(signalOnly);
+            window.show();
+            QSignalSpy closeSignal(title, &VNStyleWidgetTitle::signal_Close);
+            QTest::mouseClick(title->closeButton(), Qt::LeftButton);
+            QCOMPARE(window.isVisible(), signalOnly);
+            QCOMPARE(closeSignal.count(), signalOnly ? 1 : 0);
+        }
+        // A target destroyed first is forgotten, not called.
+        VNStyleWidget lone;
+        auto* gone = new QWidget;
+        lone.setParentWidget(gone, QPoint(5, 5), true);
+        delete gone;
+        lone.slotClosePWidget();
+    }
+
+    void tipKeyboardAnswers_data()
+    {
+        QTest::addColumn<Setter>("setter");
+        QTest::addColumn<QList<int>>("keys"); // 0: the tip is opened again
+        QTest::addColumn<QByteArray>("answer"); // the signal sent, empty for none
+        QTest::addColumn<bool>("closed");
+        const QByteArray none, quit(SIGNAL(signal_ExitApp()));
+        QTest::newRow("quit, Enter") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Return} << quit << true;
+        QTest::newRow("quit, Escape") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Escape} << none << true;
+        QTest::newRow("quit, Tab to No, Enter") << &TipDialog::setQuitTip
+                                                << QList<int>{Qt::Key_Tab, Qt::Key_Enter} << none << true;
+        QTest::newRow("quit, Escape, again, Enter") << &TipDialog::setQuitTip
+                                                   << QList<int>{Qt::Key_Escape, 0, Qt::Key_Return} << quit << true;
+        QTest::newRow("cancel, Enter") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Return}
+                                       << QByteArray(SIGNAL(signal_CancelConver())) << false;
+        QTest::newRow("clear, Escape") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Escape} << none << true;
+        QTest::newRow("cancelled notice, Enter") << &TipDialog::setConvertCancelledTip
+                                                 << QList<int>{Qt::Key_Return} << none << true;
+        QTest::newRow("cancelled notice, Open Folder")
+            << &TipDialog::setConvertCancelledTip << QList<int>{Qt::Key_Backtab, Qt::Key_Space}
+            << QByteArray(SIGNAL(signal_OpenFolder())) << false;
+    }
+
+    void tipKeyboardAnswers()
+    {
+        QFETCH(Setter, setter);
+        QFETCH(QList<int>, keys);
+        QFETCH(QByteArray, answer);
+        QFETCH(bool, closed);
+        TipDialog dialog;
+        (dialog.*setter)();
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        std::vector<std::unique_ptr<QSignalSpy>> spies;
+        for (const char* signal : {SIGNAL(signal_CancelConver()), SIGNAL(signal_ClearTable()),
+                                   SIGNAL(signal_OpenFolder()), SIGNAL(signal_ExitApp())})
+            spies.push_back(std::make_unique<QSignalSpy>(&dialog, signal));
+        for (int key : keys) {
+            if (key == 0) {
+                dialog.show();
+                QVERIFY(QTest::qWaitForWindowActive(&dialog));
+                continue;
+            }
+            // Keys go where a person's would: to the focus, which must be an
+            // answer button, never the title bar's close.
+            QWidget* focus = QApplication::focusWidget();
+            QVERIFY(focus && focus->window() == &dialog);
+            QVERIFY2(focus->objectName().startsWith("pushButton_"), qPrintable(focus->objectName()));
+            QTest::keyClick(focus, Qt::Key(key));
+        }
+        QCOMPARE(!dialog.isVisible(), closed);
+        for (const auto& spy : spies)
+            QCOMPARE(spy->count(), spy->signal() == answer.mid(1) ? 1 : 0);
+    }
+
+    void tipVariantsDropOnlyTheirOwnConnections()
+    {
+        TipDialog dialog;
+        dialog.show();
+        int outsiderCalls = 0;
+        connect(&dialog, SIGNAL(signal_ClearTable()), &dialog, SLOT(slot_Close()));
+        connect(&dialog, &TipDialog::signal_ClearTable, this, [&] { ++outsiderCalls; });
+        dialog.setCancelConvertTip();
+        emit dialog.signal_ClearTable();
+        QVERIFY(dialog.isVisible()); // the dialog's own link is gone
+        QCOMPARE(outsiderCalls, 1);  // other receivers keep theirs
+        disconnect(&dialog, &TipDialog::signal_ClearTable, this, nullptr);
+    }
+
+    void messageBoxResultIsTheButtonThatClosed_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("result");
+        QTest::newRow("yes") << "pushButton_yes" << 1;
+        QTest::newRow("no") << "pushButton_no" << 2;
+        QTest::newRow("ok") << "pushButton_ok" << 4;
+        QTest::newRow("cancel") << "pushButton_cancel" << 8;
+        QTest::newRow("title bar close") << "close" << 0;
+    }
+
+    void messageBoxResultIsTheButtonThatClosed()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, result);
+        VNMessageBox box(QStringLiteral("Overwrite?"), QStringLiteral("Pictova"), 1 | 2 | 4 | 8);
+        QAbstractButton* target = name == "close"
+            ? box.findChild<VNStyleWidgetTitle*>()->closeButton()
+            : box.findChild<VNStyleButton*>(name);
+        QVERIFY(target);
+        // Run it modally, the way callers do, and click from inside the loop.
+        QTimer::singleShot(0, [&] { QTest::mouseClick(target, Qt::LeftButton); });
+        box.exec();
+        QCOMPARE(box.result(), result);
+        QVERIFY(!box.isVisible());
+    }
+
+    void checkBoxReportsItsRow()
+    {
+        VNStyleCheckBox box(7);
+        box.resize(84, 44);
+        box.show();
+        QSignalSpy states(&box, &VNStyleCheckBox::signal_StateChanged);
+        QSignalSpy clicks(&box, &VNStyleCheckBox::signal_Clicked);
+        auto* inner = box.findChild<QCheckBox*>();
+        QTest::mouseClick(inner, Qt::LeftButton, {}, inner->rect().center());
+        QTest::mouseClick(inner, Qt::LeftButton, {}, inner->rect().center());
+        QCOMPARE(states.at(0), (QList<QVariant>{2, 7}));
+        QCOMPARE(states.at(1), (QList<QVariant>{0, 7}));
+        QCOMPARE(clicks.count(), 2);
+        // A change made by the program is reported too, but is not a click.
+        box.setCheckState(Qt::PartiallyChecked);
+        QCOMPARE(states.at(2), (QList<QVariant>{1, 7}));
+        QCOMPARE(clicks.count(), 2);
+        box.setTristateOff();
+        QVERIFY(!inner->isTristate());
+    }
+
+    void elidedLabelKeepsTheFullName()
+    {
+        QLabel label;
+        const QString text = QStringLiteral("a_rather_long_file_name_from_a_phone_IMG_20240101_123456.HEIC");
+        StyleHelpers::setElidedText(&label, text, 80);
+        QVERIFY(label.text().size() < text.size());
+        QCOMPARE(label.toolTip(), text);
+    }
+
+    void sizeScalingEnds()
+    {
+        double out = -1;
+        QCOMPARE(SkinStyle::scaleSize(3.0 * 1024 * 1024, 1024.0, out), 2);
+        QCOMPARE(out, 3.0);
+        // Values that could never come down end instead of recursing forever.
+        QCOMPARE(SkinStyle::scaleSize(5000.0, 1.0, out), 0);
+        QCOMPARE(SkinStyle::scaleSize(qInf(), 1024.0, out), 0);
+    }
+
+    void fontFallsBackToAnInstalledFace()
+    {
+        const QFontInfo shown(SkinStyle().font(34));
+        if (shown.family() == QLatin1String("Segoe UI"))
+            QSKIP("Segoe UI itself is installed");
+        // Without the substitution fontconfig picks its own default, usually
+        // DejaVu Sans, whose width breaks the fixed-size layouts.
+        QVERIFY2(QStringList({"Open Sans", "Noto Sans", "Liberation Sans"}).contains(shown.family()),
+                 qPrintable(shown.family()));
+    }
+
+    // Every picture the program can ask for must be there after the build, at
+    // the size its layout shows it, with its high-DPI copy at twice the pixels.
+    void skinPicturesExist_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QSize>("size");
+        const QString skinDir = SkinStyle().skinDir();
+        for (const auto& image : SkinImages::skin) {
+            const QString file = skinDir + QLatin1String(image.path);
+            const QSize size(image.width, image.height);
+            QTest::newRow(image.path) << file << size;
+            QTest::addRow("%s@2x", image.path) << SkinImages::highDpiFileName(file) << size * 2;
+        }
+        for (const auto& image : SkinImages::resources)
+            QTest::newRow(image.path) << QString::fromLatin1(image.path) << QSize(image.width, image.height);
+    }
+
+    void skinPicturesExist()
+    {
+        QFETCH(QString, path);
+        QFETCH(QSize, size);
+        const SkinStyle style; // registers the compiled-in pictures
+        QImageReader reader(path);
+        const QImage image = reader.read();
+        QVERIFY2(!image.isNull(), qPrintable(path + ": " + reader.errorString()));
+        QCOMPARE(image.size(), size);
+    }
+
+    // Every picture the sources name must be on the list above, so a new screen
+    // cannot ask for one that nobody draws.
+    void everySkinPathInTheSourcesIsListed()
+    {
+        QSet<QString> listed;
+        for (const auto& image : SkinImages::skin)
+            listed.insert(QString::fromLatin1(image.path));
+        for (const auto& image : SkinImages::resources)
+            listed.insert(QString::fromLatin1(image.path));
+
+        // Skin paths are written "/Button/x.png" (or "Button/x.png" after a
+        // "/Skin/" prefix); compiled-in ones ":/..." in code and in style sheets.
+        const QRegularExpression skinPath(QStringLiteral(
+            "\"/?((?:Button|Label|main|CheckBox|Application)/[A-Za-z0-9_]+\\.(?:png|jpg)|ok_105_21_\\d\\.png)\""));
+        const QRegularExpression resourcePath(QStringLiteral(":/[A-Za-z0-9_/]+\\.(?:png|jpg)"));
+        const QString root = QStringLiteral(PICTOVA_SOURCE_DIR);
+        int files = 0;
+        QStringList missing;
+        for (const char* folder : {"widgets", "app", "single", "batch", "product"}) {
+            QDirIterator it(root + "/" + folder, {"*.cpp", "*.h", "*.ui"}, QDir::Files, QDirIterator::Subdirectories);
+            while (it.hasNext()) {
+                const QString file = it.next();
+                if (file.contains(QLatin1String("/gallery/")))
+                    continue;
+                QFile f(file);
+                QVERIFY(f.open(QIODevice::ReadOnly));
+                const QString text = QString::fromUtf8(f.readAll());
+                ++files;
+                QStringList paths;
+                for (auto m = skinPath.globalMatch(text); m.hasNext();)
+                    paths << "/" + m.next().captured(1);
+                for (auto m = resourcePath.globalMatch(text); m.hasNext();)
+                    paths << m.next().captured(0);
+                for (const QString& path : paths)
+                    if (!listed.contains(path))
+                        missing << file.mid(root.size() + 1) + ": " + path;
+            }
+        }
+        QVERIFY(files > 10);
+        QVERIFY2(missing.isEmpty(), qPrintable("not in widgets/SkinImages.h:\n" + missing.join('\n')));
+    }
+
+    void highDpiScreensGetTheSharpCopy()
+    {
+        const QString file = SkinStyle().skinDir() + QStringLiteral("/Button/close_icon_normal.png");
+        const QSizeF shown = SkinStyle::pixmap(file, 1.0).size();
+        for (qreal ratio : {1.5, 2.0}) {
+            const QPixmap picture = SkinStyle::pixmap(file, ratio);
+            // Shown at the same size on every screen, with twice the pixels.
+            QCOMPARE(picture.size() / picture.devicePixelRatio(), shown);
+            QCOMPARE(picture.devicePixelRatio(), 2.0);
+        }
+        // A picture without a sharp copy is still shown.
+        QCOMPARE(SkinStyle::pixmap(m_normal, 2.0).size(), QSize(10, 10));
+    }
 
 private:
     QTemporaryDir m_dir;
     QString m_normal, m_hover, m_pressed, m_disabled;
 };
-
-void TestWidgets::initTestCase()
-{
-    QVERIFY(m_dir.isValid());
-    auto make = [&](const char* name, QColor colour) {
-        QImage image(10, 10, QImage::Format_RGB32);
-        image.fill(colour);
-        image.save(m_dir.filePath(name));
-        return m_dir.filePath(name);
-    };
-    m_normal = make("n.png", Qt::red);
-    m_hover = make("h.png", Qt::green);
-    m_pressed = make("p.png", Qt::blue);
-    m_disabled = make("d.png", Qt::gray);
-}
-
-void TestWidgets::buttonClicksOnlyOnALeftReleaseInside()
-{
-    VNStyleButton button;
-    button.resize(100, 30);
-    button.setImages(m_normal, m_hover, m_pressed);
-    QSignalSpy clicked(&button, &QAbstractButton::clicked);
-    mouse(&button, QEvent::MouseButtonPress, {50, 15}, Qt::RightButton);
-    mouse(&button, QEvent::MouseButtonRelease, {50, 15}, Qt::RightButton);
-    mouse(&button, QEvent::MouseButtonPress, {50, 15}, Qt::LeftButton);
-    QCOMPARE(button.currentImage(), m_pressed);
-    mouse(&button, QEvent::MouseButtonRelease, {150, 15}, Qt::LeftButton);
-    QCOMPARE(clicked.count(), 0);
-    // Where it is let go counts, not where it was pressed.
-    mouse(&button, QEvent::MouseButtonRelease, {99, 29}, Qt::LeftButton);
-    QCOMPARE(clicked.count(), 1);
-    QVERIFY(!button.isDown());
-
-    // Without pictures it is still a button.
-    VNStyleButton plain;
-    plain.resize(100, 30);
-    QSignalSpy plainClicked(&plain, &QAbstractButton::clicked);
-    QTest::mouseClick(&plain, Qt::LeftButton);
-    QCOMPARE(plainClicked.count(), 1);
-}
-
-void TestWidgets::buttonPictureFollowsItsState()
-{
-    VNStyleButton button;
-    button.resize(100, 30);
-    button.setImages(m_normal, m_hover, m_pressed, m_disabled);
-    send(&button, QEvent::Enter);
-    QCOMPARE(button.currentImage(), m_hover);
-    send(&button, QEvent::Leave);
-    QCOMPARE(button.currentImage(), m_normal);
-    button.setEnabled(false);
-    QCOMPARE(button.currentImage(), m_disabled);
-    mouse(&button, QEvent::MouseButtonPress, {1, 1}, Qt::LeftButton);
-    QCOMPARE(button.currentImage(), m_disabled);
-
-    // The three-picture setter keeps the disabled picture set before.
-    button.setImages(m_normal, m_hover, m_pressed);
-    QCOMPARE(button.currentImage(), m_disabled);
-
-}
-
-void TestWidgets::buttonHoverEndsWhenHiddenOrLeftUnderAModal()
-{
-    QWidget window;
-    window.setGeometry(300, 300, 200, 100);
-    auto* button = new VNStyleButton(&window);
-    button->setGeometry(10, 10, 100, 30);
-    button->setImages(m_normal, m_hover, m_pressed);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-
-    // The click opens something modal; when it returns the pointer is far
-    // away and no leave event came.
-    QCursor::setPos(5, 5);
-    send(button, QEvent::Enter);
-    mouse(button, QEvent::MouseButtonPress, {50, 15}, Qt::LeftButton);
-    mouse(button, QEvent::MouseButtonRelease, {50, 15}, Qt::LeftButton);
-    QCOMPARE(button->currentImage(), m_normal);
-
-    // Hidden under the pointer (its dialog closed): normal when shown again,
-    // and the screens' hover filters hear that the pointer left.
-    struct Counter : QObject
-    {
-        int leaves = 0;
-        bool eventFilter(QObject*, QEvent* e) override
-        {
-            leaves += e->type() == QEvent::HoverLeave;
-            return false;
-        }
-    } counter;
-    button->installEventFilter(&counter);
-    send(button, QEvent::Enter);
-    window.hide();
-    window.show();
-    QCOMPARE(button->currentImage(), m_normal);
-    QCOMPARE(counter.leaves, 1);
-}
-
-void TestWidgets::titleBarDragsItsWindowButNotOffTheScreen()
-{
-    QWidget target;
-    target.setGeometry(100, 100, 300, 200);
-    auto* bar = new VNStyleWidget(&target);
-    bar->setGeometry(5, 5, 290, 34);
-    bar->setParentWidget(&target, QPoint(5, 5), true);
-    auto moveTo = [&](QPoint global, Qt::MouseButtons held = Qt::LeftButton) {
-        mouse(bar, QEvent::MouseMove, {1, 1}, Qt::NoButton, global, held);
-    };
-
-    mouse(bar, QEvent::MouseButtonPress, {10, 10}, Qt::LeftButton, {10, 10});
-    moveTo({500, 300});
-    QCOMPARE(target.pos(), QPoint(485, 285)); // held by the grab point
-    moveTo({-5000, 300});
-    QCOMPARE(target.pos(), QPoint(485, 285)); // never lost off the screen
-    moveTo({500, -5000});
-    QCOMPARE(target.pos(), QPoint(485, 285));
-    // The move reports no button held (the release went elsewhere).
-    moveTo({600, 400}, Qt::NoButton);
-    QCOMPARE(target.pos(), QPoint(485, 285));
-    mouse(bar, QEvent::MouseButtonRelease, {1, 1}, Qt::LeftButton);
-    moveTo({600, 400});
-    QCOMPARE(target.pos(), QPoint(485, 285));
-
-    // The limit follows the available size, not a fixed screen.
-    const QPoint none(0, 0);
-    QVERIFY(VNStyleWidget::dragDestination({1700, 500}, none, none, {1920, 1040}));
-    QVERIFY(!VNStyleWidget::dragDestination({1700, 500}, none, none, {1280, 700}));
-
-    // A bar that does not move its window leaves the press to the parent.
-    bar->setParentWidget(&target, QPoint(5, 5), false);
-    QMouseEvent press(QEvent::MouseButtonPress, QPointF(10, 10), QPointF(10, 10), QPointF(10, 10),
-                      Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(bar, &press);
-    QVERIFY(!press.isAccepted());
-}
-
-void TestWidgets::titleBarCloseSurvivesItsTarget()
-{
-    for (bool signalOnly : {false, true}) {
-        QWidget window;
-        auto* title = new VNStyleWidgetTitle(&window);
-        title->setParentWidget(&window, QPoint(5, 5), true);
-        title->setEmitCloseSignal(signalOnly);
-        window.show();
-        QSignalSpy closeSignal(title, &VNStyleWidgetTitle::signal_Close);
-        QTest::mouseClick(title->closeButton(), Qt::LeftButton);
-        QCOMPARE(window.isVisible(), signalOnly);
-        QCOMPARE(closeSignal.count(), signalOnly ? 1 : 0);
-    }
-    // A target destroyed first is forgotten, not called.
-    VNStyleWidget lone;
-    auto* gone = new QWidget;
-    lone.setParentWidget(gone, QPoint(5, 5), true);
-    delete gone;
-    lone.slotClosePWidget();
-}
-
-void TestWidgets::tipKeyboardAnswers_data()
-{
-    QTest::addColumn<Setter>("setter");
-    QTest::addColumn<QList<int>>("keys"); // 0: the tip is opened again
-    QTest::addColumn<QByteArray>("answer"); // the signal sent, empty for none
-    QTest::addColumn<bool>("closed");
-    const QByteArray none, quit(SIGNAL(signal_ExitApp()));
-    QTest::newRow("quit, Enter") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Return} << quit << true;
-    QTest::newRow("quit, Escape") << &TipDialog::setQuitTip << QList<int>{Qt::Key_Escape} << none << true;
-    QTest::newRow("quit, Tab to No, Enter") << &TipDialog::setQuitTip
-                                            << QList<int>{Qt::Key_Tab, Qt::Key_Enter} << none << true;
-    QTest::newRow("quit, Escape, again, Enter") << &TipDialog::setQuitTip
-                                               << QList<int>{Qt::Key_Escape, 0, Qt::Key_Return} << quit << true;
-    QTest::newRow("cancel, Enter") << &TipDialog::setCancelConvertTip << QList<int>{Qt::Key_Return}
-                                   << QByteArray(SIGNAL(signal_CancelConver())) << false;
-    QTest::newRow("clear, Escape") << &TipDialog::setClearTableTip << QList<int>{Qt::Key_Escape} << none << true;
-    QTest::newRow("cancelled notice, Enter") << &TipDialog::setConvertCancelledTip
-                                             << QList<int>{Qt::Key_Return} << none << true;
-    QTest::newRow("cancelled notice, Open Folder")
-        << &TipDialog::setConvertCancelledTip << QList<int>{Qt::Key_Backtab, Qt::Key_Space}
-        << QByteArray(SIGNAL(signal_OpenFolder())) << false;
-}
-
-void TestWidgets::tipKeyboardAnswers()
-{
-    QFETCH(Setter, setter);
-    QFETCH(QList<int>, keys);
-    QFETCH(QByteArray, answer);
-    QFETCH(bool, closed);
-    TipDialog dialog;
-    (dialog.*setter)();
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
-    std::vector<std::unique_ptr<QSignalSpy>> spies;
-    for (const char* signal : {SIGNAL(signal_CancelConver()), SIGNAL(signal_ClearTable()),
-                               SIGNAL(signal_OpenFolder()), SIGNAL(signal_ExitApp())})
-        spies.push_back(std::make_unique<QSignalSpy>(&dialog, signal));
-    for (int key : keys) {
-        if (key == 0) {
-            dialog.show();
-            QVERIFY(QTest::qWaitForWindowActive(&dialog));
-            continue;
-        }
-        // Keys go where a person's would: to the focus, which must be an
-        // answer button, never the title bar's close.
-        QWidget* focus = QApplication::focusWidget();
-        QVERIFY(focus && focus->window() == &dialog);
-        QVERIFY2(focus->objectName().startsWith("pushButton_"), qPrintable(focus->objectName()));
-        QTest::keyClick(focus, Qt::Key(key));
-    }
-    QCOMPARE(!dialog.isVisible(), closed);
-    for (const auto& spy : spies)
-        QCOMPARE(spy->count(), spy->signal() == answer.mid(1) ? 1 : 0);
-}
-
-void TestWidgets::tipVariantsDropOnlyTheirOwnConnections()
-{
-    TipDialog dialog;
-    dialog.show();
-    int outsiderCalls = 0;
-    connect(&dialog, SIGNAL(signal_ClearTable()), &dialog, SLOT(slot_Close()));
-    connect(&dialog, &TipDialog::signal_ClearTable, this, [&] { ++outsiderCalls; });
-    dialog.setCancelConvertTip();
-    emit dialog.signal_ClearTable();
-    QVERIFY(dialog.isVisible()); // the dialog's own link is gone
-    QCOMPARE(outsiderCalls, 1);  // other receivers keep theirs
-    disconnect(&dialog, &TipDialog::signal_ClearTable, this, nullptr);
-}
-
-void TestWidgets::messageBoxResultIsTheButtonThatClosed_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("result");
-    QTest::newRow("yes") << "pushButton_yes" << 1;
-    QTest::newRow("no") << "pushButton_no" << 2;
-    QTest::newRow("ok") << "pushButton_ok" << 4;
-    QTest::newRow("cancel") << "pushButton_cancel" << 8;
-    QTest::newRow("title bar close") << "close" << 0;
-}
-
-void TestWidgets::messageBoxResultIsTheButtonThatClosed()
-{
-    QFETCH(QString, name);
-    QFETCH(int, result);
-    VNMessageBox box(QStringLiteral("Overwrite?"), QStringLiteral("Pictova"), 1 | 2 | 4 | 8);
-    QAbstractButton* target = name == "close"
-        ? box.findChild<VNStyleWidgetTitle*>()->closeButton()
-        : box.findChild<VNStyleButton*>(name);
-    QVERIFY(target);
-    // Run it modally, the way callers do, and click from inside the loop.
-    QTimer::singleShot(0, [&] { QTest::mouseClick(target, Qt::LeftButton); });
-    box.exec();
-    QCOMPARE(box.result(), result);
-    QVERIFY(!box.isVisible());
-}
-
-void TestWidgets::checkBoxReportsItsRow()
-{
-    VNStyleCheckBox box(7);
-    box.resize(84, 44);
-    box.show();
-    QSignalSpy states(&box, &VNStyleCheckBox::signal_StateChanged);
-    QSignalSpy clicks(&box, &VNStyleCheckBox::signal_Clicked);
-    auto* inner = box.findChild<QCheckBox*>();
-    QTest::mouseClick(inner, Qt::LeftButton, {}, inner->rect().center());
-    QTest::mouseClick(inner, Qt::LeftButton, {}, inner->rect().center());
-    QCOMPARE(states.at(0), (QList<QVariant>{2, 7}));
-    QCOMPARE(states.at(1), (QList<QVariant>{0, 7}));
-    QCOMPARE(clicks.count(), 2);
-    // A change made by the program is reported too, but is not a click.
-    box.setCheckState(Qt::PartiallyChecked);
-    QCOMPARE(states.at(2), (QList<QVariant>{1, 7}));
-    QCOMPARE(clicks.count(), 2);
-    box.setTristateOff();
-    QVERIFY(!inner->isTristate());
-}
-
-void TestWidgets::elidedLabelKeepsTheFullName()
-{
-    QLabel label;
-    const QString text = QStringLiteral("a_rather_long_file_name_from_a_phone_IMG_20240101_123456.HEIC");
-    StyleHelpers::setElidedText(&label, text, 80);
-    QVERIFY(label.text().size() < text.size());
-    QCOMPARE(label.toolTip(), text);
-}
-
-void TestWidgets::sizeScalingEnds()
-{
-    double out = -1;
-    QCOMPARE(SkinStyle::scaleSize(3.0 * 1024 * 1024, 1024.0, out), 2);
-    QCOMPARE(out, 3.0);
-    // Values that could never come down end instead of recursing forever.
-    QCOMPARE(SkinStyle::scaleSize(5000.0, 1.0, out), 0);
-    QCOMPARE(SkinStyle::scaleSize(qInf(), 1024.0, out), 0);
-}
-
-void TestWidgets::fontFallsBackToAnInstalledFace()
-{
-    const QFontInfo shown(SkinStyle().font(34));
-    if (shown.family() == QLatin1String("Segoe UI"))
-        QSKIP("Segoe UI itself is installed");
-    // Without the substitution fontconfig picks its own default, usually
-    // DejaVu Sans, whose width breaks the fixed-size layouts.
-    QVERIFY2(QStringList({"Open Sans", "Noto Sans", "Liberation Sans"}).contains(shown.family()),
-             qPrintable(shown.family()));
-}
-
-// Every picture the program can ask for must be there after the build, at
-// the size its layout shows it, with its high-DPI copy at twice the pixels.
-void TestWidgets::skinPicturesExist_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QSize>("size");
-    const QString skinDir = SkinStyle().skinDir();
-    for (const auto& image : SkinImages::skin) {
-        const QString file = skinDir + QLatin1String(image.path);
-        const QSize size(image.width, image.height);
-        QTest::newRow(image.path) << file << size;
-        QTest::addRow("%s@2x", image.path) << SkinImages::highDpiFileName(file) << size * 2;
-    }
-    for (const auto& image : SkinImages::resources)
-        QTest::newRow(image.path) << QString::fromLatin1(image.path) << QSize(image.width, image.height);
-}
-
-void TestWidgets::skinPicturesExist()
-{
-    QFETCH(QString, path);
-    QFETCH(QSize, size);
-    const SkinStyle style; // registers the compiled-in pictures
-    QImageReader reader(path);
-    const QImage image = reader.read();
-    QVERIFY2(!image.isNull(), qPrintable(path + ": " + reader.errorString()));
-    QCOMPARE(image.size(), size);
-}
-
-// Every picture the sources name must be on the list above, so a new screen
-// cannot ask for one that nobody draws.
-void TestWidgets::everySkinPathInTheSourcesIsListed()
-{
-    QSet<QString> listed;
-    for (const auto& image : SkinImages::skin)
-        listed.insert(QString::fromLatin1(image.path));
-    for (const auto& image : SkinImages::resources)
-        listed.insert(QString::fromLatin1(image.path));
-
-    // Skin paths are written "/Button/x.png" (or "Button/x.png" after a
-    // "/Skin/" prefix); compiled-in ones ":/..." in code and in style sheets.
-    const QRegularExpression skinPath(QStringLiteral(
-        "\"/?((?:Button|Label|main|CheckBox|Application)/[A-Za-z0-9_]+\\.(?:png|jpg)|ok_105_21_\\d\\.png)\""));
-    const QRegularExpression resourcePath(QStringLiteral(":/[A-Za-z0-9_/]+\\.(?:png|jpg)"));
-    const QString root = QStringLiteral(PICTOVA_SOURCE_DIR);
-    int files = 0;
-    QStringList missing;
-    for (const char* folder : {"widgets", "app", "single", "batch", "product"}) {
-        QDirIterator it(root + "/" + folder, {"*.cpp", "*.h", "*.ui"}, QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString file = it.next();
-            if (file.contains(QLatin1String("/gallery/")))
-                continue;
-            QFile f(file);
-            QVERIFY(f.open(QIODevice::ReadOnly));
-            const QString text = QString::fromUtf8(f.readAll());
-            ++files;
-            QStringList paths;
-            for (auto m = skinPath.globalMatch(text); m.hasNext();)
-                paths << "/" + m.next().captured(1);
-            for (auto m = resourcePath.globalMatch(text); m.hasNext();)
-                paths << m.next().captured(0);
-            for (const QString& path : paths)
-                if (!listed.contains(path))
-                    missing << file.mid(root.size() + 1) + ": " + path;
-        }
-    }
-    QVERIFY(files > 10);
-    QVERIFY2(missing.isEmpty(), qPrintable("not in widgets/SkinImages.h:\n" + missing.join('\n')));
-}
-
-void TestWidgets::highDpiScreensGetTheSharpCopy()
-{
-    const QString file = SkinStyle().skinDir() + QStringLiteral("/Button/close_icon_normal.png");
-    const QSizeF shown = SkinStyle::pixmap(file, 1.0).size();
-    for (qreal ratio : {1.5, 2.0}) {
-        const QPixmap picture = SkinStyle::pixmap(file, ratio);
-        // Shown at the same size on every screen, with twice the pixels.
-        QCOMPARE(picture.size() / picture.devicePixelRatio(), shown);
-        QCOMPARE(picture.devicePixelRatio(), 2.0);
-    }
-    // A picture without a sharp copy is still shown.
-    QCOMPARE(SkinStyle::pixmap(m_normal, 2.0).size(), QSize(10, 10));
-}
 
 PICTOVA_TEST_MAIN(TestWidgets)
 #include "tst_widgets.moc"

@@ -1,0 +1,272 @@
+// The engine's parts that need no decoder: output names and folders, the
+// work queue, the memory budget, and the writer every JPEG goes through.
+#include "TestSandbox.h"
+#include "AtomicFileWriter.h"
+#include "EngineTestSupport.h"
+#include "MemoryBudget.h"
+#include "OutputNaming.h"
+#include "WorkQueue.h"
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
+namespace {
+const QString kDesktop = QStringLiteral("C:/Users/ann/Desktop");
+}
+
+class EnginePartsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // The folder is stable: a path the rule made maps to itself, so later
+    // photos of a run go where the first went.
+    void folders_data()
+    {
+        QTest::addColumn<QString>("savePath");
+        QTest::addColumn<QString>("worker");
+        QTest::addColumn<QString>("preview");
+        QTest::newRow("none: the desktop's") << "" << kDesktop + "/Vantora/" << kDesktop + "/Vantora";
+        QTest::newRow("plain folder") << "D:/Pictures" << "D:/Pictures/Vantora" << "D:/Pictures/Vantora";
+        QTest::newRow("names Vantora already") << "D:/My/Vantora Photos" << "D:/My/Vantora Photos"
+                                               << "D:/My/Vantora Photos";
+        QTest::newRow("drive root") << "D:/" << "D://Vantora" << "D:/Vantora";
+    }
+
+    void folders()
+    {
+        QFETCH(QString, savePath);
+        QFETCH(QString, worker);
+        QFETCH(QString, preview);
+        QCOMPARE(OutputNaming::workerFolder(savePath, kDesktop), worker);
+        QCOMPARE(OutputNaming::workerFolder(worker, kDesktop), worker);
+        QCOMPARE(OutputNaming::previewFolder(savePath, kDesktop), preview);
+        QCOMPARE(OutputNaming::previewFolder(preview, kDesktop), preview);
+        // "Open Folder" shows the workers' folder.
+        QCOMPARE(OutputNaming::openFolderPath(savePath, kDesktop),
+                 savePath.isEmpty() ? kDesktop + "/Vantora" : worker);
+    }
+
+    void jpegNames_data()
+    {
+        QTest::addColumn<QString>("photo");
+        QTest::addColumn<QString>("desktop");
+        QTest::addColumn<QString>("tool");
+        QTest::newRow("upper") << "IMG_0001.HEIC" << "IMG_0001.jpg" << "IMG_0001.jpg";
+        QTest::newRow("mixed case") << "IMG_0001.Heic" << "IMG_0001.jpg" << "IMG_0001.jpg";
+        QTest::newRow("both, in the name") << "a.HEIC.heic" << "a.jpg.jpg" << "a.HEIC.jpg";
+        QTest::newRow("camera") << "DSC1.HIF" << "DSC1.jpg" << "DSC1.jpg";
+        QTest::newRow("no HEIF ending") << "scan" << "scan" << "scan.jpg";
+    }
+
+    void jpegNames()
+    {
+        QFETCH(QString, photo);
+        QFETCH(QString, desktop);
+        QFETCH(QString, tool);
+        QCOMPARE(OutputNaming::desktopJpegName(photo), desktop);
+        QCOMPARE(OutputNaming::jpegFileName(photo), tool);
+    }
+
+    void queueKeepsOrderAndEmptiesForTheNextRun()
+    {
+        WorkQueue queue;
+        ConvertJob job;
+        QVERIFY(!queue.take(&job));
+        // Odd items come out as they went in: "exit" is a photo like any other.
+        const QStringList run1{"/x/1.HEIC", "exit", "", "/x/1.HEIC", "/y/ü.heic"};
+        for (const QString& item : run1)
+            queue.put(item);
+        QVERIFY(queue.take(&job) && job.source == run1[0]);
+        // A cancelled run leaves nothing behind for the next one.
+        QCOMPARE(queue.clear(), run1.size() - 1);
+        queue.put(ConvertJob{"/run2/a", "/out/a (2).jpg"});
+        QVERIFY(queue.take(&job));
+        QCOMPARE(job.source, QString("/run2/a"));
+        QCOMPARE(job.target, QString("/out/a (2).jpg"));
+        QVERIFY(!queue.take(&job));
+    }
+
+    void fourTakersShareEveryPathExactlyOnce()
+    {
+        constexpr int kPaths = 4000;
+        WorkQueue queue;
+        for (int i = 0; i < kPaths; ++i)
+            queue.put(QString::number(i));
+        // Takers run as the workers do: take until the queue is empty.
+        std::vector<int> taken[4];
+        std::vector<std::thread> takers;
+        for (auto& mine : taken)
+            takers.emplace_back([&queue, &mine] {
+                ConvertJob job;
+                while (queue.take(&job))
+                    mine.push_back(job.source.toInt());
+            });
+        for (auto& taker : takers)
+            taker.join();
+        std::vector<int> seen;
+        for (const auto& mine : taken) {
+            QVERIFY(std::is_sorted(mine.begin(), mine.end())); // each in queue order
+            seen.insert(seen.end(), mine.begin(), mine.end());
+        }
+        std::sort(seen.begin(), seen.end());
+        QCOMPARE(int(seen.size()), kPaths);
+        QCOMPARE(std::adjacent_find(seen.begin(), seen.end()), seen.end());
+    }
+
+    void photosWaitForRoomInTheOrderTheyAsked()
+    {
+        MemoryBudget budget(100);
+        std::vector<std::thread> threads;
+        // Whatever fails below, no thread is left waiting or unjoined.
+        struct Joiner
+        {
+            MemoryBudget& budget;
+            std::vector<std::thread>& threads;
+            ~Joiner()
+            {
+                budget.setLimit(qint64(1) << 40);
+                for (std::thread& t : threads)
+                    if (t.joinable())
+                        t.join();
+            }
+        } joiner{budget, threads};
+        std::atomic_int started{0};
+        auto ask = [&](qint64 bytes) {
+            const int before = budget.waiting();
+            threads.emplace_back([&, bytes] {
+                budget.acquire(bytes);
+                ++started;
+            });
+            // Each asks only once the one before is in line.
+            QTRY_VERIFY(budget.waiting() > before || started.load() == int(threads.size()));
+        };
+
+        // Alone, a photo bigger than the whole budget still starts.
+        budget.acquire(250);
+        ask(60);
+        ask(10); // would fit, but waits its turn
+        QTest::qWait(100);
+        QCOMPARE(started.load(), 0);
+        // Room for the first; the small one behind it then fits beside it too.
+        budget.release(250);
+        QTRY_COMPARE(started.load(), 2);
+
+        // A big photo waiting is not overtaken by a small one asking after it.
+        ask(80);
+        ask(5);
+        QTest::qWait(100);
+        QCOMPARE(started.load(), 2);
+        budget.setLimit(1000); // a larger limit lets both in at once
+        QTRY_COMPARE(started.load(), 4);
+        QCOMPARE(budget.inUse(), qint64(155));
+        for (qint64 bytes : {60, 10, 80, 5})
+            budget.release(bytes);
+        QCOMPARE(budget.inUse(), qint64(0));
+        budget.setLimit(0);
+        QVERIFY(budget.limit() > 0); // the default: a share of the machine's memory
+    }
+
+    void writerReplacesALinkNotWhatItPointsAt()
+    {
+#ifdef Q_OS_UNIX
+        QTemporaryDir dir;
+        QVERIFY(QDir().mkpath(dir.filePath("out")));
+        QVERIFY(EngineTest::writeFile(dir.filePath("precious.txt"), "keep me"));
+        QVERIFY(QFile::link("../precious.txt", dir.filePath("out/a.jpg")));
+        QVERIFY(QFile::link(dir.filePath("nowhere"), dir.filePath("out/b.jpg"))); // dangling
+        QString error;
+        QVERIFY2(AtomicFileWriter::write(dir.filePath("out/a.jpg"), "JPEG A", &error), qPrintable(error));
+        QVERIFY2(AtomicFileWriter::write(dir.filePath("out/b.jpg"), "JPEG B", &error), qPrintable(error));
+        QCOMPARE(EngineTest::readFile(dir.filePath("precious.txt")), QByteArray("keep me"));
+        QVERIFY(!QFileInfo::exists(dir.filePath("nowhere")));
+        QVERIFY(!QFileInfo(dir.filePath("out/a.jpg")).isSymLink() && !QFileInfo(dir.filePath("out/b.jpg")).isSymLink());
+        QCOMPARE(EngineTest::readFile(dir.filePath("out/a.jpg")), QByteArray("JPEG A"));
+        QCOMPARE(EngineTest::entries(dir.filePath("out")), QStringList({"a.jpg", "b.jpg"}));
+#endif
+    }
+
+    void writerKeepsDateAndPermissionsAndCleansLeftovers()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("p.jpg");
+        QVERIFY(EngineTest::writeFile(path, "old"));
+        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup));
+        // What a killed run leaves, and names that only look alike.
+        for (const char* name : {".p.jpg.Ab12Z9", ".p.jpg.notes-1", ".q.jpg.Ab12Z9", "p.jpg.Ab12Z9"})
+            QVERIFY(EngineTest::writeFile(dir.filePath(name), "x"));
+        const QDateTime taken = QDateTime::fromMSecsSinceEpoch(1500000000123);
+        QString error;
+        QVERIFY2(AtomicFileWriter::write(path, "new", &error, taken), qPrintable(error));
+        QCOMPARE(EngineTest::readFile(path), QByteArray("new"));
+        QCOMPARE(QFileInfo(path).lastModified(), taken);
+        // The owner's and the group's bits as they were (0640), not a new file's.
+        QCOMPARE(QFileInfo(path).permissions() & 0x0FFF, QFile::ReadUser | QFile::WriteUser | QFile::ReadGroup);
+        QCOMPARE(EngineTest::entries(dir.path()), QStringList({".p.jpg.notes-1", ".q.jpg.Ab12Z9", "p.jpg", "p.jpg.Ab12Z9"}));
+    }
+
+    void failedWriteKeepsTheOldFileAndSaysWhy_data()
+    {
+        QTest::addColumn<QString>("setUp");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("disk full part-way") << "limit" << "File too large";
+        QTest::newRow("a folder has the name") << "folder" << "Is a directory";
+        QTest::newRow("no such folder") << "missing" << "No such file or directory";
+        QTest::newRow("read-only folder") << "readonly" << "Permission denied";
+    }
+
+    void failedWriteKeepsTheOldFileAndSaysWhy()
+    {
+#ifdef Q_OS_UNIX
+        QFETCH(QString, setUp);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
+        QString path = dir.filePath("p.jpg");
+        QVERIFY(EngineTest::writeFile(path, "old"));
+        const QByteArray bytes(64 * 1024, 'j');
+        QString error;
+        bool written = true;
+        if (setUp == "limit") {
+            // As far as the writer can tell the disk fills: write() stops
+            // short, then fails.
+            rlimit before{};
+            QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+            rlimit small = before;
+            small.rlim_cur = 4096;
+            const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+            QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+            written = AtomicFileWriter::write(path, bytes, &error);
+            ::setrlimit(RLIMIT_FSIZE, &before);
+            std::signal(SIGXFSZ, oldHandler);
+        } else if (setUp == "folder") {
+            path = dir.filePath("sub");
+            QVERIFY(QDir().mkpath(path + "/inside"));
+            written = AtomicFileWriter::write(path, bytes, &error);
+        } else if (setUp == "missing") {
+            written = AtomicFileWriter::write(dir.filePath("gone/p.jpg"), bytes, &error);
+        } else {
+            if (::geteuid() == 0)
+                QSKIP("root writes into read-only folders");
+            QVERIFY(QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::ExeOwner));
+            written = AtomicFileWriter::write(path, bytes, &error);
+            QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        }
+        QVERIFY(!written);
+        QVERIFY2(error.startsWith("cannot write ") && error.endsWith(": " + reason), qPrintable(error));
+        QCOMPARE(EngineTest::readFile(dir.filePath("p.jpg")), QByteArray("old"));
+        // Nothing half-written and no temporary file stays behind.
+        QCOMPARE(EngineTest::entries(dir.path()), setUp == "folder" ? QStringList({"p.jpg", "sub"}) : QStringList("p.jpg"));
+#endif
+    }
+};
+
+PICTOVA_TEST_GUILESS_MAIN(EnginePartsTest)
+#include "test_engine_parts.moc"
