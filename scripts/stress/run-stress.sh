@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Staying-power runs of pictova-convert and the engine. Run by hand before a
-# release; the quick variants are in CTest already (test_stress).
+# release; the quick variant of 'files' is in CTest already (test_cli).
 #
 #   scripts/stress/run-stress.sh [SCENARIO...]
 #
@@ -65,10 +65,10 @@ run_convert() {
 }
 
 scenario_files() {
-  PICTOVA_STRESS_FILES=500 PICTOVA_STRESS_ROUNDS=50 QT_QPA_PLATFORM=offscreen \
-    timeout 900 "$build/bin/test_stress" >"$work/files.log" 2>&1 \
-    && pass "files: 500 photos, 1 in 20 broken; 50 random cancels; vanishing sources" \
-    || { tail -n 30 "$work/files.log" >&2; fail files "test_stress failed"; }
+  PICTOVA_STRESS_FILES=500 QT_QPA_PLATFORM=offscreen \
+    timeout 900 "$build/bin/test_cli" brokenPhotosAmongGoodOnes >"$work/files.log" 2>&1 \
+    && pass "files: 500 photos, 1 in 10 broken" \
+    || { tail -n 30 "$work/files.log" >&2; fail files "test_cli brokenPhotosAmongGoodOnes failed"; }
 }
 
 scenario_readonly() {
@@ -179,11 +179,11 @@ sanitizer_build() {
 
 scenario_asan() {
   local dir; dir=$(sanitizer_build PICTOVA_SANITIZE) || { fail asan "build failed"; return; }
-  (cd "$dir" && PICTOVA_STRESS_FILES=500 PICTOVA_STRESS_ROUNDS=50 QT_QPA_PLATFORM=offscreen \
+  (cd "$dir" && PICTOVA_STRESS_FILES=500 QT_QPA_PLATFORM=offscreen \
     ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     LSAN_OPTIONS=suppressions=$root/tests/lsan.supp:print_suppressions=0 \
-    ctest -R 'test_stress|test_cli|test_convert_thread|test_work_queue' --output-on-failure >"$work/asan.log" 2>&1) \
-    && pass "asan: stress (500 photos), CLI, queue and workers under ASan+UBSan" \
+    ctest -R 'test_cli|test_convert_thread|test_engine_parts' --output-on-failure >"$work/asan.log" 2>&1) \
+    && pass "asan: CLI (500 photos), queue and workers under ASan+UBSan" \
     || { tail -n 40 "$work/asan.log" >&2; fail asan "see above"; }
 }
 
@@ -191,8 +191,8 @@ scenario_tsan() {
   local dir; dir=$(sanitizer_build PICTOVA_TSAN) || { fail tsan "build failed"; return; }
   (cd "$dir" && QT_QPA_PLATFORM=offscreen \
     TSAN_OPTIONS="suppressions=$root/tests/tsan.supp halt_on_error=1 second_deadlock_stack=1" \
-    ctest -R 'test_stress|test_cli|test_convert_thread|test_work_queue' --output-on-failure >"$work/tsan.log" 2>&1) \
-    && pass "tsan: queue, workers, stress and CLI under ThreadSanitizer" \
+    ctest -R 'test_cli|test_convert_thread|test_engine_parts' --output-on-failure >"$work/tsan.log" 2>&1) \
+    && pass "tsan: queue, workers and CLI under ThreadSanitizer" \
     || { tail -n 40 "$work/tsan.log" >&2; fail tsan "see above"; }
 }
 

@@ -251,29 +251,6 @@ private slots:
         QCOMPARE(ProgressMeter::duration(qInf()), ProgressMeter::duration(-1));
         QCOMPARE(ProgressMeter::duration(3723.0), QStringLiteral("1:02:03"));
     }
-
-    void summaryListsEveryFailureAndSkip()
-    {
-        BatchConverter::Result result;
-        result.converted = QStringList{"/o/a.jpg", "/o/b.jpg"};
-        result.failed.append(BatchConverter::Failure{"/i/c.heic", "not a HEIF file"});
-        result.notStarted = QStringList{"/i/d\n.heic"};
-        result.stopped = true;
-        const QStringList lines = ConsoleReporter::summaryLines(
-            result, {{"/i/gone.heic", "no such file"}}, {{"/i/a.heic", "named more than once, converted once"}});
-        QCOMPARE(lines, QStringList({
-            "pictova-convert: interrupted; the photos being converted were finished, 1 not started",
-            "pictova-convert: 2 converted, 2 failed, 2 skipped",
-            "failed:",
-            "  /i/gone.heic: no such file",
-            "  /i/c.heic: not a HEIF file",
-            "skipped:",
-            "  /i/a.heic: named more than once, converted once",
-            "  /i/d\\n.heic: not started, the run was interrupted",
-        }));
-        QCOMPARE(ConsoleReporter::summaryLines({}, {}, {}),
-                 QStringList("pictova-convert: 0 converted, 0 failed, 0 skipped"));
-    }
 };
 
 PICTOVA_TEST_GUILESS_MAIN(CliPartsTest)
