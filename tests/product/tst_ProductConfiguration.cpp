@@ -62,10 +62,10 @@ std::wstring w(const QString& s)
 
 // An address with a letter outside Latin-1 and one outside the basic plane,
 // which is where a four-byte wchar_t copied into the file would show.
-const QString kWideUrl = QStringLiteral("https://www.vantora.com/caf\u00e9/\U0001F600");
+const QString kWideUrl = QStringLiteral("https://www.example.org/caf\u00e9/\U0001F600");
 QByteArray wideUrlBytes()
 {
-    QByteArray b = ascii16("https://www.vantora.com/caf", 27);
+    QByteArray b = ascii16("https://www.example.org/caf", 27);
     b += QByteArray("\xE9\x00/\x00\x3D\xD8\x00\xDE", 8);
     b.append(512 - b.size(), '\0');
     return b;
@@ -80,14 +80,6 @@ class tst_ProductConfiguration : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        // The Start menu lives under the data folder here; keep it in the test's
-        // own folder.
-        QVERIFY(m_dataHome.isValid());
-        qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path()));
-    }
-
     void missingFileOrKeyGivesEmptyAddressAndStateOne()
     {
         QTemporaryDir dir;
@@ -217,19 +209,6 @@ private slots:
         QVERIFY(!vc.WriteVersion(L"K", L"v", &one, w(dir.filePath("missing/Version.ini")).c_str()));
     }
 
-    void utf16IniKeepsItsEncoding()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("Version.ini");
-        // "[STATE]\r\nA=2\r\n" as UTF-16LE with a byte-order mark.
-        const QByteArray before = QByteArray("\xFF\xFE", 2) + ascii16("[STATE]\r\nA=2\r\n", 14);
-        QVERIFY(writeAll(path, before));
-        PrivateProfile profile(path);
-        QCOMPARE(profile.readString("state", "a", "1"), QStringLiteral("2"));
-        QVERIFY(profile.writeString("STATE", "B", QStringLiteral("\u00e9")));
-        QCOMPARE(readAll(path), before + QByteArray("B\0=\0\xE9\0\r\0\n\0", 10));
-    }
-
     void installerTrailer_data()
     {
         QTest::addColumn<int>("bytesAfterTrailer");
@@ -319,64 +298,6 @@ private slots:
         QVERIFY(vc.GetVersionInfo(0, &state, url));
         QVERIFY(!vc.GetVersionInfo(1, &state, url));
     }
-
-    void versionBinFromStartMenuLink()
-    {
-        // The installed program folder, found through the product's Start-menu
-        // link, as the installer tools find it.
-        QTemporaryDir install;
-        QVERIFY(writeAll(install.filePath("Pictova"), "program"));
-        const QString linkDir = m_dataHome.path() + "/applications/Vantora/Vantora Pictova";
-        QVERIFY(QDir().mkpath(linkDir));
-        QFile::remove(linkDir + "/Vantora Pictova.lnk");
-        QVERIFY(QFile::link(install.filePath("Pictova"), linkDir + "/Vantora Pictova.lnk"));
-
-        API_VersionControl writer;
-        writer.SetCurrProductName(L"Vantora Pictova");
-        for (int n = 0; n < 19; ++n) {
-            const int state = n == 6 ? 0 : 1;
-            writer.SetMenuStateAndURL(n, &state, w(QString("https://v.example/%1").arg(n)).c_str());
-        }
-        QVERIFY(writer.WriteVersionFile());
-        QVERIFY(!readAll(install.filePath("Version.ini")).contains("VANTORA_MENU_MAX_LENGTH")); // reserved: no key
-
-        API_VersionControl translator;
-        translator.SetCurrProductName(L"Vantora Pictova");
-        translator.VersionTranslated();
-
-        // Header: the last key worked on, zero-filled to 256 bytes; then the
-        // table, where reserved entries read back as missing keys (state 1).
-        QByteArray expected = ascii16("VANTORA_MENU_BY_PRODUCT", 128);
-        for (int n = 0; n < 19; ++n) {
-            const bool reserved = n == 1 || n == 2 || n == 14 || n == 18;
-            const QByteArray url = QString("https://v.example/%1").arg(n).toLatin1();
-            expected += reserved ? record(0, QByteArray(512, '\0'))
-                                 : record(n == 6 ? 0 : 1, ascii16(url.constData(), 256));
-        }
-        QCOMPARE(readAll(install.filePath("Version.bin")), expected);
-
-        // Without a link for the product nothing is written anywhere.
-        API_VersionControl stranger;
-        stranger.SetCurrProductName(L"Some Other Program");
-        QVERIFY(!stranger.WriteVersionFile());
-    }
-
-    void internetShortcut()
-    {
-        QTemporaryDir dir;
-        API_VersionControl vc;
-        const QString path = dir.filePath(" Homepage on the Web.url");
-        vc.SetLinkUrl(w(path).c_str(), L"https://example.org/pictova/");
-        QCOMPARE(readAll(path), QByteArray("[InternetShortcut]\r\nURL=https://example.org/pictova/"));
-
-        // An address too long for the shortcut buffer writes nothing.
-        const QString tooLong = dir.filePath("long.url");
-        vc.SetLinkUrl(w(tooLong).c_str(), w("https://x.example/" + QString(300, 'a')).c_str());
-        QVERIFY(!QFile::exists(tooLong));
-    }
-
-private:
-    QTemporaryDir m_dataHome;
 };
 
 PICTOVA_TEST_GUILESS_MAIN(tst_ProductConfiguration)

@@ -1,19 +1,14 @@
 #include "SkinImages.h"
 #include "SkinStyle.h"
-#include "StyleHelpers.h"
 #include "TestSandbox.h"
 #include "TipDialog.h"
 #include "VNMessageBox.h"
 #include "VNStyleButton.h"
-#include "VNStyleCheckBox.h"
 #include "VNStyleWidget.h"
 #include "VNStyleWidgetTitle.h"
 
-#include <QCheckBox>
 #include <QDirIterator>
-#include <QFontInfo>
 #include <QImageReader>
-#include <QLabel>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -32,12 +27,6 @@ void mouse(QWidget* w, QEvent::Type type, QPoint at, Qt::MouseButton button, QPo
         held = button;
     QMouseEvent event(type, at, global.isNull() ? w->mapToGlobal(at) : global, button, held, Qt::NoModifier);
     QApplication::sendEvent(w, &event);
-}
-
-void send(QWidget* w, QEvent::Type type)
-{
-    QEvent e(type);
-    QApplication::sendEvent(w, &e);
 }
 
 } // namespace
@@ -65,7 +54,6 @@ private slots:
         m_normal = make("n.png", Qt::red);
         m_hover = make("h.png", Qt::green);
         m_pressed = make("p.png", Qt::blue);
-        m_disabled = make("d.png", Qt::gray);
     }
 
     void buttonClicksOnlyOnALeftReleaseInside()
@@ -91,63 +79,6 @@ private slots:
         QSignalSpy plainClicked(&plain, &QAbstractButton::clicked);
         QTest::mouseClick(&plain, Qt::LeftButton);
         QCOMPARE(plainClicked.count(), 1);
-    }
-
-    void buttonPictureFollowsItsState()
-    {
-        VNStyleButton button;
-        button.resize(100, 30);
-        button.setImages(m_normal, m_hover, m_pressed, m_disabled);
-        send(&button, QEvent::Enter);
-        QCOMPARE(button.currentImage(), m_hover);
-        send(&button, QEvent::Leave);
-        QCOMPARE(button.currentImage(), m_normal);
-        button.setEnabled(false);
-        QCOMPARE(button.currentImage(), m_disabled);
-        mouse(&button, QEvent::MouseButtonPress, {1, 1}, Qt::LeftButton);
-        QCOMPARE(button.currentImage(), m_disabled);
-
-        // The three-picture setter keeps the disabled picture set before.
-        button.setImages(m_normal, m_hover, m_pressed);
-        QCOMPARE(button.currentImage(), m_disabled);
-
-    }
-
-    void buttonHoverEndsWhenHiddenOrLeftUnderAModal()
-    {
-        QWidget window;
-        window.setGeometry(300, 300, 200, 100);
-        auto* button = new VNStyleButton(&window);
-        button->setGeometry(10, 10, 100, 30);
-        button->setImages(m_normal, m_hover, m_pressed);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-
-        // The click opens something modal; when it returns the pointer is far
-        // away and no leave event came.
-        QCursor::setPos(5, 5);
-        send(button, QEvent::Enter);
-        mouse(button, QEvent::MouseButtonPress, {50, 15}, Qt::LeftButton);
-        mouse(button, QEvent::MouseButtonRelease, {50, 15}, Qt::LeftButton);
-        QCOMPARE(button->currentImage(), m_normal);
-
-        // Hidden under the pointer (its dialog closed): normal when shown again,
-        // and the screens' hover filters hear that the pointer left.
-        struct Counter : QObject
-        {
-            int leaves = 0;
-            bool eventFilter(QObject*, QEvent* e) override
-            {
-                leaves += e->type() == QEvent::HoverLeave;
-                return false;
-            }
-        } counter;
-        button->installEventFilter(&counter);
-        send(button, QEvent::Enter);
-        window.hide();
-        window.show();
-        QCOMPARE(button->currentImage(), m_normal);
-        QCOMPARE(counter.leaves, 1);
     }
 
     void titleBarDragsItsWindowButNotOffTheScreen()
@@ -305,36 +236,6 @@ private slots:
         QVERIFY(!box.isVisible());
     }
 
-    void checkBoxReportsItsRow()
-    {
-        VNStyleCheckBox box(7);
-        box.resize(84, 44);
-        box.show();
-        QSignalSpy states(&box, &VNStyleCheckBox::signal_StateChanged);
-        QSignalSpy clicks(&box, &VNStyleCheckBox::signal_Clicked);
-        auto* inner = box.findChild<QCheckBox*>();
-        QTest::mouseClick(inner, Qt::LeftButton, {}, inner->rect().center());
-        QTest::mouseClick(inner, Qt::LeftButton, {}, inner->rect().center());
-        QCOMPARE(states.at(0), (QList<QVariant>{2, 7}));
-        QCOMPARE(states.at(1), (QList<QVariant>{0, 7}));
-        QCOMPARE(clicks.count(), 2);
-        // A change made by the program is reported too, but is not a click.
-        box.setCheckState(Qt::PartiallyChecked);
-        QCOMPARE(states.at(2), (QList<QVariant>{1, 7}));
-        QCOMPARE(clicks.count(), 2);
-        box.setTristateOff();
-        QVERIFY(!inner->isTristate());
-    }
-
-    void elidedLabelKeepsTheFullName()
-    {
-        QLabel label;
-        const QString text = QStringLiteral("a_rather_long_file_name_from_a_phone_IMG_20240101_123456.HEIC");
-        StyleHelpers::setElidedText(&label, text, 80);
-        QVERIFY(label.text().size() < text.size());
-        QCOMPARE(label.toolTip(), text);
-    }
-
     void sizeScalingEnds()
     {
         double out = -1;
@@ -343,17 +244,6 @@ private slots:
         // Values that could never come down end instead of recursing forever.
         QCOMPARE(SkinStyle::scaleSize(5000.0, 1.0, out), 0);
         QCOMPARE(SkinStyle::scaleSize(qInf(), 1024.0, out), 0);
-    }
-
-    void fontFallsBackToAnInstalledFace()
-    {
-        const QFontInfo shown(SkinStyle().font(34));
-        if (shown.family() == QLatin1String("Segoe UI"))
-            QSKIP("Segoe UI itself is installed");
-        // Without the substitution fontconfig picks its own default, usually
-        // DejaVu Sans, whose width breaks the fixed-size layouts.
-        QVERIFY2(QStringList({"Open Sans", "Noto Sans", "Liberation Sans"}).contains(shown.family()),
-                 qPrintable(shown.family()));
     }
 
     // Every picture the program can ask for must be there after the build, at
@@ -426,23 +316,9 @@ private slots:
         QVERIFY2(missing.isEmpty(), qPrintable("not in widgets/SkinImages.h:\n" + missing.join('\n')));
     }
 
-    void highDpiScreensGetTheSharpCopy()
-    {
-        const QString file = SkinStyle().skinDir() + QStringLiteral("/Button/close_icon_normal.png");
-        const QSizeF shown = SkinStyle::pixmap(file, 1.0).size();
-        for (qreal ratio : {1.5, 2.0}) {
-            const QPixmap picture = SkinStyle::pixmap(file, ratio);
-            // Shown at the same size on every screen, with twice the pixels.
-            QCOMPARE(picture.size() / picture.devicePixelRatio(), shown);
-            QCOMPARE(picture.devicePixelRatio(), 2.0);
-        }
-        // A picture without a sharp copy is still shown.
-        QCOMPARE(SkinStyle::pixmap(m_normal, 2.0).size(), QSize(10, 10));
-    }
-
 private:
     QTemporaryDir m_dir;
-    QString m_normal, m_hover, m_pressed, m_disabled;
+    QString m_normal, m_hover, m_pressed;
 };
 
 PICTOVA_TEST_MAIN(TestWidgets)
