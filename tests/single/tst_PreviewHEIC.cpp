@@ -11,17 +11,11 @@
 #include <QtTest>
 
 #include "DecoderLibrary.h"
+#include "EngineTestSupport.h"
 #include "HeicFixture.h"
 #include "PreviewHEIC.h"
 #include "SingleConverting.h"
 #include "VNStyleButton.h"
-
-// QSKIP leaves only the function it is written in, so this stays a macro.
-#define REQUIRE_DECODER()                                                                          \
-    do {                                                                                           \
-        if (!m_decoder)                                                                            \
-            QSKIP("the decoding library was not built");                                          \
-    } while (false)
 
 // Stands in for the desktop's file manager.
 class FolderOpener : public QObject
@@ -73,31 +67,6 @@ QSize shownSize(QWidget* page)
     return previewLabel(page)->pixmap(Qt::ReturnByValue).size();
 }
 
-// Quadrants with grain on top: flat colours compress to almost nothing at
-// any quality, grain makes the quality show in the file size.
-QImage grainyQuadrants(int width, int height)
-{
-    QImage picture = HeicFixture::quadrants(width, height).convertToFormat(QImage::Format_RGB32);
-    quint32 seed = 12345;
-    for (int y = 0; y < height; ++y) {
-        auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
-        for (int x = 0; x < width; ++x) {
-            seed = seed * 1664525u + 1013904223u;
-            const int grain = int(seed >> 27) - 16;
-            const QRgb p = line[x];
-            line[x] = qRgb(qBound(0, qRed(p) + grain, 255), qBound(0, qGreen(p) + grain, 255),
-                           qBound(0, qBlue(p) + grain, 255));
-        }
-    }
-    return picture;
-}
-
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 class TestPreviewHEIC : public QObject
@@ -117,6 +86,7 @@ private slots:
         // Drive-letter folders of the folder table must not land in the source tree.
         QVERIFY(QDir::setCurrent(m_work.path()));
         m_decoder = DecoderLibrary::bind().convert;
+        QVERIFY2(m_decoder, "the decoding library is not beside the test");
     }
 
     void detailsFromTheFileSystem()
@@ -184,10 +154,9 @@ private slots:
 
     void previewAndConvertAtBothQualities()
     {
-        REQUIRE_DECODER();
         HeicFixtureOptions options;
         options.exifTiff = HeicFixture::exifBlock(1, "2021:06:01 12:00:00");
-        const QString heic = writeHeic("quadrants.HEIC", grainyQuadrants(640, 480), options);
+        const QString heic = writeHeic("gradient.HEIC", HeicFixture::gradient(640, 480), options);
         if (heic.isEmpty())
             QSKIP("libheif has no HEVC encoder here");
         const QDateTime copied(QDate(2024, 2, 3), QTime(4, 5, 6));
@@ -218,7 +187,7 @@ private slots:
         // Once read, the date is when the photo was taken, not when it was copied.
         QCOMPARE(info.at(1).at(1).toString(), QString("06-01-2021"));
 
-        const QString jpg = out + "/Vantora/quadrants.jpg";
+        const QString jpg = out + "/Vantora/gradient.jpg";
         QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
         auto* slider = page.findChild<QSlider*>("Slider_PhotoQuality");
         auto* convert = page.findChild<VNStyleButton*>("pushButton_Convert");
@@ -228,7 +197,7 @@ private slots:
         QCOMPARE(saved.at(0).at(0).toString(), jpg);
         QCOMPARE(page.dialogsRun, 1);
         QVERIFY(page.convertingDialog());
-        const QByteArray atZero = readAll(jpg);
+        const QByteArray atZero = EngineTest::readFile(jpg);
 
         // "Open Folder" in the success dialog shows the folder the JPEG went to.
         FolderOpener opener;
@@ -240,7 +209,7 @@ private slots:
         slider->setValue(100);
         QTest::mouseClick(convert, Qt::LeftButton);
         QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 2, 20000);
-        const QByteArray atHundred = readAll(jpg);
+        const QByteArray atHundred = EngineTest::readFile(jpg);
 
         QVERIFY2(atHundred.size() > 2 * atZero.size(),
                  qPrintable(QString("%1 vs %2").arg(atHundred.size()).arg(atZero.size())));
@@ -248,21 +217,19 @@ private slots:
         QVERIFY(atHundred.contains(QByteArray("Exif\0\0", 6)));
         const QImage written = QImage::fromData(atHundred, "JPG");
         QCOMPARE(written.size(), QSize(640, 480));
-        // Top-left red, bottom-right white: the picture is upright and whole.
-        const QColor topLeft = written.pixelColor(40, 40);
-        const QColor bottomRight = written.pixelColor(600, 440);
-        QVERIFY(topLeft.red() > 200 && topLeft.green() < 60 && topLeft.blue() < 60);
-        QVERIFY(bottomRight.red() > 200 && bottomRight.green() > 200 && bottomRight.blue() > 200);
+        // Red grows to the right, green downwards: the picture is upright and whole.
+        const QColor topRight = written.pixelColor(600, 40), bottomLeft = written.pixelColor(40, 440);
+        QVERIFY(topRight.red() > 200 && topRight.green() < 60);
+        QVERIFY(bottomLeft.green() > 200 && bottomLeft.red() < 60);
         // The JPEG sorts with its photo in a library.
         QCOMPARE(QFileInfo(jpg).lastModified(), copied);
         // Nothing but the one JPEG in the output folder: no temporary left over.
         QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden),
-                 QStringList{"quadrants.jpg"});
+                 QStringList{"gradient.jpg"});
     }
 
     void defaultFolderIsVantoraOnTheDesktop()
     {
-        REQUIRE_DECODER();
         const QString heic = writeHeic("a.heic.HEIC", HeicFixture::quadrants(64, 48));
         if (heic.isEmpty())
             QSKIP("libheif has no HEVC encoder here");
@@ -283,7 +250,6 @@ private slots:
 
     void unwritableTargetLeavesNothing()
     {
-        REQUIRE_DECODER();
         const QString heic = writeHeic("blocked.HEIC", HeicFixture::quadrants(64, 48));
         if (heic.isEmpty())
             QSKIP("libheif has no HEVC encoder here");
@@ -313,7 +279,6 @@ private slots:
 
     void unreadablePhotoIsNamedWithTheReason()
     {
-        REQUIRE_DECODER();
         for (const QByteArray& content : {QByteArray("not a photo at all"), QByteArray()}) {
             const QString path = m_work.filePath("broken.heic");
             QFile file(path);

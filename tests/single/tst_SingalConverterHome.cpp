@@ -66,27 +66,6 @@ class TestSingalConverterHome : public QObject
 private slots:
     void initTestCase() { qRegisterMetaType<QVector<QString>>(); }
 
-    void dragEnterNeedsUriList_data()
-    {
-        QTest::addColumn<QString>("format");
-        QTest::addColumn<bool>("accepted");
-        QTest::newRow("uri list") << "text/uri-list" << true;
-        QTest::newRow("plain text") << "text/plain" << false;
-    }
-
-    void dragEnterNeedsUriList()
-    {
-        QFETCH(QString, format);
-        QFETCH(bool, accepted);
-        ScriptedHome page;
-        QMimeData data;
-        data.setData(format, "file:///tmp/a.HEIC\r\n");
-        QDragEnterEvent event(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        event.ignore();
-        page.deliver(&event);
-        QCOMPARE(event.isAccepted(), accepted);
-    }
-
     // The single page previews the first path only if it ends in ".HEIC" or
     // ".heic"; the batch page takes the lot only if every path ends in ".HEIC".
     void dropRules_data()
