@@ -86,17 +86,6 @@ bool close(const QColor& a, const QColor& b, int tolerance = 40)
            && qAbs(a.blue() - b.blue()) <= tolerance;
 }
 
-double meanLevel(const QImage& image)
-{
-    double sum = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb p = image.pixel(x, y);
-            sum += qRed(p) + qGreen(p) + qBlue(p);
-        }
-    return sum / (3.0 * image.width() * image.height());
-}
-
 // libheif's own RGB decoding of a file, for comparisons.
 QImage libheifDecode(const QByteArray& heic)
 {
@@ -161,14 +150,6 @@ QByteArray encodeOrSkip(const QImage& picture, const HeicFixtureOptions& options
     return bytes;
 }
 
-// Photos described by nclx primaries (libheif leaves the box out unless told).
-QByteArray encodeWithNclx(const QImage& picture, int primaries)
-{
-    HeicFixtureOptions options;
-    options.nclxPrimaries = primaries;
-    return encodeOrSkip(picture, options);
-}
-
 // The mean colour of a rectangle, to compare flat areas without the noise
 // of JPEG coding.
 QColor meanColour(const QImage& image, QRect area)
@@ -217,25 +198,12 @@ private slots:
         QCOMPARE(jpeg.iccProfile(), options.icc);
     }
 
-    void largeIccProfileIsChunked()
-    {
-        HeicFixtureOptions options;
-        QByteArray icc = QColorSpace(QColorSpace::SRgb).iccProfile();
-        // Padding after the tagged data keeps the profile readable and makes it
-        // need three APP2 segments.
-        icc.append(QByteArray(150000 - icc.size(), '\x5A'));
-        qToBigEndian<quint32>(quint32(icc.size()), icc.data());
-        options.icc = icc;
-        const Result r = convert(encodeOrSkip(HeicFixture::quadrants(32, 32), options));
-        QVERIFY(r.code > 0);
-        const JpegInspector jpeg(r.jpeg);
-        QCOMPARE(jpeg.segments(0xE2).size(), 3);
-        QCOMPARE(jpeg.iccProfile(), icc);
-    }
-
+    // Photos described by nclx primaries (libheif leaves the box out unless told).
     void nclxDisplayP3GetsProfile()
     {
-        const Result r = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 12));
+        HeicFixtureOptions options;
+        options.nclxPrimaries = 12;
+        const Result r = convert(encodeOrSkip(HeicFixture::quadrants(64, 48), options));
         QVERIFY(r.code > 0);
         const QByteArray icc = JpegInspector(r.jpeg).iccProfile();
         QVERIFY(!icc.isEmpty());
@@ -245,7 +213,8 @@ private slots:
         QCOMPARE(space.transferFunction(), QColorSpace::TransferFunction::SRgb);
 
         // BT.709 primaries are what a JPEG without a profile means already.
-        const Result plain = convert(encodeWithNclx(HeicFixture::quadrants(64, 48), 1));
+        options.nclxPrimaries = 1;
+        const Result plain = convert(encodeOrSkip(HeicFixture::quadrants(64, 48), options));
         QVERIFY(plain.code > 0);
         QVERIFY(JpegInspector(plain.jpeg).iccProfile().isEmpty());
     }
@@ -336,7 +305,6 @@ private slots:
         options.nclxPrimaries = 1;
         options.fullRange = fullRange;
         options.nclxMatrix = matrix;
-        const Result eight = convert(encodeOrSkip(source, options), 95);
         options.bitDepth = bits;
         QByteArray heic = encodeOrSkip(source, options);
         if (turned) {
@@ -348,14 +316,8 @@ private slots:
             heic = file.build();
         }
         const Result deep = convert(heic, 95);
-        QVERIFY(eight.code > 0);
         QVERIFY(deep.code > 0);
-        const QImage a = decoded(eight), b = decoded(deep);
-        // Dropping the low bits would darken the picture by about half a level
-        // per bit dropped; rounding keeps the mean where the source has it.
-        QVERIFY2(qAbs(meanLevel(b) - meanLevel(source)) < 1.5,
-                 qPrintable(QStringLiteral("%1 vs %2").arg(meanLevel(b)).arg(meanLevel(source))));
-        QVERIFY(qAbs(meanLevel(a) - meanLevel(b)) < 1.5);
+        const QImage b = decoded(deep);
         const double db = psnr(b, libheifDecode(heic));
         QVERIFY2(db >= 40.0, qPrintable(QString("PSNR %1 dB").arg(db)));
         if (!turned)
@@ -562,39 +524,27 @@ private slots:
             QVERIFY2(close(image.pixelColor(probes[i]), colours[i], 12), qPrintable(QString::number(i)));
     }
 
+    // Files whose boxes contradict each other. libheif 1.15 decodes whatever
+    // size the HEVC parameter sets declare, whatever the file says; a
+    // converter that passes these on spends seconds and gigabytes on a
+    // picture that cannot be right. (The structures that abort libheif are
+    // among the regression inputs below.)
     void contradictoryFilesAreRefused_data()
     {
-        // Files whose boxes contradict each other. libheif 1.15 asserts on a
-        // derived image built from a non-image item, and decodes whatever size
-        // the HEVC parameter sets declare, whatever the file says; a converter
-        // that passes these on aborts, or spends seconds and gigabytes on a
-        // picture that cannot be right.
         QTest::addColumn<QString>("kind");
-        QTest::addColumn<int>("code");
-        for (const char* kind : {"overlay of hvc2", "identity of Exif", "picture beyond its ispe",
-                                 "grid tile beyond its ispe", "alpha beyond its ispe", "overlay far beyond its canvas",
-                                 "AV1 item without data", "grid of one tile repeated"})
-            QTest::newRow(kind) << QString::fromLatin1(kind) << int(DECODEX_ERR_DECODE_FAILED);
-        QTest::newRow("overlay canvas beyond its ispe") << "overlay canvas beyond its ispe" << int(DECODEX_ERR_IMAGE_TOO_LARGE);
+        for (const char* kind : {"grid tile beyond its ispe", "alpha beyond its ispe", "overlay far beyond its canvas"})
+            QTest::newRow(kind) << QString::fromLatin1(kind);
     }
 
     void contradictoryFilesAreRefused()
     {
         QFETCH(QString, kind);
-        QFETCH(int, code);
         const HeifBuilder::Hevc small = flatTile(64, 48, Qt::gray);
         HeifBuilder::Hevc big = flatTile(640, 480, Qt::gray);
         if (small.data.isEmpty() || big.data.isEmpty())
             QSKIP("libheif has no HEVC encoder");
         HeifBuilder file;
-        if (kind == "overlay canvas beyond its ispe") {
-            // One 64x48 input on a canvas of 8192x8192 that the file calls 64x48.
-            const QByteArray iovl = QByteArray(10, '\0') + QByteArray("\x20\0\x20\0\0\0\0\0", 8);
-            const int overlay = file.addItem("iovl", iovl, true);
-            file.addProperty(overlay, "ispe", HeifBuilder::ispe(64, 48));
-            file.addReference("dimg", overlay, {file.addHevc(small)});
-            file.setPrimary(overlay);
-        } else if (kind == "overlay far beyond its canvas") {
+        if (kind == "overlay far beyond its canvas") {
             // Sixteen honest 640x480 pictures laid over a 64x48 canvas.
             QByteArray iovl = QByteArray(10, '\0') + QByteArray("\0\x40\0\x30", 4) + QByteArray(16 * 4, '\0');
             const int overlay = file.addItem("iovl", iovl, true);
@@ -604,50 +554,23 @@ private slots:
                 inputs << file.addHevc(big);
             file.addReference("dimg", overlay, inputs);
             file.setPrimary(overlay);
-        } else if (kind == "overlay of hvc2" || kind == "identity of Exif") {
-            const bool overlay = kind.startsWith("overlay");
-            // An overlay of one input on a 64x48 canvas, fill and offsets zero.
-            const QByteArray iovl = QByteArray(10, '\0') + QByteArray("\0\x40\0\x30\0\0\0\0", 8);
-            const int derived = file.addItem(overlay ? "iovl" : "iden", overlay ? iovl : QByteArray(), overlay);
-            file.addProperty(derived, "ispe", HeifBuilder::ispe(64, 48));
-            const int input = overlay ? file.addHevc(small, "hvc2") : file.addItem("Exif", QByteArray(16, '\0'));
-            file.addReference("dimg", derived, {input});
-            file.setPrimary(derived);
-        } else if (kind == "AV1 item without data") {
-            // The system AV1 decoder leaks on every empty picture it is given.
-            const int av1 = file.addItem("av01", QByteArray());
-            file.addProperty(av1, "av1C", QByteArray("\x81\x00\x0c\x00", 4), true);
-            file.addProperty(av1, "ispe", HeifBuilder::ispe(64, 48));
-            file.setPrimary(av1);
-        } else if (kind == "grid of one tile repeated") {
-            // 64 uses of one 64x48 tile would make a 512x384 picture of a tiny file.
-            const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(8, 8, 512, 384), true);
-            file.addProperty(grid, "ispe", HeifBuilder::ispe(512, 384));
-            file.addReference("dimg", grid, QVector<int>(64, file.addHevc(small)).toList());
-            file.setPrimary(grid);
-        } else if (kind == "picture beyond its ispe") {
-            big.width = 64;
-            big.height = 48;
-            file.setPrimary(file.addHevc(big));
-        } else if (kind == "alpha beyond its ispe") {
-            big.width = 64;
-            big.height = 48;
-            const int primary = file.addHevc(small);
-            const int alpha = file.addHevc(big);
-            file.addProperty(alpha, "auxC", QByteArray(4, '\0') + "urn:mpeg:hevc:2015:auxid:1" + QByteArray(1, '\0'));
-            file.addReference("auxl", alpha, {primary});
-            file.setPrimary(primary);
         } else {
-            // A 1x2 grid of 64x48 tiles, the second one coded at 640x480.
-            const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(1, 2, 128, 48), true);
-            file.addProperty(grid, "ispe", HeifBuilder::ispe(128, 48));
-            big.width = 64;
+            big.width = 64; // the 640x480 picture labelled 64x48
             big.height = 48;
-            file.addReference("dimg", grid, {file.addHevc(small), file.addHevc(big)});
-            file.setPrimary(grid);
+            if (kind == "alpha beyond its ispe") {
+                const int primary = file.addHevc(small);
+                const int alpha = file.addHevc(big);
+                file.addProperty(alpha, "auxC", QByteArray(4, '\0') + "urn:mpeg:hevc:2015:auxid:1" + QByteArray(1, '\0'));
+                file.addReference("auxl", alpha, {primary});
+                file.setPrimary(primary);
+            } else { // a 1x2 grid of 64x48 tiles, the second one coded at 640x480
+                const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(1, 2, 128, 48), true);
+                file.addProperty(grid, "ispe", HeifBuilder::ispe(128, 48));
+                file.addReference("dimg", grid, {file.addHevc(small), file.addHevc(big)});
+                file.setPrimary(grid);
+            }
         }
-        const Result r = convert(file.build());
-        QCOMPARE(r.code, code);
+        QCOMPARE(convert(file.build()).code, int(DECODEX_ERR_DECODE_FAILED));
     }
 
     void regressionInputsFail()
