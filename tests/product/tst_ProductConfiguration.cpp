@@ -186,29 +186,6 @@ private slots:
         QCOMPARE(urlOf(vc, 6, &state), longUrl.left(255));
     }
 
-    void iniWritesLikeWindowsProfileFunctions()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("Version.ini");
-        API_VersionControl vc;
-        const std::wstring wpath = w(path);
-        const int one = 1, zero = 0;
-        // A new key joins the end of its section; an existing one is replaced
-        // in place under the caller's spelling; other lines stay as they were.
-        QVERIFY(writeAll(path, "; keep me\n[VERSION]\nvantora_menu_tutorial=old\n\n[STATE]\n"
-                               "VANTORA_MENU_TUTORIAL=1\n\n[Other]\nx=1\n"));
-        QVERIFY(vc.WriteVersion(L"VANTORA_MENU_TUTORIAL", L"https://n.example/", &zero, wpath.c_str()));
-        QVERIFY(vc.WriteVersion(L"VANTORA_MENU_CONTACT_US", L"https://c.example/", &one, wpath.c_str()));
-        QCOMPARE(readAll(path), QByteArray("; keep me\r\n[VERSION]\r\n"
-                                           "VANTORA_MENU_TUTORIAL=https://n.example/\r\n"
-                                           "VANTORA_MENU_CONTACT_US=https://c.example/\r\n\r\n"
-                                           "[STATE]\r\nVANTORA_MENU_TUTORIAL=0\r\n"
-                                           "VANTORA_MENU_CONTACT_US=1\r\n\r\n[Other]\r\nx=1\r\n"));
-
-        // A folder that cannot be written to reports failure.
-        QVERIFY(!vc.WriteVersion(L"K", L"v", &one, w(dir.filePath("missing/Version.ini")).c_str()));
-    }
-
     void installerTrailer_data()
     {
         QTest::addColumn<int>("bytesAfterTrailer");
