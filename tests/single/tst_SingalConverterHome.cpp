@@ -66,33 +66,39 @@ class TestSingalConverterHome : public QObject
 private slots:
     void initTestCase() { qRegisterMetaType<QVector<QString>>(); }
 
-    // The single page previews the first path only if it ends in ".HEIC" or
-    // ".heic"; the batch page takes the lot only if every path ends in ".HEIC".
-    void dropRules_data()
+    // What the drop page hands on, from a drop or from its chooser: the
+    // single page the first photo, the batch page every photo (and how many
+    // other files a drop left out). The chooser's own filter picks photos,
+    // so what it gives is handed on as it is.
+    void photosHandedOn_data()
     {
         QTest::addColumn<bool>("batchMode");
-        QTest::addColumn<QStringList>("dropped");
+        QTest::addColumn<bool>("chooser");
+        QTest::addColumn<QStringList>("given");
         QTest::addColumn<QStringList>("taken"); // previewed (single) or added (batch)
         QTest::addColumn<int>("leftOut");
-        auto row = [](const char* name, bool batch, QStringList dropped, QStringList taken, int leftOut) {
-            QTest::newRow(name) << batch << dropped << taken << leftOut;
+        auto row = [](const char* name, bool batch, bool chooser, QStringList given, QStringList taken, int leftOut) {
+            QTest::newRow(name) << batch << chooser << given << taken << leftOut;
         };
-        row("single: every HEIF ending, any case", false, {"/p/a.Heic"}, {"/p/a.Heic"}, 0);
-        row("single: camera .HIF", false, {"/p/DSC1.HIF"}, {"/p/DSC1.HIF"}, 0);
-        row("single: first photo of a mixed drop", false, {"/p/a.png", "/p/b.heif", "/p/c.heic"},
-            {"/p/b.heif"}, 0);
-        row("single: nothing to take", false, {"/p/a.jpg"}, {}, 1);
-        row("single: no urls", false, {}, {}, 0);
-        row("batch: photos kept, others counted", true,
-            {"/p/a.HEIC", "/p/b.jpg", "/p/c.heic", "/p/d.hif", "/p/e"},
+        row("single: every HEIF ending, any case", false, false, {"/p/a.Heic"}, {"/p/a.Heic"}, 0);
+        row("single: camera .HIF", false, false, {"/p/DSC1.HIF"}, {"/p/DSC1.HIF"}, 0);
+        row("single: first photo of a mixed drop", false, false, {"/p/a.png", "/p/b.heif", "/p/c.heic"}, {"/p/b.heif"}, 0);
+        row("single: nothing to take", false, false, {"/p/a.jpg"}, {}, 1);
+        row("single: no urls", false, false, {}, {}, 0);
+        row("batch: photos kept, others counted", true, false, {"/p/a.HEIC", "/p/b.jpg", "/p/c.heic", "/p/d.hif", "/p/e"},
             {"/p/a.HEIC", "/p/c.heic", "/p/d.hif"}, 2);
-        row("batch: nothing to take", true, {"/p/b.jpg"}, {}, 1);
+        row("batch: nothing to take", true, false, {"/p/b.jpg"}, {}, 1);
+        row("single chooser", false, true, {"/p/a.heic"}, {"/p/a.heic"}, 0);
+        row("single chooser, cancelled", false, true, {}, {}, 0);
+        row("batch chooser, in dialog order", true, true, {"/p/b.HEIC", "/p/a.heic", "/p/typed by hand"},
+            {"/p/b.HEIC", "/p/a.heic", "/p/typed by hand"}, 0);
     }
 
-    void dropRules()
+    void photosHandedOn()
     {
         QFETCH(bool, batchMode);
-        QFETCH(QStringList, dropped);
+        QFETCH(bool, chooser);
+        QFETCH(QStringList, given);
         QFETCH(QStringList, taken);
         QFETCH(int, leftOut);
         ScriptedHome page;
@@ -100,13 +106,18 @@ private slots:
         QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
         QSignalSpy batch(&page, &SingalConverterHome::signal_addHeicFile);
         QSignalSpy told(&page, &SingalConverterHome::signal_FilesLeftOut);
-
-        // Text without urls first: never taken for a path.
-        auto* text = new QMimeData;
-        text->setText("/p/a.HEIC");
-        drop(&page, text);
-        drop(&page, urlData(dropped));
-
+        if (chooser) {
+            page.filesAnswer = given;
+            page.fileAnswer = given.value(0);
+            page.slot_SelectHEIC();
+            QCOMPARE(page.dialogsShown, 1);
+        } else {
+            // Text without urls first: never taken for a path.
+            auto* text = new QMimeData;
+            text->setText("/p/a.HEIC");
+            drop(&page, text);
+            drop(&page, urlData(given));
+        }
         QStringList got;
         for (const QList<QVariant>& call : preview)
             got << call.at(0).toString();
@@ -120,46 +131,6 @@ private slots:
                 box->close();
         });
         QTest::qWait(leftOut ? 100 : 0);
-    }
-
-    // The single chooser previews only ".HEIC"; the batch chooser hands over
-    // whatever the dialog gave, even nothing.
-    void chooserRules_data()
-    {
-        QTest::addColumn<bool>("batchMode");
-        QTest::addColumn<QStringList>("answer");
-        QTest::addColumn<int>("previews");
-        QTest::addColumn<int>("batches");
-        QTest::newRow("single: upper case") << false << QStringList{"/p/a.HEIC"} << 1 << 0;
-        QTest::newRow("single: lower case") << false << QStringList{"/p/a.heic"} << 1 << 0;
-        QTest::newRow("single: cancelled") << false << QStringList{} << 0 << 0;
-        QTest::newRow("batch: cancelled") << true << QStringList{} << 0 << 1;
-        QTest::newRow("batch: mixed endings, in dialog order")
-            << true << QStringList{"/p/b.HEIC", "/p/a.heic", "/p/typed by hand"} << 0 << 1;
-    }
-
-    void chooserRules()
-    {
-        QFETCH(bool, batchMode);
-        QFETCH(QStringList, answer);
-        QFETCH(int, previews);
-        QFETCH(int, batches);
-        ScriptedHome page;
-        page.setBatchMode(batchMode);
-        page.filesAnswer = answer;
-        page.fileAnswer = answer.value(0);
-        QSignalSpy preview(&page, &SingalConverterHome::signal_ToPreviewView);
-        QSignalSpy batch(&page, &SingalConverterHome::signal_addHeicFile);
-
-        page.slot_SelectHEIC();
-
-        QCOMPARE(page.dialogsShown, 1);
-        QCOMPARE(preview.count(), previews);
-        if (previews)
-            QCOMPARE(preview.at(0).at(0).toString(), answer.first());
-        QCOMPARE(batch.count(), batches);
-        if (batches)
-            QCOMPARE(toList(batch.at(0).at(0).value<QVector<QString>>()), answer);
     }
 };
 
