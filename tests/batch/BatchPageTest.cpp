@@ -336,27 +336,6 @@ private slots:
         QCOMPARE(BatchRules::progressPercent(3, 3), 100);
         QCOMPARE(BatchRules::progressPercent(2, 0), 0);
     }
-
-    void removeTickedRow_data()
-    {
-        QTest::addColumn<QList<int>>("before");
-        QTest::addColumn<int>("row");
-        QTest::addColumn<QList<int>>("after");
-        QTest::newRow("single") << QList<int>{2, 0, 5} << 0 << QList<int>{2, 5};
-        QTest::newRow("absent") << QList<int>{2, 0} << 7 << QList<int>{2, 0};
-        QTest::newRow("second of an adjacent pair survives") << QList<int>{3, 3} << 3 << QList<int>{3};
-        QTest::newRow("apart, both go") << QList<int>{4, 0, 4} << 4 << QList<int>{0};
-        QTest::newRow("pair in the middle") << QList<int>{0, 2, 2, 1} << 2 << QList<int>{0, 2, 1};
-    }
-
-    void removeTickedRow()
-    {
-        QFETCH(QList<int>, before);
-        QFETCH(int, row);
-        QFETCH(QList<int>, after);
-        BatchRules::removeTickedRow(before, row);
-        QCOMPARE(before, after);
-    }
 };
 
 PICTOVA_TEST_MAIN(BatchPageTest)

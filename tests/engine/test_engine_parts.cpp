@@ -1,10 +1,9 @@
-// The engine's parts that need no decoder: output names and folders, the
-// work queue, the memory budget, and the writer every JPEG goes through.
+// The engine's parts that need no decoder: the work queue, the memory
+// budget, and the writer every JPEG goes through.
 #include "TestSandbox.h"
 #include "AtomicFileWriter.h"
 #include "EngineTestSupport.h"
 #include "MemoryBudget.h"
-#include "OutputNaming.h"
 #include "WorkQueue.h"
 
 #include <algorithm>
@@ -18,64 +17,11 @@
 #include <unistd.h>
 #endif
 
-namespace {
-const QString kDesktop = QStringLiteral("C:/Users/ann/Desktop");
-}
-
 class EnginePartsTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    // The folder is stable: a path the rule made maps to itself, so later
-    // photos of a run go where the first went.
-    void folders_data()
-    {
-        QTest::addColumn<QString>("savePath");
-        QTest::addColumn<QString>("worker");
-        QTest::addColumn<QString>("preview");
-        QTest::newRow("none: the desktop's") << "" << kDesktop + "/Vantora/" << kDesktop + "/Vantora";
-        QTest::newRow("plain folder") << "D:/Pictures" << "D:/Pictures/Vantora" << "D:/Pictures/Vantora";
-        QTest::newRow("names Vantora already") << "D:/My/Vantora Photos" << "D:/My/Vantora Photos"
-                                               << "D:/My/Vantora Photos";
-        QTest::newRow("drive root") << "D:/" << "D://Vantora" << "D:/Vantora";
-    }
-
-    void folders()
-    {
-        QFETCH(QString, savePath);
-        QFETCH(QString, worker);
-        QFETCH(QString, preview);
-        QCOMPARE(OutputNaming::workerFolder(savePath, kDesktop), worker);
-        QCOMPARE(OutputNaming::workerFolder(worker, kDesktop), worker);
-        QCOMPARE(OutputNaming::previewFolder(savePath, kDesktop), preview);
-        QCOMPARE(OutputNaming::previewFolder(preview, kDesktop), preview);
-        // "Open Folder" shows the workers' folder.
-        QCOMPARE(OutputNaming::openFolderPath(savePath, kDesktop),
-                 savePath.isEmpty() ? kDesktop + "/Vantora" : worker);
-    }
-
-    void jpegNames_data()
-    {
-        QTest::addColumn<QString>("photo");
-        QTest::addColumn<QString>("desktop");
-        QTest::addColumn<QString>("tool");
-        QTest::newRow("upper") << "IMG_0001.HEIC" << "IMG_0001.jpg" << "IMG_0001.jpg";
-        QTest::newRow("mixed case") << "IMG_0001.Heic" << "IMG_0001.jpg" << "IMG_0001.jpg";
-        QTest::newRow("both, in the name") << "a.HEIC.heic" << "a.jpg.jpg" << "a.HEIC.jpg";
-        QTest::newRow("camera") << "DSC1.HIF" << "DSC1.jpg" << "DSC1.jpg";
-        QTest::newRow("no HEIF ending") << "scan" << "scan" << "scan.jpg";
-    }
-
-    void jpegNames()
-    {
-        QFETCH(QString, photo);
-        QFETCH(QString, desktop);
-        QFETCH(QString, tool);
-        QCOMPARE(OutputNaming::desktopJpegName(photo), desktop);
-        QCOMPARE(OutputNaming::jpegFileName(photo), tool);
-    }
-
     void queueKeepsOrderAndEmptiesForTheNextRun()
     {
         WorkQueue queue;
