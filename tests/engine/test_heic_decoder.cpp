@@ -112,23 +112,6 @@ private slots:
             QCOMPARE(decoder.convertFile(path, 90, "").failure, QString("decoding library not found"));
     }
 
-    void emptyOrUnreadableInputNeverCallsTheLibrary()
-    {
-        HeicDecoder decoder(m_fake.convert);
-        const int before = EngineTest::fakeCalls();
-        QVERIFY(before >= 0);
-        QVERIFY(!decoder.decodeToJpeg(QByteArray(), 100, "").ok());
-        QVERIFY(!decoder.decodeToJpeg(QByteArray(""), 100, "").ok());
-
-        const QString empty = m_dir.filePath("empty.heic");
-        QVERIFY(EngineTest::writeFile(empty, QByteArray()));
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("empty\\.heic: file is empty$"));
-        QCOMPARE(decoder.convertFile(empty, 100, "").failure, QString("file is empty"));
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("gone\\.heic: cannot open "));
-        QVERIFY(!decoder.convertFile(m_dir.filePath("gone.heic"), 100, "").ok());
-        QCOMPARE(EngineTest::fakeCalls(), before);
-    }
-
     void libraryErrorsBecomeReasons_data()
     {
         QTest::addColumn<QByteArray>("input");

@@ -7,9 +7,7 @@
 #include "VNStyleWidget.h"
 #include "VNStyleWidgetTitle.h"
 
-#include <QDirIterator>
 #include <QImageReader>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -272,48 +270,6 @@ private slots:
         const QImage image = reader.read();
         QVERIFY2(!image.isNull(), qPrintable(path + ": " + reader.errorString()));
         QCOMPARE(image.size(), size);
-    }
-
-    // Every picture the sources name must be on the list above, so a new screen
-    // cannot ask for one that nobody draws.
-    void everySkinPathInTheSourcesIsListed()
-    {
-        QSet<QString> listed;
-        for (const auto& image : SkinImages::skin)
-            listed.insert(QString::fromLatin1(image.path));
-        for (const auto& image : SkinImages::resources)
-            listed.insert(QString::fromLatin1(image.path));
-
-        // Skin paths are written "/Button/x.png" (or "Button/x.png" after a
-        // "/Skin/" prefix); compiled-in ones ":/..." in code and in style sheets.
-        const QRegularExpression skinPath(QStringLiteral(
-            "\"/?((?:Button|Label|main|CheckBox|Application)/[A-Za-z0-9_]+\\.(?:png|jpg)|ok_105_21_\\d\\.png)\""));
-        const QRegularExpression resourcePath(QStringLiteral(":/[A-Za-z0-9_/]+\\.(?:png|jpg)"));
-        const QString root = QStringLiteral(PICTOVA_SOURCE_DIR);
-        int files = 0;
-        QStringList missing;
-        for (const char* folder : {"widgets", "app", "single", "batch", "product"}) {
-            QDirIterator it(root + "/" + folder, {"*.cpp", "*.h", "*.ui"}, QDir::Files, QDirIterator::Subdirectories);
-            while (it.hasNext()) {
-                const QString file = it.next();
-                if (file.contains(QLatin1String("/gallery/")))
-                    continue;
-                QFile f(file);
-                QVERIFY(f.open(QIODevice::ReadOnly));
-                const QString text = QString::fromUtf8(f.readAll());
-                ++files;
-                QStringList paths;
-                for (auto m = skinPath.globalMatch(text); m.hasNext();)
-                    paths << "/" + m.next().captured(1);
-                for (auto m = resourcePath.globalMatch(text); m.hasNext();)
-                    paths << m.next().captured(0);
-                for (const QString& path : paths)
-                    if (!listed.contains(path))
-                        missing << file.mid(root.size() + 1) + ": " + path;
-            }
-        }
-        QVERIFY(files > 10);
-        QVERIFY2(missing.isEmpty(), qPrintable("not in widgets/SkinImages.h:\n" + missing.join('\n')));
     }
 
 private:
