@@ -8,7 +8,6 @@
 #include "ConvertThread.h"
 #include "ConvertsionSet.h"
 #include "TipDialog.h"
-#include "WorkQueue.h"
 
 #include <QPlainTextEdit>
 #include <QLabel>
@@ -29,15 +28,6 @@ struct Step
     int percent;
 };
 
-QStringList drainQueue()
-{
-    QStringList left;
-    ConvertJob job;
-    while (WorkQueue::global().take(&job))
-        left << job.source;
-    return left;
-}
-
 bool workersIdle(const HeicFileTable& page)
 {
     for (int i = 0; i < HeicFileTable::kWorkerCount; ++i) {
@@ -57,7 +47,7 @@ private slots:
     void init()
     {
         EngineTest::fakeReset();
-        QVERIFY(drainQueue().isEmpty());
+        QVERIFY(EngineTest::drainQueue().isEmpty());
         m_sources = new QTemporaryDir;
         m_out = new QTemporaryDir;
         m_page = new TestableFileTable;
@@ -85,7 +75,7 @@ private slots:
         EngineTest::fakeGate(false);
         delete m_page; // stops and waits for the workers
         m_page = nullptr;
-        drainQueue();
+        EngineTest::drainQueue();
         delete m_sources;
         delete m_out;
     }
@@ -160,7 +150,7 @@ private slots:
         QVERIFY(workersIdle(*m_page));
         QCOMPARE(EngineTest::fakeEntered(), 6);
         QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
-        QVERIFY(drainQueue().isEmpty());
+        QVERIFY(EngineTest::drainQueue().isEmpty());
 
         // A new run with one new photo converts that photo only, counting from 0.
         EngineTest::fakeGate(false);
@@ -229,7 +219,7 @@ private slots:
             QImage picture(m_out->path() + "/Vantora/" + name);
             QCOMPARE(picture.size(), QSize(16, 12));
         }
-        QVERIFY(drainQueue().isEmpty()); // the page took its run with it
+        QVERIFY(EngineTest::drainQueue().isEmpty()); // the page took its run with it
     }
 
 private:

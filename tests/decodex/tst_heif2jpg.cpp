@@ -365,19 +365,6 @@ private slots:
         }
     }
 
-    void qualityIsClampedAndMatters()
-    {
-        const QByteArray heic = encodeOrSkip(HeicFixture::gradient(96, 64));
-        const Result low = convert(heic, 0), below = convert(heic, -20);
-        const Result high = convert(heic, 100), above = convert(heic, 250);
-        const Result middle = convert(heic, 50);
-        QVERIFY(low.code > 0 && high.code > 0 && middle.code > 0);
-        QCOMPARE(below.jpeg, low.jpeg);
-        QCOMPARE(above.jpeg, high.jpeg);
-        QVERIFY(low.jpeg.size() < middle.jpeg.size());
-        QVERIFY(middle.jpeg.size() < high.jpeg.size());
-    }
-
     void badInputsGiveErrors()
     {
         uint8_t out[4096];

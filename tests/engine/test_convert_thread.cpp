@@ -25,15 +25,6 @@ struct RunReport
     QStringList savePathsAfter;
 };
 
-QStringList drainGlobalQueue()
-{
-    QStringList left;
-    ConvertJob job;
-    while (WorkQueue::global().take(&job))
-        left << job.source;
-    return left;
-}
-
 } // namespace
 
 class ConvertThreadTest : public QObject
@@ -99,7 +90,7 @@ private slots:
 
     void cleanup()
     {
-        drainGlobalQueue();
+        EngineTest::drainQueue();
         m_dir.reset();
     }
 
@@ -134,7 +125,7 @@ private slots:
         for (auto it = expected.cbegin(); it != expected.cend(); ++it)
             QCOMPARE(EngineTest::readFile(folder + '/' + it.key()), it.value());
         QCOMPARE(QFileInfo(folder + "/IMG_0.jpg").lastModified(), taken);
-        QCOMPARE(drainGlobalQueue(), QStringList());
+        QCOMPARE(EngineTest::drainQueue(), QStringList());
     }
 
     void failedSaveLeavesNoFileAndIsNotConverted()

@@ -36,12 +36,6 @@ QByteArray record(qint32 state, const QByteArray& url512)
     return le32(state) + url512;
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 bool writeAll(const QString& path, const QByteArray& bytes)
 {
     QFile f(path);
@@ -184,49 +178,6 @@ private slots:
         const QString longUrl = "https://x.example/" + QString(400, 'a');
         QVERIFY(PrivateProfile(path).writeString("VERSION", "VANTORA_MENU_CONTACT_US", longUrl));
         QCOMPARE(urlOf(vc, 6, &state), longUrl.left(255));
-    }
-
-    void installerTrailer_data()
-    {
-        QTest::addColumn<int>("bytesAfterTrailer");
-        QTest::addColumn<bool>("found");
-        QTest::newRow("at the end") << 0 << true;
-        QTest::newRow("one byte in") << 1 << true;
-        QTest::newRow("far past the searched tail") << 400000 << false;
-    }
-
-    void installerTrailer()
-    {
-        QFETCH(int, bytesAfterTrailer);
-        QFETCH(bool, found);
-        QTemporaryDir dir;
-        const QString source = dir.filePath("setup.exe");
-        const QString target = dir.filePath("setup-product.exe");
-        const QByteArray program("MZ installer body \x00\x01\x02", 21);
-        QVERIFY(writeAll(source, program));
-
-        API_VersionControl writer;
-        const int shown = 1, hidden = 0;
-        writer.SetMenuStateAndURL(3, &shown, L"https://t.example/");
-        writer.SetMenuStateAndURL(18, &hidden, w(kWideUrl).c_str());
-        writer.SetCurrProductName(L"Vantora Pictova");
-        QVERIFY(writer.ProductInstallFile(w(source).c_str(), w(target).c_str()));
-        QCOMPARE(readAll(source), program);
-        QVERIFY(readAll(target).startsWith(program));
-        {
-            QFile f(target);
-            QVERIFY(f.open(QIODevice::Append));
-            f.write(QByteArray(bytesAfterTrailer, '\0'));
-        }
-        const QByteArray written = readAll(target);
-        QVERIFY(!writer.ProductInstallFile(w(dir.filePath("absent.exe")).c_str(), w(target).c_str()));
-        QCOMPARE(readAll(target), written); // a failed copy leaves it alone
-
-        API_VersionControl reader;
-        QCOMPARE(reader.ReadInstallFile(w(target).c_str()), found);
-        QCOMPARE(reader.TableBytes() == writer.TableBytes(), found);
-        // Addresses are stored as UTF-16, whatever the size of wchar_t.
-        QVERIFY(written.contains(wideUrlBytes()));
     }
 
     void notAnInstaller()

@@ -89,26 +89,6 @@ private slots:
         QVERIFY2(m_decoder, "the decoding library is not beside the test");
     }
 
-    void detailsFromTheFileSystem()
-    {
-        const QString path = m_work.filePath("IMG_0001.HEIC");
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(1572864, 'x'));
-        const QDateTime modified(QDate(2019, 3, 7), QTime(10, 30));
-        QVERIFY(file.setFileTime(modified, QFileDevice::FileModificationTime));
-        file.close();
-
-        PreviewHEIC page(path);
-        QCOMPARE(page.fileName(), QString("IMG_0001.HEIC"));
-        QCOMPARE(page.fileSize(), QString("1.50MB"));
-        // A file system without birth times reports the last modification.
-        const QDateTime birth = QFileInfo(path).birthTime();
-        QCOMPARE(page.createdDate(),
-                 birth.isValid() ? birth.toString("MM-dd-yyyy") : QString("03-07-2019"));
-        QVERIFY(page.resolution().isEmpty());
-    }
-
     void missingFileStillGetsAPage()
     {
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not exist"));

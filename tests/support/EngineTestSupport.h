@@ -8,6 +8,8 @@
 #include <QLibrary>
 #include <QtTest>
 
+#include "WorkQueue.h"
+
 namespace EngineTest {
 
 // The stand-in decoding library (see fake/FakeDecodex.cpp) and one that lacks
@@ -67,6 +69,16 @@ inline QByteArray readFile(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Empties the workers' shared queue; returns what was left in it.
+inline QStringList drainQueue()
+{
+    QStringList left;
+    ConvertJob job;
+    while (WorkQueue::global().take(&job))
+        left << job.source;
+    return left;
 }
 
 // Hidden entries too, so that a temporary file left by a failed save is seen.

@@ -9,15 +9,13 @@
 
 #include <algorithm>
 #include <memory>
+#include <type_traits>
 
 namespace {
 
-struct ContextDeleter { void operator()(heif_context* c) const { heif_context_free(c); } };
-struct EncoderDeleter { void operator()(heif_encoder* e) const { heif_encoder_release(e); } };
-struct ImageDeleter { void operator()(heif_image* i) const { heif_image_release(i); } };
-struct HandleDeleter { void operator()(heif_image_handle* h) const { heif_image_handle_release(h); } };
-struct OptionsDeleter { void operator()(heif_encoding_options* o) const { heif_encoding_options_free(o); } };
-struct NclxDeleter { void operator()(heif_color_profile_nclx* n) const { heif_nclx_color_profile_free(n); } };
+// libheif's objects, each freed by its own function.
+template <typename T, auto Free>
+using Owned = std::unique_ptr<T, std::integral_constant<decltype(Free), Free>>;
 
 bool failed(const heif_error& err, QString* error, const char* what)
 {
@@ -75,16 +73,13 @@ void appendEntry(QByteArray& b, quint16 tag, quint16 type, quint32 count, quint3
 
 QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& options, QString* error)
 {
-    std::unique_ptr<heif_context, ContextDeleter> ctx(heif_context_alloc());
+    Owned<heif_context, heif_context_free> ctx(heif_context_alloc());
     heif_encoder* rawEncoder = nullptr;
     if (failed(heif_context_get_encoder_for_format(ctx.get(), heif_compression_HEVC, &rawEncoder),
                error, "no HEVC encoder"))
         return {};
-    std::unique_ptr<heif_encoder, EncoderDeleter> encoder(rawEncoder);
-    if (options.lossless)
-        heif_encoder_set_lossless(encoder.get(), 1);
-    else
-        heif_encoder_set_lossy_quality(encoder.get(), options.encoderQuality);
+    Owned<heif_encoder, heif_encoder_release> encoder(rawEncoder);
+    heif_encoder_set_lossy_quality(encoder.get(), options.encoderQuality);
     const bool monochrome = options.chroma == 400;
     const QByteArray chroma = QByteArray::number(options.chroma);
     if (!monochrome)
@@ -102,7 +97,7 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
                                  monochrome ? heif_chroma_monochrome : layout, &rawImage),
                error, "heif_image_create"))
         return {};
-    std::unique_ptr<heif_image, ImageDeleter> image(rawImage);
+    Owned<heif_image, heif_image_release> image(rawImage);
     if (failed(heif_image_add_plane(image.get(), monochrome ? heif_channel_Y : heif_channel_interleaved,
                                     picture.width(), picture.height(), monochrome ? 8 : options.bitDepth),
                error, "heif_image_add_plane"))
@@ -119,8 +114,8 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
 
     if (!options.icc.isEmpty())
         heif_image_set_raw_color_profile(image.get(), "prof", options.icc.constData(), size_t(options.icc.size()));
-    std::unique_ptr<heif_encoding_options, OptionsDeleter> encOptions(heif_encoding_options_alloc());
-    std::unique_ptr<heif_color_profile_nclx, NclxDeleter> nclx;
+    Owned<heif_encoding_options, heif_encoding_options_free> encOptions(heif_encoding_options_alloc());
+    Owned<heif_color_profile_nclx, heif_nclx_color_profile_free> nclx;
     if (options.nclxPrimaries != 0) {
         nclx.reset(heif_nclx_color_profile_alloc());
         nclx->color_primaries = heif_color_primaries(options.nclxPrimaries);
@@ -142,7 +137,7 @@ QByteArray HeicFixture::encode(const QImage& picture, const HeicFixtureOptions& 
     if (failed(heif_context_encode_image(ctx.get(), image.get(), encoder.get(), encOptions.get(), &rawHandle),
                error, "heif_context_encode_image"))
         return {};
-    std::unique_ptr<heif_image_handle, HandleDeleter> handle(rawHandle);
+    Owned<heif_image_handle, heif_image_handle_release> handle(rawHandle);
     if (options.thumbnail > 0) {
         heif_image_handle* thumb = nullptr;
         if (failed(heif_context_encode_thumbnail(ctx.get(), image.get(), handle.get(), encoder.get(),

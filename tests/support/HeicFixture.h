@@ -19,7 +19,6 @@ struct HeicFixtureOptions
     bool fullRange = true;   // the nclx box's range (limited: as many cameras code)
     int nclxMatrix = 6;      // the nclx box's matrix (BT.601; cameras often write 1, BT.709)
     int encoderQuality = 90; // HEVC quality, 0..100
-    bool lossless = false;
     int thumbnail = 0;       // when non-zero: a thumbnail of at most this many pixels a side
 };
 
