@@ -166,6 +166,24 @@ private slots:
         QCOMPARE(EngineTest::entries(readOnly), QStringList()); // no temporary file either
     }
 
+    // A worker deleted in the middle of a photo finishes it first; the
+    // photos behind it stay queued.
+    void destroyingARunningWorkerWaitsForIt()
+    {
+        WorkQueue::global().put(makeFile("slow.heic", EngineTest::fakeHeic(EngineTest::jpeg(), "FAKESLOW")));
+        const QString next = makeFile("next.heic", EngineTest::fakeHeic(EngineTest::jpeg()));
+        WorkQueue::global().put(next);
+        auto worker = std::make_unique<ConvertThread>();
+        worker->setDecoder(m_decoder);
+        worker->setSavePath(m_dir->filePath("out"));
+        const int before = EngineTest::fakeCalls();
+        worker->start();
+        QTRY_VERIFY(EngineTest::fakeCalls() > before);
+        worker.reset();
+        QVERIFY(QFileInfo::exists(m_dir->filePath("out/Vantora/slow.jpg")));
+        QCOMPARE(EngineTest::drainQueue(), QStringList(next));
+    }
+
     void sourceIsNeverReplacedByItsJpeg()
     {
         const QByteArray heic = EngineTest::fakeHeic(EngineTest::jpeg());
