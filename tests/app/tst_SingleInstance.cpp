@@ -42,8 +42,9 @@ private slots:
         // Which of the two takes the lock is up to the scheduler; exactly one leaves.
         QVERIFY(QTest::qWaitFor([&] { return first->state() == QProcess::NotRunning
                                           || second->state() == QProcess::NotRunning; }, 60000));
-        QProcess* running = first->state() == QProcess::NotRunning ? second.get() : first.get();
-        QVERIFY(refused(running == first.get() ? *second : *first));
+        QProcess* gone = first->state() == QProcess::NotRunning ? first.get() : second.get();
+        QProcess* running = gone == first.get() ? second.get() : first.get();
+        QVERIFY(refused(*gone));
         QVERIFY(!running->waitForFinished(1000));
 
         // SIGKILL: no clean-up of any kind runs in the holder.

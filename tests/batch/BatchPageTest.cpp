@@ -17,8 +17,6 @@
 #include <QSignalSpy>
 #include <QTableWidget>
 
-#include <functional>
-
 namespace {
 
 const qint64 kMiB = 1024 * 1024;

@@ -14,7 +14,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSlider>
-#include <QTableWidget>
 
 #include <chrono>
 #include <thread>

@@ -452,7 +452,6 @@ private slots:
     void concurrentCallsGiveSameBytes()
     {
         QList<QByteArray> inputs;
-        HeicFixtureOptions grid;
         inputs << encodeOrSkip(HeicFixture::gradient(600, 400));
         HeicFixtureOptions deep;
         deep.bitDepth = 10;

@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QFile>
 #include <QLabel>
-#include <QPointer>
 #include <QSignalSpy>
 #include <QSlider>
 #include <QStandardPaths>
@@ -40,6 +39,7 @@ public:
     QString folderAnswer;
     QStringList startFolders;
     int dialogsRun = 0;
+    QStringList messages;
 
 protected:
     QString chooseSaveFolder(const QString& startFolder) override
@@ -52,9 +52,6 @@ protected:
     {
         messages << box->findChild<QLabel*>("label")->text();
     }
-
-public:
-    QStringList messages;
 };
 
 QLabel* previewLabel(QWidget* page)
