@@ -2,6 +2,7 @@
 
 #include <lcms2.h>
 
+#include <cstring>
 #include <memory>
 
 namespace decodex {
@@ -31,6 +32,18 @@ struct ProfileDeleter { void operator()(void* p) const { cmsCloseProfile(p); } }
 struct CurveDeleter { void operator()(cmsToneCurve* c) const { cmsFreeToneCurve(c); } };
 struct MluDeleter { void operator()(cmsMLU* m) const { cmsMLUfree(m); } };
 
+std::vector<uint8_t> saved(cmsHPROFILE profile)
+{
+    cmsUInt32Number size = 0;
+    if (!cmsSaveProfileToMem(profile, nullptr, &size) || size == 0)
+        return {};
+    std::vector<uint8_t> bytes(size);
+    if (!cmsSaveProfileToMem(profile, bytes.data(), &size))
+        return {};
+    bytes.resize(size);
+    return bytes;
+}
+
 } // namespace
 
 std::vector<uint8_t> ColorProfile::forPrimaries(int primaries)
@@ -59,14 +72,18 @@ std::vector<uint8_t> ColorProfile::forPrimaries(int primaries)
     if (description && cmsMLUsetASCII(description.get(), "en", "US", p->name))
         cmsWriteTag(profile.get(), cmsSigProfileDescriptionTag, description.get());
 
-    cmsUInt32Number size = 0;
-    if (!cmsSaveProfileToMem(profile.get(), nullptr, &size) || size == 0)
+    // lcms2 stamps the profile with the time it was made; the same photo
+    // must give the same bytes on every run, so the date is fixed and the
+    // profile's MD5 id computed over the result.
+    std::vector<uint8_t> bytes = saved(profile.get());
+    if (bytes.size() < 128)
         return {};
-    std::vector<uint8_t> bytes(size);
-    if (!cmsSaveProfileToMem(profile.get(), bytes.data(), &size))
+    const uint8_t date[12] = {0x07, 0xe0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0}; // 2016-01-01 00:00:00
+    std::memcpy(bytes.data() + 24, date, sizeof date);
+    std::unique_ptr<void, ProfileDeleter> dated(cmsOpenProfileFromMem(bytes.data(), cmsUInt32Number(bytes.size())));
+    if (!dated || !cmsMD5computeID(dated.get()))
         return {};
-    bytes.resize(size);
-    return bytes;
+    return saved(dated.get());
 }
 
 } // namespace decodex

@@ -11,18 +11,9 @@ namespace decodex {
 
 namespace {
 
-constexpr uint32_t kMeta = BoxReader::fourcc("meta");
-constexpr uint32_t kPitm = BoxReader::fourcc("pitm");
-constexpr uint32_t kIinf = BoxReader::fourcc("iinf");
-constexpr uint32_t kInfe = BoxReader::fourcc("infe");
-constexpr uint32_t kIloc = BoxReader::fourcc("iloc");
-constexpr uint32_t kIref = BoxReader::fourcc("iref");
-constexpr uint32_t kIprp = BoxReader::fourcc("iprp");
-constexpr uint32_t kIpco = BoxReader::fourcc("ipco");
-constexpr uint32_t kIpma = BoxReader::fourcc("ipma");
-constexpr uint32_t kIdat = BoxReader::fourcc("idat");
 constexpr uint32_t kDimg = BoxReader::fourcc("dimg");
 constexpr uint32_t kAuxl = BoxReader::fourcc("auxl");
+constexpr uint32_t kThmb = BoxReader::fourcc("thmb");
 constexpr uint32_t kHvc1 = BoxReader::fourcc("hvc1");
 constexpr uint32_t kAv01 = BoxReader::fourcc("av01");
 constexpr uint32_t kGrid = BoxReader::fourcc("grid");
@@ -35,179 +26,7 @@ constexpr uint32_t kClap = BoxReader::fourcc("clap");
 // Grids larger than this are left to libheif, which has its own limits.
 constexpr int kMaxTiles = 64 * 64;
 
-struct Extent
-{
-    uint64_t offset = 0;
-    uint64_t length = 0;
-};
-
-struct Location
-{
-    int method = 0;
-    std::vector<Extent> extents;
-};
-
-struct Property
-{
-    uint32_t type = 0;
-    BoxReader body;
-};
-
-struct Meta
-{
-    HeifLayout::Span file;
-    uint32_t primary = 0;
-    std::map<uint32_t, uint32_t> itemTypes;
-    std::map<uint32_t, Location> locations;
-    std::map<uint32_t, std::vector<uint32_t>> derived; // dimg: item -> inputs
-    std::map<uint32_t, std::vector<uint32_t>> auxiliaries; // auxl: image -> alpha, depth...
-    bool damagedReferences = false;
-    std::vector<Property> properties;
-    std::map<uint32_t, std::vector<int>> associations; // item -> property indexes (1-based)
-    HeifLayout::Span idat;
-};
-
-void readIinf(BoxReader box, Meta& meta)
-{
-    const int version = box.u8();
-    box.skip(3);
-    box.skip(version == 0 ? 2 : 4);
-    uint32_t type = 0;
-    BoxReader child;
-    while (box.nextBox(type, child)) {
-        if (type != kInfe)
-            continue;
-        const int infeVersion = child.u8();
-        child.skip(3);
-        if (infeVersion < 2)
-            continue;
-        const uint32_t id = infeVersion == 2 ? child.u16() : child.u32();
-        child.skip(2); // protection index
-        const uint32_t itemType = child.u32();
-        if (child.ok())
-            meta.itemTypes[id] = itemType;
-    }
-}
-
-void readIloc(BoxReader box, Meta& meta)
-{
-    const int version = box.u8();
-    box.skip(3);
-    const int sizes = box.u16();
-    const int offsetSize = sizes >> 12;
-    const int lengthSize = (sizes >> 8) & 15;
-    const int baseOffsetSize = (sizes >> 4) & 15;
-    const int indexSize = (version == 1 || version == 2) ? (sizes & 15) : 0;
-    const uint32_t count = version < 2 ? box.u16() : box.u32();
-    for (uint32_t i = 0; i < count && box.ok(); ++i) {
-        const uint32_t id = version < 2 ? box.u16() : box.u32();
-        Location location;
-        if (version == 1 || version == 2)
-            location.method = box.u16() & 15;
-        box.skip(2); // data reference index
-        const uint64_t base = box.uint(baseOffsetSize);
-        const int extents = box.u16();
-        for (int e = 0; e < extents && box.ok(); ++e) {
-            box.uint(indexSize);
-            const uint64_t offset = box.uint(offsetSize);
-            const uint64_t length = box.uint(lengthSize);
-            if (offset > UINT64_MAX - base)
-                location.method = -1;
-            location.extents.push_back({base + offset, length});
-        }
-        if (box.ok())
-            meta.locations[id] = std::move(location);
-    }
-}
-
-void readIref(BoxReader box, Meta& meta)
-{
-    const int version = box.u8();
-    box.skip(3);
-    uint32_t type = 0;
-    BoxReader child;
-    while (box.nextBox(type, child)) {
-        const uint32_t from = version == 0 ? child.u16() : child.u32();
-        const int count = child.u16();
-        std::vector<uint32_t> to;
-        for (int i = 0; i < count && child.ok(); ++i)
-            to.push_back(version == 0 ? child.u16() : child.u32());
-        if (!child.ok()) {
-            // libheif still takes a cut 'dimg' box, with inputs that are
-            // not there, and asserts when it decodes the image.
-            if (type == kDimg)
-                meta.damagedReferences = true;
-            continue;
-        }
-        if (type == kDimg)
-            meta.derived[from] = std::move(to);
-        else if (type == kAuxl)
-            for (uint32_t image : to)
-                meta.auxiliaries[image].push_back(from);
-    }
-    if (!box.ok())
-        meta.damagedReferences = true;
-}
-
-void readIprp(BoxReader box, Meta& meta)
-{
-    uint32_t type = 0;
-    BoxReader child;
-    while (box.nextBox(type, child)) {
-        if (type == kIpco) {
-            uint32_t propertyType = 0;
-            BoxReader property;
-            while (child.nextBox(propertyType, property))
-                meta.properties.push_back({propertyType, property});
-        } else if (type == kIpma) {
-            const int version = child.u8();
-            child.skip(2);
-            const int flags = child.u8();
-            const uint32_t entries = child.u32();
-            for (uint32_t i = 0; i < entries && child.ok(); ++i) {
-                const uint32_t id = version < 1 ? child.u16() : child.u32();
-                const int count = child.u8();
-                std::vector<int>& list = meta.associations[id];
-                for (int a = 0; a < count && child.ok(); ++a)
-                    list.push_back((flags & 1) ? (child.u16() & 0x7fff) : (child.u8() & 0x7f));
-            }
-        }
-    }
-}
-
-const Property* findProperty(const Meta& meta, uint32_t item, uint32_t type)
-{
-    const auto it = meta.associations.find(item);
-    if (it == meta.associations.end())
-        return nullptr;
-    for (int index : it->second) {
-        if (index >= 1 && size_t(index) <= meta.properties.size() && meta.properties[size_t(index) - 1].type == type)
-            return &meta.properties[size_t(index) - 1];
-    }
-    return nullptr;
-}
-
-// Where an item's extents point: into the file, or into idat.
-HeifLayout::Span storeOf(const Meta& meta, const Location& location)
-{
-    return location.method == 0 ? meta.file : location.method == 1 ? meta.idat : HeifLayout::Span{};
-}
-
-bool extentIn(const HeifLayout::Span& store, const Extent& extent, HeifLayout::Span& out)
-{
-    if (!store.data || extent.length == 0 || extent.offset > store.size || extent.length > store.size - extent.offset)
-        return false;
-    out = {store.data + extent.offset, size_t(extent.length)};
-    return true;
-}
-
-// The item's bytes when they sit in one piece in the file or in idat.
-bool itemData(const Meta& meta, uint32_t item, HeifLayout::Span& out)
-{
-    const auto it = meta.locations.find(item);
-    return it != meta.locations.end() && it->second.extents.size() == 1
-           && extentIn(storeOf(meta, it->second), it->second.extents.front(), out);
-}
+using Property = HeifMeta::Property;
 
 struct HevcConfig
 {
@@ -256,42 +75,21 @@ bool readIspe(const Property* ispe, int& width, int& height)
     return true;
 }
 
-// The item's bytes as the decoder will see them: extents in the file or in
-// idat, joined into `scratch` when there are several.
-bool itemBytes(const Meta& meta, uint32_t item, std::vector<uint8_t>& scratch, HeifLayout::Span& out)
-{
-    const auto it = meta.locations.find(item);
-    if (it == meta.locations.end() || it->second.extents.empty())
-        return false;
-    if (it->second.extents.size() == 1)
-        return itemData(meta, item, out);
-    const HeifLayout::Span store = storeOf(meta, it->second);
-    scratch.clear();
-    for (const Extent& extent : it->second.extents) {
-        HeifLayout::Span piece;
-        if (!extentIn(store, extent, piece) || piece.size > store.size - scratch.size())
-            return false;
-        scratch.insert(scratch.end(), piece.data, piece.data + piece.size);
-    }
-    out = {scratch.data(), scratch.size()};
-    return true;
-}
-
 uint64_t roundUp(uint64_t value, uint64_t step) { return (value + step - 1) / step * step; }
 
 // Checks every parameter set the decoder will be given for one HEVC item:
 // those in hvcC and any inside the coded data, which replace them. A
 // picture may be padded to whole coding blocks, never more.
-bool spsFit(const Meta& meta, uint32_t item, uint64_t maxWidth, uint64_t maxHeight, uint64_t& pixels)
+bool spsFit(const HeifMeta& meta, uint32_t item, uint64_t maxWidth, uint64_t maxHeight, uint64_t& pixels)
 {
     HevcConfig config;
-    const Property* hvcC = findProperty(meta, item, kHvcC);
+    const Property* hvcC = meta.property(item, kHvcC);
     if (!hvcC || !readHvcC(hvcC->body, config))
         return true; // libheif refuses the item before decoding
     std::vector<HeifLayout::Span> sets = config.parameterSets;
     std::vector<uint8_t> scratch;
     HeifLayout::Span data;
-    if (itemBytes(meta, item, scratch, data)) {
+    if (meta.itemBytes(item, scratch, data)) {
         BoxReader units(data.data, data.size);
         while (units.remaining() >= size_t(config.nalLengthSize)) {
             const uint64_t length = units.uint(config.nalLengthSize);
@@ -320,31 +118,39 @@ bool spsFit(const Meta& meta, uint32_t item, uint64_t maxWidth, uint64_t maxHeig
     return true;
 }
 
-// Walks every HEVC picture decoding the primary image can touch (grid
-// tiles, overlay and identity inputs, alpha and other auxiliary images) and
-// adds up the pictures their parameter sets declare.
-bool everyPictureFits(const Meta& meta, uint64_t& pixels)
+// Walks every HEVC picture a conversion can touch (grid tiles, overlay and
+// identity inputs, alpha and other auxiliary images, the thumbnails) and
+// adds up the pictures their parameter sets declare. Each is counted once:
+// DamageCheck has refused files that would decode one twice.
+bool everyPictureFits(const HeifMeta& meta, uint64_t& pixels)
 {
     int primaryWidth = 0, primaryHeight = 0;
-    readIspe(findProperty(meta, meta.primary, kIspe), primaryWidth, primaryHeight);
+    readIspe(meta.property(meta.primary, kIspe), primaryWidth, primaryHeight);
     std::set<uint32_t> seen;
     std::vector<uint32_t> pending{meta.primary};
+    std::map<uint32_t, std::vector<uint32_t>> auxiliaries; // image -> alpha, depth, gain map...
+    for (const HeifMeta::Reference& reference : meta.references) {
+        if (reference.type == kThmb && std::count(reference.to.begin(), reference.to.end(), meta.primary))
+            pending.push_back(reference.from);
+        else if (reference.type == kAuxl)
+            for (uint32_t image : reference.to)
+                auxiliaries[image].push_back(reference.from);
+    }
     while (!pending.empty()) {
         const uint32_t item = pending.back();
         pending.pop_back();
         if (!seen.insert(item).second)
             continue;
-        for (const auto* refs : {&meta.derived, &meta.auxiliaries}) {
-            const auto it = refs->find(item);
-            if (it != refs->end())
-                pending.insert(pending.end(), it->second.begin(), it->second.end());
-        }
-        const auto type = meta.itemTypes.find(item);
-        if (type == meta.itemTypes.end() || type->second != kHvc1)
+        const std::vector<uint32_t>& inputs = meta.referenced(kDimg, item);
+        pending.insert(pending.end(), inputs.begin(), inputs.end());
+        const auto aux = auxiliaries.find(item);
+        if (aux != auxiliaries.end())
+            pending.insert(pending.end(), aux->second.begin(), aux->second.end());
+        if (meta.itemType(item) != kHvc1)
             continue;
         // An item without its own size is held to the primary image's.
         int width = primaryWidth, height = primaryHeight;
-        readIspe(findProperty(meta, item, kIspe), width, height);
+        readIspe(meta.property(item, kIspe), width, height);
         if (width <= 0 || height <= 0)
             width = height = 65535;
         if (!spsFit(meta, item, uint64_t(width), uint64_t(height), pixels))
@@ -353,123 +159,75 @@ bool everyPictureFits(const Meta& meta, uint64_t& pixels)
     return true;
 }
 
-} // namespace
-
-HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
+// Whether every derived image is built from items libheif 1.15 keeps as
+// images; anything else makes it assert.
+bool derivationsResolve(const HeifMeta& meta)
 {
-    HeifLayout layout;
-    if (!data)
-        return layout;
-    Meta meta;
-    meta.file = {data, size};
-    BoxReader file(data, size);
-    uint32_t type = 0;
-    BoxReader box;
-    bool haveMeta = false;
-    while (!haveMeta && file.nextBox(type, box)) {
-        if (type != kMeta)
-            continue;
-        haveMeta = true;
-        box.skip(4);
-        BoxReader child;
-        while (box.nextBox(type, child)) {
-            if (type == kPitm) {
-                const int version = child.u8();
-                child.skip(3);
-                meta.primary = version == 0 ? child.u16() : child.u32();
-            } else if (type == kIinf) {
-                readIinf(child, meta);
-            } else if (type == kIloc) {
-                readIloc(child, meta);
-            } else if (type == kIref) {
-                readIref(child, meta);
-            } else if (type == kIprp) {
-                readIprp(child, meta);
-            } else if (type == kIdat) {
-                meta.idat = {child.current(), child.remaining()};
-            }
-        }
-    }
-    if (!haveMeta)
-        return layout;
-
-    // The item types libheif 1.15 keeps as images; a derived image built
-    // from anything else makes it assert.
+    if (meta.damagedReferences)
+        return false;
     auto isImage = [&](uint32_t item) {
-        const auto type = meta.itemTypes.find(item);
-        if (type == meta.itemTypes.end())
-            return false;
+        const uint32_t type = meta.itemType(item);
         for (uint32_t known : {kHvc1, kGrid, BoxReader::fourcc("iden"), BoxReader::fourcc("iovl"), kAv01})
-            if (type->second == known)
+            if (type == known)
                 return true;
         return false;
     };
-    layout.referencesResolve = !meta.damagedReferences;
-    for (const auto& derived : meta.derived) {
-        for (uint32_t input : derived.second) {
-            if (!isImage(input) || input == derived.first)
-                layout.referencesResolve = false;
-        }
+    for (const HeifMeta::Reference& reference : meta.references) {
+        if (reference.type != kDimg)
+            continue;
+        for (uint32_t input : reference.to)
+            if (!isImage(input) || input == reference.from)
+                return false;
     }
+    return true;
+}
 
-    for (const auto& derived : meta.derived) {
-        const auto type = meta.itemTypes.find(derived.first);
-        if (type != meta.itemTypes.end() && type->second == kGrid
-            && std::set<uint32_t>(derived.second.begin(), derived.second.end()).size() != derived.second.size())
-            layout.structureSound = false;
-    }
-    // An item with no extents, or extents of no bytes, is empty either way.
+// An AV1 item with no extents, or extents of no bytes, is empty either way.
+bool everyAv1ItemHasData(const HeifMeta& meta)
+{
     for (const auto& item : meta.itemTypes) {
         if (item.second != kAv01)
             continue;
         const auto location = meta.locations.find(item.first);
         uint64_t bytes = 0;
         if (location != meta.locations.end())
-            for (const Extent& extent : location->second.extents)
+            for (const HeifMeta::Extent& extent : location->second.extents)
                 bytes += extent.length;
         if (bytes == 0)
-            layout.structureSound = false;
+            return false;
     }
+    return true;
+}
 
-    layout.codedSizesFit = everyPictureFits(meta, layout.codedPixels);
+// The HEVC items whose planes make up the primary image: itself, or the
+// tiles of its grid. False for anything else.
+bool primaryTiles(const HeifMeta& meta, std::vector<uint32_t>& tiles)
+{
+    const uint32_t type = meta.itemType(meta.primary);
+    if (type == kHvc1)
+        tiles = {meta.primary};
+    else if (type == kGrid)
+        tiles = meta.referenced(kDimg, meta.primary);
+    return !tiles.empty() && tiles.size() <= size_t(kMaxTiles);
+}
 
-    const auto primaryType = meta.itemTypes.find(meta.primary);
-    if (primaryType == meta.itemTypes.end())
-        return layout;
-
-    std::vector<uint32_t> tileItems;
-    if (primaryType->second == kHvc1) {
-        tileItems.push_back(meta.primary);
-    } else if (primaryType->second == kGrid) {
-        const auto inputs = meta.derived.find(meta.primary);
-        if (inputs == meta.derived.end())
-            return layout;
-        tileItems = inputs->second;
-    } else {
-        return layout;
-    }
-    if (tileItems.empty() || tileItems.size() > size_t(kMaxTiles))
-        return layout;
-
-    HevcConfig first;
-    const Property* firstHvcC = findProperty(meta, tileItems.front(), kHvcC);
-    if (!firstHvcC || !readHvcC(firstHvcC->body, first))
-        return layout;
-    layout.chromaFormat = first.chromaFormat;
-    layout.bitDepth = first.bitDepthLuma;
-
-    // Turns and mirrors of the primary image are done on the planes, in the
-    // order the file lists them; a crop, or a transform on a single tile,
-    // goes the libheif way. Phones write an 'irot' of 0 degrees on upright
-    // photos; that one is a no-op.
-    for (uint32_t item : tileItems) {
+// Turns and mirrors of the primary image are done on the planes, in the
+// order the file lists them; a crop, or a transform on a single tile, goes
+// the libheif way. Phones write an 'irot' of 0 degrees on upright photos;
+// that one is a no-op.
+bool readTransforms(const HeifMeta& meta, const std::vector<uint32_t>& tiles, HeifLayout& layout)
+{
+    for (uint32_t item : tiles) {
         if (item != meta.primary
-            && (findProperty(meta, item, kImir) || findProperty(meta, item, kClap) || findProperty(meta, item, kIrot)))
-            return layout;
+            && (meta.property(item, kImir) || meta.property(item, kClap) || meta.property(item, kIrot)))
+            return false;
     }
-    if (findProperty(meta, meta.primary, kClap))
-        return layout;
-    for (int index : meta.associations[meta.primary]) {
+    if (meta.property(meta.primary, kClap))
+        return false;
+    const auto associated = meta.associations.find(meta.primary);
+    if (associated == meta.associations.end())
+        return true;
+    for (int index : associated->second) {
         if (index < 1 || size_t(index) > meta.properties.size())
             continue;
         const Property& property = meta.properties[size_t(index) - 1];
@@ -488,73 +246,104 @@ HeifLayout HeifLayout::read(const uint8_t* data, size_t size)
                                                         : PlaneTransform::Step::MirrorTopBottom);
         }
         if (!body.ok())
-            return layout;
+            return false;
     }
+    return true;
+}
+
+// The canvas: a grid's descriptor, or the lone tile's size. The tiles must
+// cover the canvas, and the last row and column must be needed, or the grid
+// is not one this decoder understands.
+bool readCanvas(const HeifMeta& meta, size_t tileCount, HeifLayout& layout)
+{
+    if (meta.itemType(meta.primary) != kGrid) {
+        layout.width = layout.tileWidth;
+        layout.height = layout.tileHeight;
+        return true;
+    }
+    HeifLayout::Span descriptor;
+    if (!meta.itemData(meta.primary, descriptor))
+        return false;
+    BoxReader grid(descriptor.data, descriptor.size);
+    grid.u8();
+    const int flags = grid.u8();
+    layout.rows = grid.u8() + 1;
+    layout.columns = grid.u8() + 1;
+    const uint32_t w = (flags & 1) ? grid.u32() : grid.u16();
+    const uint32_t h = (flags & 1) ? grid.u32() : grid.u16();
+    if (!grid.ok() || w == 0 || h == 0 || w > 65535 || h > 65535)
+        return false;
+    layout.width = int(w);
+    layout.height = int(h);
+    return size_t(layout.rows) * size_t(layout.columns) == tileCount
+           && int64_t(layout.columns) * layout.tileWidth >= layout.width
+           && int64_t(layout.rows) * layout.tileHeight >= layout.height
+           && int64_t(layout.columns - 1) * layout.tileWidth < layout.width
+           && int64_t(layout.rows - 1) * layout.tileHeight < layout.height;
+}
+
+// Every tile an HEVC item in the file, coded like the first one and of the
+// first one's size.
+bool readTiles(const HeifMeta& meta, const std::vector<uint32_t>& tiles, const HevcConfig& first, HeifLayout& layout)
+{
+    for (uint32_t tile : tiles) {
+        if (meta.itemType(tile) != kHvc1)
+            return false;
+        HevcConfig config;
+        const Property* hvcC = meta.property(tile, kHvcC);
+        if (!hvcC || !readHvcC(hvcC->body, config))
+            return false;
+        int w = 0, h = 0;
+        if (config.chromaFormat != first.chromaFormat || config.bitDepthLuma != first.bitDepthLuma
+            || config.bitDepthChroma != first.bitDepthChroma || config.nalLengthSize != first.nalLengthSize
+            || !readIspe(meta.property(tile, kIspe), w, h) || w != layout.tileWidth || h != layout.tileHeight)
+            return false;
+        const auto location = meta.locations.find(tile);
+        HeifLayout::Tile coded;
+        if (location == meta.locations.end() || location->second.method != 0 || !meta.itemData(tile, coded.data))
+            return false;
+        coded.parameterSets = std::move(config.parameterSets);
+        layout.tiles.push_back(std::move(coded));
+    }
+    layout.nalLengthSize = first.nalLengthSize;
+    return true;
+}
+
+} // namespace
+
+HeifLayout HeifLayout::read(const HeifMeta& meta)
+{
+    HeifLayout layout;
+    if (!meta.present)
+        return layout;
+    layout.referencesResolve = derivationsResolve(meta);
+    layout.structureSound = everyAv1ItemHasData(meta);
+    layout.codedSizesFit = everyPictureFits(meta, layout.codedPixels);
+
+    std::vector<uint32_t> tiles;
+    if (!primaryTiles(meta, tiles))
+        return layout;
+    HevcConfig first;
+    const Property* firstHvcC = meta.property(tiles.front(), kHvcC);
+    if (!firstHvcC || !readHvcC(firstHvcC->body, first))
+        return layout;
+    layout.chromaFormat = first.chromaFormat;
+    layout.bitDepth = first.bitDepthLuma;
+    if (!readTransforms(meta, tiles, layout))
+        return layout;
     // Cameras code 10 bits (some 12); the tiles then come out of libde265
     // as 16-bit samples, which TileDecoder scales to 8 bits as it copies.
     if (first.bitDepthLuma < 8 || first.bitDepthLuma > 12 || first.bitDepthChroma != first.bitDepthLuma)
         return layout;
-
-    if (!readIspe(findProperty(meta, tileItems.front(), kIspe), layout.tileWidth, layout.tileHeight))
+    if (!readIspe(meta.property(tiles.front(), kIspe), layout.tileWidth, layout.tileHeight)
+        || !readCanvas(meta, tiles.size(), layout))
         return layout;
-
-    if (primaryType->second == kGrid) {
-        Span descriptor;
-        if (!itemData(meta, meta.primary, descriptor))
-            return layout;
-        BoxReader grid(descriptor.data, descriptor.size);
-        grid.u8();
-        const int flags = grid.u8();
-        layout.rows = grid.u8() + 1;
-        layout.columns = grid.u8() + 1;
-        const uint32_t w = (flags & 1) ? grid.u32() : grid.u16();
-        const uint32_t h = (flags & 1) ? grid.u32() : grid.u16();
-        if (!grid.ok() || w == 0 || h == 0 || w > 65535 || h > 65535)
-            return layout;
-        layout.width = int(w);
-        layout.height = int(h);
-        if (size_t(layout.rows) * size_t(layout.columns) != tileItems.size())
-            return layout;
-        // The tiles must cover the canvas, and the last row and column must
-        // be needed, or the grid is not one this decoder understands.
-        if (int64_t(layout.columns) * layout.tileWidth < layout.width
-            || int64_t(layout.rows) * layout.tileHeight < layout.height
-            || int64_t(layout.columns - 1) * layout.tileWidth >= layout.width
-            || int64_t(layout.rows - 1) * layout.tileHeight >= layout.height)
-            return layout;
-    } else {
-        layout.width = layout.tileWidth;
-        layout.height = layout.tileHeight;
-    }
     // Chroma planes of subsampled tiles must start on whole chroma samples.
     const bool halfWidth = first.chromaFormat == 1 || first.chromaFormat == 2;
     const bool halfHeight = first.chromaFormat == 1;
     if ((halfWidth && layout.tileWidth % 2) || (halfHeight && layout.tileHeight % 2))
         return layout;
-
-    for (uint32_t tile : tileItems) {
-        const auto tileType = meta.itemTypes.find(tile);
-        if (tileType == meta.itemTypes.end() || tileType->second != kHvc1)
-            return layout;
-        HevcConfig config;
-        const Property* hvcC = findProperty(meta, tile, kHvcC);
-        if (!hvcC || !readHvcC(hvcC->body, config))
-            return layout;
-        int w = 0, h = 0;
-        if (config.chromaFormat != first.chromaFormat || config.bitDepthLuma != first.bitDepthLuma
-            || config.bitDepthChroma != first.bitDepthChroma
-            || config.nalLengthSize != first.nalLengthSize
-            || !readIspe(findProperty(meta, tile, kIspe), w, h) || w != layout.tileWidth || h != layout.tileHeight)
-            return layout;
-        const auto location = meta.locations.find(tile);
-        Tile coded;
-        if (location == meta.locations.end() || location->second.method != 0 || !itemData(meta, tile, coded.data))
-            return layout;
-        coded.parameterSets = std::move(config.parameterSets);
-        layout.tiles.push_back(std::move(coded));
-    }
-    layout.nalLengthSize = first.nalLengthSize;
-    layout.direct = true;
+    layout.direct = readTiles(meta, tiles, first, layout);
     return layout;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HeifMeta.h"
 #include "PlaneTransform.h"
 
 #include <cstddef>
@@ -18,14 +19,12 @@ namespace decodex {
 class HeifLayout
 {
 public:
-    struct Span
-    {
-        const uint8_t* data = nullptr;
-        size_t size = 0;
-    };
+    using Span = HeifMeta::Span;
 
-    // Reads the container; never reads outside [data, data + size).
-    static HeifLayout read(const uint8_t* data, size_t size);
+    // Describes the file whose meta box `meta` holds; never reads outside
+    // the bytes the meta box was read from.
+    static HeifLayout read(const HeifMeta& meta);
+    static HeifLayout read(const uint8_t* data, size_t size) { return read(HeifMeta::read(data, size)); }
 
     // True when every tile is a plain HEVC item stored in the file and no
     // crop applies; only then are the fields below the chroma format
@@ -38,18 +37,17 @@ public:
     bool referencesResolve = true;
 
     // False when the file has a structure no camera or phone writes and
-    // libheif handles badly: an AV1 item the primary image reaches whose data
-    // is empty (the system AV1 decoder leaks on every such call), or a grid
-    // that uses one tile more than once (a 100 KB file became a 199 MP
-    // picture). Such a file must not reach any decoder.
+    // libheif handles badly: an AV1 item whose data is empty (the system AV1
+    // decoder leaks on every such call). Such a file must not reach any
+    // decoder. (Loops, deep nesting and repeated pictures are DamageCheck's.)
     bool structureSound = true;
 
     // False when a parameter set declares a picture larger than the item's
     // 'ispe' (plus padding to whole coding blocks). libde265 allocates what
     // the parameter set says, so such a file must not reach any decoder.
     bool codedSizesFit = true;
-    // The pictures decoding the primary image would produce, in pixels, as
-    // their parameter sets declare them.
+    // The pictures decoding the primary image and its thumbnails would
+    // produce, in pixels, as their parameter sets declare them.
     uint64_t codedPixels = 0;
 
     // From the first HEVC configuration found for the primary image, also

@@ -7,11 +7,12 @@
 namespace decodex {
 
 struct GainMapParameters;
+class HeifMeta;
 
 // The ISO 21496-1 tone-map derived item ('tmap') of a HEIF file: it names
 // the base image and its gain map, and its payload holds the standard's
-// binary gain-map metadata. libheif 1.15 does not read it, so the meta box
-// is walked here; every offset is checked against the file's bounds.
+// binary gain-map metadata. libheif 1.15 does not read it; the item is
+// found through HeifMeta, which checks every offset against the file.
 class ToneMapItem
 {
 public:
@@ -19,6 +20,7 @@ public:
     // reads its metadata. False when there is none, or it is malformed, or
     // it describes a base image that is the HDR rendition.
     static bool read(const uint8_t* file, size_t size, uint32_t gainMapId, GainMapParameters& parameters);
+    static bool read(const HeifMeta& meta, uint32_t gainMapId, GainMapParameters& parameters);
 
     // Reads the binary metadata itself (the 'tmap' item's payload).
     static bool parse(const uint8_t* payload, size_t size, GainMapParameters& parameters);

@@ -4,10 +4,12 @@
 #include "decodex/heif2jpg.h"
 
 #include "ColorProfile.h"
+#include "DamageCheck.h"
 #include "ExifEditor.h"
 #include "GainMap.h"
 #include "GainMapJpeg.h"
 #include "HeifLayout.h"
+#include "HeifMeta.h"
 #include "JpegWriter.h"
 #include "PlanarImage.h"
 #include "PlaneTransform.h"
@@ -71,6 +73,14 @@ bool withinLimits(int64_t width, int64_t height)
 {
     return width > 0 && height > 0 && width <= DECODEX_MAX_DIMENSION && height <= DECODEX_MAX_DIMENSION
            && width * height <= DECODEX_MAX_PIXELS;
+}
+
+// Loops, absurd nesting, repeated pictures and extents beyond the file are
+// refused from the meta box alone, before libheif sees the file: it would
+// overflow its stack, or spend minutes, on them.
+int refuseDamaged(const HeifMeta& meta)
+{
+    return DamageCheck::find(meta) == DamageCheck::Damage::None ? 0 : DECODEX_ERR_DECODE_FAILED;
 }
 
 int open(const uint8_t* input, int32_t size, int threads, OpenedFile& file)
@@ -202,6 +212,9 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
 {
     if (!input || inputSize <= 0 || !output || capacity <= 0)
         return DECODEX_ERR_BAD_ARGUMENT;
+    const HeifMeta meta = HeifMeta::read(input, size_t(inputSize));
+    if (const int err = refuseDamaged(meta))
+        return err;
     ThreadBudget budget;
     OpenedFile file;
     if (const int err = open(input, inputSize, budget.threads(), file))
@@ -209,7 +222,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     const heif_image_handle* handle = file.primary.get();
     const Colour colour = colourOf(handle);
     const JpegMetadata metadata = metadataOf(handle, colour);
-    const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
+    const HeifLayout layout = HeifLayout::read(meta);
     if (!layout.structureSound || !codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
@@ -253,6 +266,8 @@ int32_t capacity(const uint8_t* input, int32_t inputSize)
 {
     if (!input || inputSize <= 0)
         return DECODEX_ERR_BAD_ARGUMENT;
+    if (const int err = refuseDamaged(HeifMeta::read(input, size_t(inputSize))))
+        return err;
     OpenedFile file;
     if (const int err = open(input, inputSize, 1, file))
         return err;
@@ -282,12 +297,15 @@ int32_t thumbnail(const uint8_t* input, int32_t inputSize, int32_t quality, uint
 {
     if (!input || inputSize <= 0 || !output || capacity <= 0)
         return DECODEX_ERR_BAD_ARGUMENT;
+    const HeifMeta meta = HeifMeta::read(input, size_t(inputSize));
+    if (const int err = refuseDamaged(meta))
+        return err;
     OpenedFile file;
     if (const int err = open(input, inputSize, 1, file))
         return err;
     // The same refusals as a full conversion: libheif asserts on some of
     // these files whichever image is decoded.
-    const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
+    const HeifLayout layout = HeifLayout::read(meta);
     if (!layout.structureSound || !layout.referencesResolve || !codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     const heif_image_handle* primary = file.primary.get();
