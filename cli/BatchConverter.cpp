@@ -62,7 +62,7 @@ BatchConverter::Result BatchConverter::convert(const QVector<ConvertJob>& work, 
 
     QEventLoop loop;
     m_loop = &loop;
-    m_running = jobs;
+    m_running = 0;
     for (int i = 0; i < jobs; ++i) {
         ConvertThread* worker = m_workers[size_t(i)].get();
         worker->setDecoder(m_decoder);
@@ -71,10 +71,20 @@ BatchConverter::Result BatchConverter::convert(const QVector<ConvertJob>& work, 
         worker->setScratchFileName(m_scratchNames[size_t(i)].constData());
         worker->setStopFlag(false);
         worker->start();
+        // A thread the system refused (no memory for its stack) never says
+        // `finished`; waiting for it would wait for ever.
+        if (worker->isRunning() || worker->isFinished())
+            ++m_running;
     }
-    // `finished` is queued behind each worker's last report, so every report
-    // has arrived by the time the last one is counted.
-    loop.exec();
+    if (m_running == 0) {
+        ConvertJob job;
+        while (WorkQueue::global().take(&job))
+            workerFailed(job.source, tr("no worker thread could be started: out of memory"));
+    } else {
+        // `finished` is queued behind each worker's last report, so every
+        // report has arrived by the time the last one is counted.
+        loop.exec();
+    }
     m_loop = nullptr;
     // A worker says `finished` just before its thread ends; a worker still
     // ending would ignore the next start().

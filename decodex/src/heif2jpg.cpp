@@ -24,6 +24,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <system_error>
 #include <vector>
 
 namespace decodex {
@@ -344,6 +345,8 @@ DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t q
         return decodex::convert(input, input_size, quality, output, output_capacity, true);
     } catch (const std::bad_alloc&) {
         return DECODEX_ERR_ENCODE_FAILED;
+    } catch (const std::system_error&) { // a thread refused for want of memory
+        return DECODEX_ERR_ENCODE_FAILED;
     } catch (...) {
         return DECODEX_ERR_DECODE_FAILED;
     }
@@ -356,6 +359,8 @@ DECODEX_API int32_t heif2jpg_no_gain_map(const uint8_t* input, int32_t input_siz
     try {
         return decodex::convert(input, input_size, quality, output, output_capacity, false);
     } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (const std::system_error&) { // a thread refused for want of memory
         return DECODEX_ERR_ENCODE_FAILED;
     } catch (...) {
         return DECODEX_ERR_DECODE_FAILED;
@@ -378,6 +383,8 @@ DECODEX_API int32_t heif2jpg_thumbnail(const uint8_t* input, int32_t input_size,
     try {
         return decodex::thumbnail(input, input_size, quality, output, output_capacity);
     } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (const std::system_error&) { // a thread refused for want of memory
         return DECODEX_ERR_ENCODE_FAILED;
     } catch (...) {
         return DECODEX_ERR_DECODE_FAILED;
