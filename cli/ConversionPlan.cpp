@@ -1,5 +1,6 @@
 #include "ConversionPlan.h"
 
+#include "FolderCase.h"
 #include "OutputNaming.h"
 
 #include <QDir>
@@ -8,22 +9,33 @@
 
 namespace {
 
-QString folded(const QString& key)
-{
-    return ConversionPlan::fileNameCase() == Qt::CaseInsensitive ? key.toCaseFolded() : key;
-}
-
 // The same file however it is spelt: links resolved where the file exists,
-// and folded to one case where the file system ignores case. A target need
-// not exist yet, but its folder may be reached through a link.
-QString fileKey(const QString& path)
+// and folded to one case where the folder's file system ignores case (asked
+// once per folder). A target need not exist yet, but its folder may be
+// reached through a link.
+class FileKeys
 {
-    const QFileInfo info(path);
-    if (info.exists() && !info.isSymLink())
-        return folded(info.canonicalFilePath());
-    const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
-    return folded((folder.isEmpty() ? info.absolutePath() : folder) + QLatin1Char('/') + info.fileName());
-}
+public:
+    QString of(const QString& path)
+    {
+        const QFileInfo info(path);
+        QString key;
+        if (info.exists() && !info.isSymLink()) {
+            key = info.canonicalFilePath();
+        } else {
+            const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
+            key = (folder.isEmpty() ? info.absolutePath() : folder) + QLatin1Char('/') + info.fileName();
+        }
+        const QString folder = info.absolutePath();
+        auto rule = m_rules.find(folder);
+        if (rule == m_rules.end())
+            rule = m_rules.insert(folder, FolderCase::of(folder));
+        return *rule == Qt::CaseInsensitive ? key.toCaseFolded() : key;
+    }
+
+private:
+    QHash<QString, Qt::CaseSensitivity> m_rules;
+};
 
 QString targetFor(const InputScanner::Photo& photo, const QString& outputFolder)
 {
@@ -42,22 +54,14 @@ QString targetFor(const InputScanner::Photo& photo, const QString& outputFolder)
 
 } // namespace
 
-Qt::CaseSensitivity ConversionPlan::fileNameCase()
-{
-#if defined(Q_OS_WIN) || defined(Q_OS_MACOS)
-    return Qt::CaseInsensitive;
-#else
-    return Qt::CaseSensitive;
-#endif
-}
-
 ConversionPlan::Result ConversionPlan::make(const QVector<InputScanner::Photo>& photos,
                                             const QString& outputFolder, bool keepExisting)
 {
     Result result;
+    FileKeys keys;
     QHash<QString, QString> sourceByKey;
     for (const InputScanner::Photo& photo : photos)
-        sourceByKey.insert(fileKey(photo.path), photo.path);
+        sourceByKey.insert(keys.of(photo.path), photo.path);
 
     // Targets in first-seen order, so clashes are reported in argument order.
     QStringList order;
@@ -65,7 +69,7 @@ ConversionPlan::Result ConversionPlan::make(const QVector<InputScanner::Photo>& 
     QHash<QString, QString> targetByKey;
     for (const InputScanner::Photo& photo : photos) {
         const QString target = targetFor(photo, outputFolder);
-        const QString key = fileKey(target);
+        const QString key = keys.of(target);
         if (!sourcesByTarget.contains(key)) {
             order << key;
             targetByKey.insert(key, target);

@@ -44,9 +44,9 @@ public:
     };
 
     // `outputFolder` is absolute and cleaned, or empty (beside each photo).
+    // Names that differ only in case clash where the target folder's file
+    // system ignores case (FolderCase), not by the rule of the system we
+    // run on: a FAT card on Linux ignores it.
     static Result make(const QVector<InputScanner::Photo>& photos, const QString& outputFolder,
                        bool keepExisting = false);
-
-    // Whether two names that differ only in case are one file here.
-    static Qt::CaseSensitivity fileNameCase();
 };

@@ -24,6 +24,7 @@ struct Walk
     const std::function<bool()>& stopRequested;
     QStringList found;
     QVector<InputScanner::Problem> failed;
+    QVector<InputScanner::Problem> leftOut;
     bool hasSubfolders = false;
 
     bool stop() const { return stopRequested && stopRequested(); }
@@ -36,8 +37,10 @@ struct Walk
             failed.append({path, QStringLiteral("cannot read the folder: %1").arg(error)});
             return true;
         }
+        // System: FIFOs, devices and links to nothing too, so that one named
+        // like a photo is listed as left out rather than silently missing.
         const QFileInfoList entries =
-            QDir(path).entryInfoList(QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot, QDir::Name);
+            QDir(path).entryInfoList(QDir::Files | QDir::AllDirs | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
         for (const QFileInfo& entry : entries) {
             if (stop())
                 return false;
@@ -47,7 +50,13 @@ struct Walk
                 if (recursive && !entry.isSymLink() && !folder(QDir::cleanPath(entry.filePath()), false))
                     return false;
             } else if (InputScanner::isPhotoName(entry.fileName())) {
-                found << QDir::cleanPath(entry.filePath());
+                const QString file = QDir::cleanPath(entry.filePath());
+                if (entry.isFile())
+                    found << file;
+                else if (entry.isSymLink() && !entry.exists())
+                    leftOut.append({file, QStringLiteral("a link to nothing")});
+                else
+                    leftOut.append({file, QStringLiteral("not a regular file")});
             }
         }
         return true;
@@ -107,14 +116,15 @@ InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recur
             break;
         }
         if (info.isDir()) {
-            Walk walk{recursive, stopRequested, {}, {}, false};
+            Walk walk{recursive, stopRequested, {}, {}, {}, false};
             if (!walk.folder(path, true)) {
                 result.stopped = true;
                 break;
             }
             std::sort(walk.found.begin(), walk.found.end());
             result.failed += walk.failed;
-            if (walk.found.isEmpty() && walk.failed.isEmpty()) {
+            result.leftOut += walk.leftOut;
+            if (walk.found.isEmpty() && walk.failed.isEmpty() && walk.leftOut.isEmpty()) {
                 QString note = QStringLiteral("%1: no .heic, .heif or .hif files found")
                                    .arg(QDir::toNativeSeparators(path));
                 if (!recursive && walk.hasSubfolders)

@@ -36,6 +36,7 @@ public:
         QVector<Photo> photos;     // each photo once, in argument order
         QVector<Problem> failed;   // arguments that name nothing, folders that cannot be listed
         QVector<Problem> repeated; // photos named more than once (converted once)
+        QVector<Problem> leftOut;  // found in a folder under a photo's name, but a FIFO, device or link to nothing
         QStringList notes;         // folders that held no photo, with a hint
         bool stopped = false;      // `stopRequested` said so; the lists are partial
     };

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <initializer_list>
 #include <cstdlib>
 
 namespace {
@@ -32,12 +33,20 @@ extern "C" void onInterrupt(int signalNumber)
 // How soon a Ctrl-C is acted on; the workers only look between photos anyway.
 constexpr int kPollMs = 50;
 
+// Ctrl-C, a polite kill, and a closed terminal (SIGHUP, where there is one)
+// all stop the run the same way.
+const std::initializer_list<int> kStopSignals = {SIGINT, SIGTERM,
+#ifdef SIGHUP
+                                                 SIGHUP,
+#endif
+};
+
 } // namespace
 
 InterruptWatcher::InterruptWatcher(QObject* parent) : QObject(parent)
 {
     g_state.store(kIdle);
-    for (int signalNumber : {SIGINT, SIGTERM}) {
+    for (int signalNumber : kStopSignals) {
         // A signal ignored when we started stays ignored: a shell starts
         // background jobs that way so that Ctrl-C at the terminal spares them.
         if (std::signal(signalNumber, onInterrupt) == SIG_IGN)
@@ -52,7 +61,7 @@ InterruptWatcher::InterruptWatcher(QObject* parent) : QObject(parent)
 
 InterruptWatcher::~InterruptWatcher()
 {
-    for (int signalNumber : {SIGINT, SIGTERM})
+    for (int signalNumber : kStopSignals)
         if (std::signal(signalNumber, SIG_DFL) == SIG_IGN)
             std::signal(signalNumber, SIG_IGN);
 }

@@ -3,8 +3,8 @@
 #include <QObject>
 #include <QTimer>
 
-// Turns Ctrl-C (SIGINT) and SIGTERM into a Qt signal on the thread that owns
-// the watcher; only one watcher may exist at a time. The signal handler only sets a flag, the one thing it may
+// Turns Ctrl-C (SIGINT), SIGTERM and SIGHUP into a Qt signal on the thread
+// that owns the watcher; only one watcher may exist at a time. The signal handler only sets a flag, the one thing it may
 // safely do; a timer on the event loop looks at the flag. A Ctrl-C after the
 // stop was acted on ends the process at once with status 130, removing the
 // temporary files of the writes under way first.
@@ -25,7 +25,7 @@ public:
     bool isInterrupted() const;
 
 signals:
-    // Once, at the first Ctrl-C or SIGTERM.
+    // Once, at the first Ctrl-C, SIGTERM or SIGHUP.
     void interrupted();
 
 private:

@@ -140,7 +140,7 @@ int main(int argc, char* argv[])
         else
             failedBefore.append({job.source, problem});
     }
-    const QVector<InputScanner::Problem> skipped = inputs.repeated + plan.kept;
+    const QVector<InputScanner::Problem> skipped = inputs.repeated + inputs.leftOut + plan.kept;
 
     const bool progressBar = Terminal::isTerminal(stderr);
     ConsoleReporter::Style style;
@@ -154,7 +154,7 @@ int main(int argc, char* argv[])
     for (const QString& note : inputs.notes)
         reporter.note(QStringLiteral("pictova-convert: ") + note);
 
-    if (inputs.photos.isEmpty() && inputs.repeated.isEmpty() && failedBefore.isEmpty()) {
+    if (inputs.photos.isEmpty() && skipped.isEmpty() && failedBefore.isEmpty()) {
         reporter.note(QStringLiteral("pictova-convert: no photos found; nothing was converted"));
         return kExitFailed;
     }

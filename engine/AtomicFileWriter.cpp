@@ -1,6 +1,11 @@
 #include "AtomicFileWriter.h"
 
+#include "FolderCase.h"
+
 #include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QFileInfo>
+#include <QSysInfo>
 
 #include <cerrno>
 #include <cstring>
@@ -12,18 +17,56 @@ QString failure(const QString& path, const QString& reason)
     return QCoreApplication::translate("AtomicFileWriter", "cannot write %1: %2").arg(path, reason);
 }
 
+// On a file system that ignores case the name may belong to a file spelt
+// otherwise (a camera's own IMG_0001.JPG for our IMG_0001.jpg). That file is
+// not ours to replace: true, with the reason, when that is so.
+bool spellingTaken(const QString& path, QString* error)
+{
+    const QFileInfo target(path);
+    const QString taken = FolderCase::otherSpelling(target.path(), target.fileName());
+    if (taken.isEmpty())
+        return false;
+    if (error)
+        *error = failure(path, QCoreApplication::translate("AtomicFileWriter", "%1 already exists").arg(taken));
+    return true;
+}
+
+// Four hex digits of this machine's name: two computers writing into one
+// network folder have processes of the same number.
+QByteArray hostTag()
+{
+    static const QByteArray tag =
+        QCryptographicHash::hash(QSysInfo::machineHostName().toUtf8(), QCryptographicHash::Md5).left(2).toHex();
+    return tag;
+}
+
 } // namespace
+
+QByteArray AtomicFileWriter::temporaryPrefix(qint64 pid)
+{
+    return ".pictova-" + QByteArray::number(pid) + '-' + hostTag() + '-';
+}
 
 #ifdef Q_OS_WIN
 
 // Windows has no rename over an open name the way POSIX has, and links are
 // rare there: QSaveFile does the replace with the system's own calls.
+#include <QFile>
 #include <QSaveFile>
 #include <QTemporaryFile>
 
 bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error,
                              const QDateTime& modified)
 {
+    if (spellingTaken(path, error))
+        return false;
+    // QSaveFile writes through a link to its target; the link itself is
+    // what gets replaced, as everywhere else.
+    if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
+        if (error)
+            *error = failure(path, QStringLiteral("cannot remove the link there"));
+        return false;
+    }
     QSaveFile file(path);
     file.setDirectWriteFallback(false);
     const bool written = file.open(QIODevice::WriteOnly)
@@ -41,7 +84,8 @@ bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QStri
 
 bool AtomicFileWriter::canWriteInto(const QString& folder, QString* reason)
 {
-    QTemporaryFile probe(folder + QStringLiteral("/.pictova-XXXXXX"));
+    QTemporaryFile probe(folder + QLatin1Char('/')
+                         + QString::fromLatin1(temporaryPrefix(QCoreApplication::applicationPid())) + "XXXXXX");
     if (probe.open())
         return true;
     if (reason)
@@ -65,6 +109,9 @@ void AtomicFileWriter::removeTemporaryFiles() {}
 #include <dirent.h>
 #include <fcntl.h>
 #include <locale.h>
+#include <mutex>
+#include <set>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -144,33 +191,53 @@ private:
     char* m_name = nullptr;
 };
 
-bool isLive(const QByteArray& path)
+bool processRunning(pid_t pid)
 {
-    for (const Slot& slot : g_slots)
-        if (slot.state.load() == kLive && path == slot.path)
-            return true;
-    return false;
+    // EPERM: it runs, as another user.
+    return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM);
 }
 
-// ".NAME.XXXXXX" files in `folder` that no write of this process holds: what
-// a killed run left of NAME.
-void removeLeftovers(const QByteArray& folder, const QByteArray& name)
+// The pid of a name made by temporaryPrefix() on this machine followed by
+// mkostemp()'s six characters; 0 for any other name.
+pid_t writerOf(const char* name)
 {
+    static const QByteArray tag = ".pictova-";
+    if (std::strncmp(name, tag.constData(), size_t(tag.size())) != 0)
+        return 0;
+    const char* p = name + tag.size();
+    pid_t pid = 0;
+    for (; std::isdigit(static_cast<unsigned char>(*p)) && pid < 100000000; ++p)
+        pid = pid * 10 + (*p - '0');
+    const QByteArray host = '-' + hostTag() + '-';
+    if (pid == 0 || std::strncmp(p, host.constData(), size_t(host.size())) != 0)
+        return 0;
+    p += host.size();
+    for (int i = 0; i < 6; ++i, ++p)
+        if (!std::isalnum(static_cast<unsigned char>(*p)))
+            return 0;
+    return *p == '\0' ? pid : 0;
+}
+
+// Our temporary files in `folder` whose writer is gone: what a killed run
+// left. Looked at once per folder and process; another run's files, and
+// anything not named by us, are left alone.
+void removeLeftovers(const QByteArray& folder)
+{
+    static std::mutex mutex;
+    static std::set<QByteArray> done;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!done.insert(folder).second)
+            return;
+    }
     DIR* dir = ::opendir(folder.constData());
     if (!dir)
         return;
-    const QByteArray prefix = '.' + name + '.';
     while (const dirent* entry = ::readdir(dir)) {
-        const size_t length = std::strlen(entry->d_name);
-        if (length != size_t(prefix.size()) + 6
-            || std::strncmp(entry->d_name, prefix.constData(), size_t(prefix.size())) != 0)
-            continue;
-        bool random = true;
-        for (size_t i = size_t(prefix.size()); i < length; ++i)
-            random = random && std::isalnum(static_cast<unsigned char>(entry->d_name[i]));
+        const pid_t writer = writerOf(entry->d_name);
         struct stat info;
-        if (!random || ::fstatat(::dirfd(dir), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0
-            || !S_ISREG(info.st_mode) || isLive(folder + '/' + entry->d_name))
+        if (writer == 0 || writer == ::getpid() || processRunning(writer)
+            || ::fstatat(::dirfd(dir), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(info.st_mode))
             continue;
         ::unlinkat(::dirfd(dir), entry->d_name, 0);
     }
@@ -210,7 +277,9 @@ bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QStri
         return false;
     }
 
-    removeLeftovers(folder, name);
+    if (spellingTaken(path, error))
+        return false;
+    removeLeftovers(folder);
 
     // An existing file keeps its permissions, as an editor saving it would;
     // a new one gets the usual ones. A link at the name is not looked into.
@@ -219,7 +288,7 @@ bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QStri
     if (::lstat(target.constData(), &existing) == 0 && S_ISREG(existing.st_mode))
         mode = existing.st_mode & 07777;
 
-    TemporaryName temporary(folder + "/." + name + ".XXXXXX");
+    TemporaryName temporary(folder + '/' + temporaryPrefix(::getpid()) + "XXXXXX");
     const int fd = temporary.create();
     if (fd < 0) {
         if (error)
@@ -268,7 +337,7 @@ bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QStri
 
 bool AtomicFileWriter::canWriteInto(const QString& folder, QString* why)
 {
-    TemporaryName probe(QFile::encodeName(folder) + "/.pictova-XXXXXX");
+    TemporaryName probe(QFile::encodeName(folder) + '/' + temporaryPrefix(::getpid()) + "XXXXXX");
     const int fd = probe.create();
     if (fd < 0) {
         if (why)

@@ -5,13 +5,18 @@
 #include <QString>
 
 // Writes a whole file or nothing: the bytes go to a hidden temporary file
-// beside the target (".NAME.jpg.XXXXXX"), which replaces the target only once
-// it is complete. A crash, a full disk or a cancel never leaves half a JPEG.
+// beside the target, which replaces the target only once it is complete. A
+// crash, a full disk or a cancel never leaves half a JPEG.
+//
+// The temporary file's name is ours beyond doubt and short whatever the
+// target is called: ".pictova-PID-HOST-XXXXXX" (see temporaryPrefix()). The
+// first write into a folder removes the temporary files there whose writing
+// process has gone (what a killed run left); another run's files under way,
+// and the person's own files, are never touched.
 //
 // The target's name is replaced, never followed: a symbolic link at the
 // output name is itself replaced by the new file, and the file it pointed at
-// is left alone. A temporary file left by a killed earlier run is removed the
-// next time the same file is written.
+// is left alone.
 class AtomicFileWriter
 {
 public:
@@ -29,6 +34,10 @@ public:
     // Whether a file can be made in `folder`: a hidden temporary file is made
     // and removed again. On failure `reason` gets the system's words.
     static bool canWriteInto(const QString& folder, QString* reason = nullptr);
+
+    // How the temporary files of process `pid` on this machine begin: a fixed
+    // tag, the pid, and four hex digits of the machine's name.
+    static QByteArray temporaryPrefix(qint64 pid);
 
     // The system's words for an error number, always in English ("Read-only
     // file system"), whatever the user's language: they are matched by

@@ -90,9 +90,11 @@ void ConvertThread::convertFile(const QString& sourcePath, const QString& planne
     }
 
     // A source kept in the output folder under a name that is not renamed
-    // (".Heic") would otherwise be replaced by its own JPEG.
+    // (".Heic") would otherwise be replaced by its own JPEG. A link at the
+    // JPEG's name is replaced itself, whatever it points at.
     const QString canonicalSource = QFileInfo(sourcePath).canonicalFilePath();
-    if (!canonicalSource.isEmpty() && QFileInfo(target).canonicalFilePath() == canonicalSource) {
+    const QFileInfo targetInfo(target);
+    if (!canonicalSource.isEmpty() && !targetInfo.isSymLink() && targetInfo.canonicalFilePath() == canonicalSource) {
         const QString why = tr("would replace the source file %1").arg(sourcePath);
         qCWarning(lcEngine).noquote() << why;
         emit signal_FileFailed(sourcePath, why);

@@ -11,7 +11,9 @@
 #include <QImageReader>
 
 #include <atomic>
+#include <cstdlib>
 #include <limits>
+#include <memory>
 #include <new>
 
 namespace {
@@ -55,12 +57,12 @@ int32_t callLibrary(Heif2JpgFn convert, const QByteArray& input, int quality,
 
 HeicDecoder::HeicDecoder(Heif2JpgFn convert) : m_convert(convert) {}
 
-QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
+bool HeicDecoder::openHeicFile(const QString& path, QFile& file, QString* failure)
 {
     auto fail = [failure](const QString& why) {
         if (failure)
             *failure = why;
-        return QByteArray();
+        return false;
     };
 
     // Opening a FIFO or a device for reading can block forever; only plain
@@ -69,7 +71,7 @@ QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
     if (info.exists() && !info.isFile())
         return fail(tr("cannot open %1: not a regular file").arg(path));
 
-    QFile file(path);
+    file.setFileName(path);
     if (!file.open(QIODevice::ReadOnly))
         return fail(tr("cannot open %1: %2").arg(path, file.errorString()));
 
@@ -79,15 +81,47 @@ QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
         return fail(tr("file is empty"));
     if (measured > kMaxFileSize)
         return fail(tr("file is larger than 16 MB"));
+    return true;
+}
 
-    QByteArray bytes(int(measured), Qt::Uninitialized);
-    if (file.read(bytes.data(), measured) != measured)
-        return fail(tr("cannot read %1: %2").arg(path, file.errorString()));
+QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
+{
+    QFile file;
+    if (!openHeicFile(path, file, failure))
+        return QByteArray();
+    QByteArray bytes(m_fileSize, Qt::Uninitialized);
+    if (file.read(bytes.data(), m_fileSize) != m_fileSize) {
+        if (failure)
+            *failure = tr("cannot read %1: %2").arg(path, file.errorString());
+        return QByteArray();
+    }
     return bytes;
 }
 
 HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quality,
                                               const char* scratchName) const
+{
+    const qint32 capacity = capacityFor(input, quality);
+    const MemoryBudget::Lease lease(MemoryBudget::global(), workingMemory(qint32(input.size()), capacity));
+    return decodeWithin(input, quality, scratchName, capacity);
+}
+
+qint32 HeicDecoder::capacityFor(const QByteArray& input, int quality) const
+{
+    // The library's own bound first: a camera's 10-bit photo at quality 100
+    // easily makes a JPEG of more than ten times its file, and finding that
+    // out from a failed call would cost a second full decode. Reading the
+    // bound takes only the container; ten times the input stays the floor.
+    const qint32 size = qint32(input.size());
+    qint32 capacity = outputCapacity(size);
+    const Heif2JpgCapacityFn bound = DecoderLibrary::capacityFor(m_convert);
+    if (bound && size > 0)
+        capacity = qMax(capacity, bound(reinterpret_cast<const uint8_t*>(input.constData()), size, quality));
+    return capacity;
+}
+
+HeicDecoder::Result HeicDecoder::decodeWithin(const QByteArray& input, int quality, const char* scratchName,
+                                              qint32 capacity) const
 {
     Result result;
     if (!m_convert) {
@@ -98,18 +132,6 @@ HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quali
         result.failure = tr("no data to decode");
         return result;
     }
-
-    // The library's own bound first: a camera's 10-bit photo at quality 100
-    // easily makes a JPEG of more than ten times its file, and finding that
-    // out from a failed call would cost a second full decode. Reading the
-    // bound takes only the container; ten times the input stays the floor.
-    const auto* bytes = reinterpret_cast<const uint8_t*>(input.constData());
-    const qint32 size = qint32(input.size());
-    int32_t capacity = outputCapacity(size);
-    if (const Heif2JpgCapacityFn bound = DecoderLibrary::capacityFor(m_convert))
-        capacity = qMax(capacity, bound(bytes, size, quality));
-
-    const MemoryBudget::Lease lease(MemoryBudget::global(), workingMemory(size, capacity));
     const int32_t written = callLibrary(m_convert, input, quality, scratchName, capacity, result.jpeg);
     if (!result.jpeg.isEmpty())
         return result;
@@ -147,15 +169,48 @@ HeicDecoder::Result HeicDecoder::convertFile(const QString& path, int quality,
         result.failure = libraryMissingText();
         return result;
     }
-    const QByteArray input = readHeicFile(path, &result.failure);
-    if (!input.isNull()) {
-        if (whenRead)
-            whenRead(input);
-        result = decodeToJpeg(input, quality, scratchName);
+    QFile file;
+    if (openHeicFile(path, file, &result.failure)) {
+        result = convertOpenFile(file, quality, scratchName, whenRead);
+        if (!result.ok() && result.failure.isEmpty())
+            result.failure = tr("cannot read %1: %2").arg(path, file.errorString());
     }
     if (!result.ok())
         qCWarning(lcEngine).noquote() << path + QStringLiteral(": ") + result.failure;
     return result;
+}
+
+HeicDecoder::Result HeicDecoder::convertOpenFile(QFile& file, int quality, const char* scratchName,
+                                                 const std::function<void(const QByteArray&)>& whenRead)
+{
+    // The whole file's room, in pages the system hands out only as they are
+    // written: the header goes in now, the rest once the budget lets the
+    // photo in, without a copy.
+    const qint32 size = m_fileSize;
+    const std::unique_ptr<char, void (*)(void*)> buffer(static_cast<char*>(std::calloc(size_t(size), 1)), std::free);
+    Result result;
+    if (!buffer) {
+        result.failure = describeError(DECODEX_ERR_ENCODE_FAILED);
+        return result;
+    }
+    const QByteArray input = QByteArray::fromRawData(buffer.get(), size);
+
+    // The budget is asked before the file is read: the header (the boxes
+    // before the image data) is enough for the library to tell the size of
+    // the picture, and so what the photo will take, file bytes included.
+    const qint32 header = qMin(size, kHeaderBytes);
+    if (file.read(buffer.get(), header) != header)
+        return result;
+    const qint32 estimate = capacityFor(input, quality);
+    const MemoryBudget::Lease lease(MemoryBudget::global(), workingMemory(size, estimate));
+    if (size > header && file.read(buffer.get() + header, size - header) != size - header)
+        return result;
+    if (whenRead)
+        whenRead(input);
+    // A bound no larger than the floor may come from a header that held too
+    // little for the library: the whole file is asked again.
+    const qint32 capacity = estimate > outputCapacity(size) ? estimate : capacityFor(input, quality);
+    return decodeWithin(input, quality, scratchName, capacity);
 }
 
 QImage HeicDecoder::imageFromJpeg(const QByteArray& jpeg)

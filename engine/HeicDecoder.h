@@ -3,6 +3,7 @@
 #include "Heif2JpgFn.h"
 
 #include <QByteArray>
+#include <QFile>
 #include <QImage>
 #include <QString>
 
@@ -21,6 +22,10 @@ public:
     static constexpr qint32 kMaxFileSize = 0xFFFFFF - 1;
     // The first output buffer is this many times the input.
     static constexpr qint32 kCapacityFactor = 10;
+    // What is read of a file before the budget is asked: the boxes before
+    // the image data ('ftyp', 'meta') of every camera and phone file we know
+    // fit, with room to spare.
+    static constexpr qint32 kHeaderBytes = 64 * 1024;
 
     // The library's JPEG, or why there is none.
     struct Result
@@ -52,9 +57,11 @@ public:
     // missing library never reaches the library.
     Result decodeToJpeg(const QByteArray& input, int quality, const char* scratchName) const;
 
-    // readHeicFile() then decodeToJpeg(); logs one warning line when the file
-    // could not be converted. `whenRead`, when given, gets the file's bytes
-    // once they are read and before they are decoded.
+    // Reads and converts a file; logs one warning line when it could not be
+    // converted. The MemoryBudget is asked before the file is read (the
+    // header tells the picture's size), so photos waiting for room hold no
+    // more than their first kHeaderBytes. `whenRead`, when given, gets the
+    // file's bytes once they are read and before they are decoded.
     Result convertFile(const QString& path, int quality, const char* scratchName,
                        const std::function<void(const QByteArray&)>& whenRead = {});
 
@@ -86,6 +93,15 @@ public:
     static QString libraryMissingText();
 
 private:
+    // The checks of readHeicFile() on an opened file; fileSize() is set.
+    bool openHeicFile(const QString& path, QFile& file, QString* failure);
+    Result convertOpenFile(QFile& file, int quality, const char* scratchName,
+                           const std::function<void(const QByteArray&)>& whenRead);
+    // The output buffer the library asks for, at least outputCapacity().
+    qint32 capacityFor(const QByteArray& input, int quality) const;
+    // One library call into a buffer of `capacity` bytes; no budget asked.
+    Result decodeWithin(const QByteArray& input, int quality, const char* scratchName, qint32 capacity) const;
+
     Heif2JpgFn m_convert = nullptr;
     qint32 m_fileSize = 0;
 };

@@ -1,5 +1,6 @@
 #include "OutputNaming.h"
 
+#include "FolderCase.h"
 #include "PhotoFiles.h"
 
 #include <QFileInfo>
@@ -79,21 +80,23 @@ QStringList OutputNaming::runTargets(const QString& folder, const QStringList& s
 {
     QStringList targets;
     targets.reserve(sources.size());
-    QSet<QString> taken;
     QString base = folder;
     while (base.endsWith(QLatin1Char('/')) && base.size() > 1)
         base.chop(1);
+    const bool ignoreCase = FolderCase::of(base) == Qt::CaseInsensitive;
+    auto key = [ignoreCase](const QString& name) { return ignoreCase ? name.toCaseFolded() : name; };
+    QSet<QString> taken;
     for (const QString& source : sources) {
         const QString name = desktopJpegName(QFileInfo(source).fileName());
         QString candidate = name;
-        if (taken.contains(candidate.toLower())) {
+        if (taken.contains(key(candidate))) {
             const int dot = name.lastIndexOf(QLatin1Char('.'));
             const QString stem = dot > 0 ? name.left(dot) : name;
             const QString ending = dot > 0 ? name.mid(dot) : QString();
-            for (int n = 2; taken.contains(candidate.toLower()); ++n)
+            for (int n = 2; taken.contains(key(candidate)); ++n)
                 candidate = stem + QStringLiteral(" (%1)").arg(n) + ending;
         }
-        taken.insert(candidate.toLower());
+        taken.insert(key(candidate));
         targets << base + QLatin1Char('/') + candidate;
     }
     return targets;

@@ -3,8 +3,9 @@
 #include <QString>
 #include <QStringList>
 
-// Where converted files go and what they are called. Pure functions, shared
-// by the batch workers, the preview page and the command-line converter.
+// Where converted files go and what they are called: pure functions (but
+// for runTargets(), which asks the folder how it compares names), shared by
+// the batch workers, the preview page and the command-line converter.
 //
 // Each folder rule takes the save path the user chose (empty: none) and
 // returns the folder to write into, which the caller also keeps as its new
@@ -44,7 +45,8 @@ public:
     // The JPEG paths of one run, in the order of `sources`, all in `folder`.
     // A name already taken by an earlier photo of the same run gets " (2)",
     // " (3)"... before ".jpg", so no photo of a run replaces another. Names
-    // are compared without regard to case, as on Windows and macOS disks.
+    // are compared the way the folder's file system compares them
+    // (FolderCase asks it): without regard to case on a camera card.
     static QStringList runTargets(const QString& folder, const QStringList& sources);
 
     // The command-line converter's name: a HEIF ending (".heic", ".heif",

@@ -1,4 +1,5 @@
 #include "TestSandbox.h"
+#include "AtomicFileWriter.h"
 #include "EngineTestSupport.h"
 #include "HeicFixture.h"
 
@@ -197,7 +198,7 @@ private slots:
         QVERIFY(photo("a.heic") && photo("b.heic"));
         QVERIFY(EngineTest::writeFile(path("a.jpg"), "converted before"));
         // A temporary file left by a run that was killed while writing b.jpg.
-        QVERIFY(EngineTest::writeFile(path(".b.jpg.k1ll3d"), "half"));
+        QVERIFY(EngineTest::writeFile(path(AtomicFileWriter::temporaryPrefix(EngineTest::endedProcess()) + "k1ll3d"), "half"));
 
         const CliRun kept = convert({"-n", "a.heic", "b.heic"});
         QCOMPARE(kept.exitCode, 0);
@@ -209,6 +210,29 @@ private slots:
         const CliRun replaced = convert({"a.heic"});
         QCOMPARE(replaced.exitCode, 0);
         QCOMPARE(EngineTest::readFile(path("a.jpg")), EngineTest::jpeg());
+    }
+
+    void twoRunsIntoOneFolderBothFinish()
+    {
+        // Two runs over the same card into one folder at once: neither may
+        // take the other's half-written files for a killed run's leftovers.
+        const int count = 150;
+        for (int i = 0; i < count; ++i)
+            QVERIFY(photo(QStringLiteral("card/p%1.heic").arg(i, 3, 10, QChar('0')).toUtf8(), EngineTest::jpeg(20, 10 + i % 40)));
+        QProcess runs[2];
+        for (QProcess& run : runs) {
+            run.setWorkingDirectory(m_dir->path());
+            run.start(PICTOVA_CONVERT, {"--decoder", EngineTest::fakeLibrary(), "-j", "4", "-o", "out", "card"});
+        }
+        for (QProcess& run : runs) {
+            QVERIFY(run.waitForFinished(120000));
+            const QString said = QString::fromLocal8Bit(run.readAllStandardError());
+            QVERIFY2(run.exitCode() == 0 && said.contains(QStringLiteral("%1 converted, 0 failed").arg(count)), qPrintable(said));
+        }
+        const QStringList written = EngineTest::entries(path("out"));
+        QCOMPARE(written.size(), count);
+        for (int i = 0; i < count; ++i)
+            QCOMPARE(EngineTest::readFile(path(QStringLiteral("out/p%1.jpg").arg(i, 3, 10, QChar('0')))), EngineTest::jpeg(20, 10 + i % 40));
     }
 
     void listingIsOneLinePerFile()

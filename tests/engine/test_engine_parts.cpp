@@ -142,21 +142,47 @@ private slots:
 
     void writerKeepsDateAndPermissionsAndCleansLeftovers()
     {
+#ifdef Q_OS_UNIX
         QTemporaryDir dir;
         const QString path = dir.filePath("p.jpg");
         QVERIFY(EngineTest::writeFile(path, "old"));
         QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup));
-        // What a killed run leaves, and names that only look alike.
-        for (const char* name : {".p.jpg.Ab12Z9", ".p.jpg.notes-1", ".q.jpg.Ab12Z9", "p.jpg.Ab12Z9"})
+        // What a killed run left; what another run is writing (its process
+        // runs), or another computer on a shared folder; the person's files.
+        QProcess running;
+        running.start("sleep", {"30"});
+        QVERIFY(running.waitForStarted());
+        const QByteArray killed = AtomicFileWriter::temporaryPrefix(EngineTest::endedProcess()) + "Ab12Z9";
+        const QByteArray busy = AtomicFileWriter::temporaryPrefix(running.processId()) + "Ab12Z9";
+        QByteArray elsewhere = killed;
+        elsewhere.replace(elsewhere.size() - 11, 4, elsewhere.mid(elsewhere.size() - 11, 4) == "0000" ? "ffff" : "0000");
+        const QStringList kept{QString(busy), QString(elsewhere), ".p.jpg.Ab12Z9", ".p.jpg.backup", "p.jpg.Ab12Z9"};
+        for (const QString& name : kept + QStringList(QString(killed)))
             QVERIFY(EngineTest::writeFile(dir.filePath(name), "x"));
         const QDateTime taken = QDateTime::fromMSecsSinceEpoch(1500000000123);
         QString error;
         QVERIFY2(AtomicFileWriter::write(path, "new", &error, taken), qPrintable(error));
+        running.kill();
+        running.waitForFinished();
         QCOMPARE(EngineTest::readFile(path), QByteArray("new"));
         QCOMPARE(QFileInfo(path).lastModified(), taken);
         // The owner's and the group's bits as they were (0640), not a new file's.
         QCOMPARE(QFileInfo(path).permissions() & 0x0FFF, QFile::ReadUser | QFile::WriteUser | QFile::ReadGroup);
-        QCOMPARE(EngineTest::entries(dir.path()), QStringList({".p.jpg.notes-1", ".q.jpg.Ab12Z9", "p.jpg", "p.jpg.Ab12Z9"}));
+        QStringList expected = kept + QStringList("p.jpg");
+        expected.sort();
+        QCOMPARE(EngineTest::entries(dir.path()), expected);
+#endif
+    }
+
+    void writerTakesAShortTemporaryName()
+    {
+        // The longest name a file system allows: a temporary name made
+        // from it would be too long.
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QString(251, 'n') + ".jpg");
+        QString error;
+        QVERIFY2(AtomicFileWriter::write(path, "JPEG", &error), qPrintable(error));
+        QCOMPARE(EngineTest::entries(dir.path()), QStringList(QFileInfo(path).fileName()));
     }
 
     void failedWriteKeepsTheOldFileAndSaysWhy_data()

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QImage>
 #include <QLibrary>
+#include <QProcess>
 #include <QtTest>
 
 #include "WorkQueue.h"
@@ -80,6 +81,19 @@ inline QStringList drainQueue()
         left << job.source;
     return left;
 }
+
+#ifdef Q_OS_UNIX
+// The number of a process that has ended, as a killed run's was.
+inline qint64 endedProcess()
+{
+    QProcess process;
+    process.start(QStringLiteral("true"), QStringList());
+    process.waitForStarted();
+    const qint64 pid = process.processId();
+    process.waitForFinished();
+    return pid;
+}
+#endif
 
 // Hidden entries too, so that a temporary file left by a failed save is seen.
 inline QStringList entries(const QString& folder)

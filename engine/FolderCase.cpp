@@ -1,0 +1,80 @@
+#include "FolderCase.h"
+
+#include "AtomicFileWriter.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryFile>
+
+namespace {
+
+// Real entries only: a link's target may lie on another file system.
+QStringList entriesOf(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot
+                                  | QDir::NoSymLinks);
+}
+
+QString swapped(const QString& name)
+{
+    const QString upper = name.toUpper();
+    return upper != name ? upper : name.toLower();
+}
+
+// Whether `name`, an entry of `folder`, is found under another spelling.
+bool foundSpeltOtherwise(const QString& folder, const QString& name, const QStringList& entries)
+{
+    const QString other = swapped(name);
+    return !entries.contains(other) && QFileInfo::exists(folder + QLatin1Char('/') + other);
+}
+
+Qt::CaseSensitivity usualRule()
+{
+#if defined(Q_OS_WIN) || defined(Q_OS_MACOS)
+    return Qt::CaseInsensitive;
+#else
+    return Qt::CaseSensitive;
+#endif
+}
+
+} // namespace
+
+Qt::CaseSensitivity FolderCase::of(const QString& folder)
+{
+    QString existing = QDir::cleanPath(QDir(folder).absolutePath());
+    while (!QFileInfo(existing).isDir()) {
+        const QString parent = QFileInfo(existing).path();
+        if (parent == existing)
+            return usualRule();
+        existing = parent;
+    }
+    const QStringList entries = entriesOf(existing);
+    for (const QString& name : entries) {
+        if (swapped(name) != name)
+            return foundSpeltOtherwise(existing, name, entries) ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    }
+    // Nothing with a letter in it: a file of our own, removed at once.
+    QTemporaryFile probe(existing + QLatin1Char('/')
+                         + QString::fromLatin1(AtomicFileWriter::temporaryPrefix(QCoreApplication::applicationPid()))
+                         + QStringLiteral("XXXXXX"));
+    if (!probe.open())
+        return usualRule();
+    const QString name = QFileInfo(probe.fileName()).fileName();
+    return foundSpeltOtherwise(existing, name, {name}) ? Qt::CaseInsensitive : Qt::CaseSensitive;
+}
+
+QString FolderCase::otherSpelling(const QString& folder, const QString& name)
+{
+    const QString path = folder + QLatin1Char('/') + name;
+    if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
+        return QString();
+    const QStringList entries =
+        QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    if (entries.contains(name))
+        return QString();
+    for (const QString& entry : entries)
+        if (entry.compare(name, Qt::CaseInsensitive) == 0)
+            return entry;
+    return name; // found under a spelling Qt's comparison does not know
+}
