@@ -10,6 +10,7 @@ packages=(
   libjpeg62-turbo-dev libturbojpeg0-dev liblcms2-dev libexif-dev
   xvfb xauth libimage-exiftool-perl libvips-tools time
   fonts-open-sans libxcb1-dev
+  dosfstools fusefat
 )
 if [ "${PICTOVA_FUZZ:-0}" = 1 ]; then
   packages+=(clang libclang-rt-14-dev)

@@ -2,9 +2,11 @@
 #include "AtomicFileWriter.h"
 #include "EngineTestSupport.h"
 #include "HeicFixture.h"
+#include "OutputNaming.h"
 
 #include <QDirIterator>
 #include <QProcess>
+#include <QStorageInfo>
 
 #ifdef Q_OS_UNIX
 #include <fcntl.h>
@@ -13,6 +15,55 @@
 #endif
 
 #include <memory>
+
+#ifdef Q_OS_UNIX
+// A FAT file system, which ignores case like a camera card, mounted on a
+// folder: through FUSE (fusefat), or as root with the kernel's driver on a
+// loop device. Unmounted again when it goes.
+class FatCard
+{
+public:
+    explicit FatCard(const QString& folder) : m_folder(folder)
+    {
+        const QString image = folder + ".img";
+        if (run("mkfs.vfat", {"-C", image, "8192"}) != 0) {
+            m_why = "mkfs.vfat is missing (dosfstools)";
+            return;
+        }
+        QDir().mkpath(folder);
+        if (run("fusefat", {"-o", "rw+", image, folder}) == 0 && mounted()) {
+            m_unmount = QStringList{"fusermount", "-u", folder};
+        } else if (::geteuid() == 0 && run("mount", {"-t", "vfat", "-o", "loop", image, folder}) == 0 && mounted()) {
+            m_unmount = QStringList{"umount", folder};
+        } else {
+            m_why = "neither fusefat nor a loop mount of vfat works here";
+        }
+    }
+    ~FatCard()
+    {
+        if (!m_unmount.isEmpty())
+            run(m_unmount.first(), m_unmount.mid(1));
+    }
+    FatCard(const FatCard&) = delete;
+    FatCard& operator=(const FatCard&) = delete;
+
+    // Empty once mounted.
+    QString why() const { return m_why; }
+
+private:
+    static int run(const QString& program, const QStringList& arguments)
+    {
+        QProcess process;
+        process.start(program, arguments);
+        return process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+    bool mounted() const { return QStorageInfo(m_folder).rootPath() == QFileInfo(m_folder).canonicalFilePath(); }
+
+    QString m_folder;
+    QString m_why;
+    QStringList m_unmount;
+};
+#endif
 
 // What one run of pictova-convert said.
 struct CliRun
@@ -235,6 +286,42 @@ private slots:
             QCOMPARE(EngineTest::readFile(path(QStringLiteral("out/p%1.jpg").arg(i, 3, 10, QChar('0')))), EngineTest::jpeg(20, 10 + i % 40));
     }
 
+    void cameraCardIgnoresCase()
+    {
+#ifndef Q_OS_UNIX
+        QSKIP("mounts a FAT image");
+#else
+        FatCard card(path("card"));
+        if (!card.why().isEmpty())
+            QSKIP(qPrintable(card.why()));
+        QVERIFY(photo("d1/IMG_0001.HEIC") && photo("d2/img_0001.heic"));
+        // Two photos whose JPEGs differ only in case: one file on the card,
+        // two files on this disk.
+        CliRun run = convert({"-o", "card/out", "d1/IMG_0001.HEIC", "d2/img_0001.heic"});
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY(!QFileInfo::exists(path("card/out")));
+        QCOMPARE(convert({"-o", "disk", "d1/IMG_0001.HEIC", "d2/img_0001.heic"}).exitCode, 0);
+        QCOMPARE(EngineTest::entries(path("disk")), QStringList({"IMG_0001.jpg", "img_0001.jpg"}));
+
+        // The camera's own JPEG beside its HEIF photo, and two photos a case apart.
+        QVERIFY(photo("card/a.heic") && photo("card/A.HIF") && photo("card/IMG_0001.HEIC"));
+        QVERIFY(EngineTest::writeFile(path("card/IMG_0001.JPG"), "the camera's"));
+        run = convert({"card"});
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY(QFile::remove(path("card/A.HIF")));
+        run = convert({"card"});
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY2(run.err.contains("  " + path("card/IMG_0001.HEIC") + ": cannot write " + path("card/IMG_0001.jpg")
+                                  + ": IMG_0001.JPG already exists"), qPrintable(run.err.join('\n')));
+        QCOMPARE(EngineTest::readFile(path("card/IMG_0001.JPG")), QByteArray("the camera's"));
+        QCOMPARE(EngineTest::readFile(path("card/a.jpg")), EngineTest::jpeg());
+
+        // The window's run names follow the card's rule too.
+        QCOMPARE(OutputNaming::runTargets(path("card"), {path("d1/IMG_0001.HEIC"), path("d2/img_0001.heic")}),
+                 QStringList({path("card/IMG_0001.jpg"), path("card/img_0001 (2).jpg")}));
+#endif
+    }
+
     void listingIsOneLinePerFile()
     {
 #ifndef Q_OS_UNIX
@@ -258,11 +345,21 @@ private slots:
 #endif
     }
 
+    void interruptFinishesFilesInHand_data()
+    {
+        QTest::addColumn<int>("signalNumber");
+#ifdef Q_OS_UNIX
+        QTest::newRow("Ctrl-C") << int(SIGINT);
+        QTest::newRow("terminal closed") << int(SIGHUP);
+#endif
+    }
+
     void interruptFinishesFilesInHand()
     {
 #ifndef Q_OS_UNIX
-        QSKIP("sends SIGINT");
+        QSKIP("sends signals");
 #else
+        QFETCH(int, signalNumber);
         QStringList files;
         for (int i = 0; i < 12; ++i) {
             const QString file = path(QStringLiteral("s%1.heic").arg(i, 2, 10, QChar('0')));
@@ -277,7 +374,7 @@ private slots:
         // Each photo takes 400 ms: stop in the middle of the second pair.
         QVERIFY(process.waitForReadyRead(10000));
         QTest::qWait(200);
-        ::kill(pid_t(process.processId()), SIGINT);
+        ::kill(pid_t(process.processId()), signalNumber);
         QVERIFY(process.waitForFinished(10000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 130);

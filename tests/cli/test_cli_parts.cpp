@@ -8,6 +8,10 @@
 #include "InputScanner.h"
 #include "ProgressMeter.h"
 
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
 // The rules of pictova-convert that need no process and no decoder.
 
 namespace {
@@ -121,6 +125,18 @@ private slots:
         QVERIFY(named.photos[0].root.isEmpty());
         QCOMPARE(named.failed.size(), 1);
         QCOMPARE(named.failed[0].path, dir.filePath("gone.heic"));
+
+#ifdef Q_OS_UNIX
+        // Named like photos but none: listed as left out, with the reason.
+        QVERIFY(::mkfifo(QFile::encodeName(dir.filePath("pipe.heic")).constData(), 0600) == 0);
+        QVERIFY(QFile::link(dir.filePath("nowhere"), dir.filePath("dangling.heic")));
+        const InputScanner::Result odd = InputScanner::scan({dir.path()}, false);
+        QCOMPARE(pathsOf(odd.photos), top);
+        QCOMPARE(odd.leftOut.size(), 2);
+        QCOMPARE(odd.leftOut[0].path, dir.filePath("dangling.heic"));
+        QCOMPARE(odd.leftOut[0].reason, QString("a link to nothing"));
+        QCOMPARE(odd.leftOut[1].reason, QString("not a regular file"));
+#endif
 
         // Photos only further down: a hint to add -r.
         touch(dir.filePath("only/deep/a.heic"));

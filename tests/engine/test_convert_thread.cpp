@@ -5,6 +5,8 @@
 #include "ConvertThread.h"
 #include "DecoderLibrary.h"
 #include "EngineTestSupport.h"
+#include "HeicDecoder.h"
+#include "MemoryBudget.h"
 #include "WorkQueue.h"
 
 #ifdef Q_OS_UNIX
@@ -184,6 +186,46 @@ private slots:
         QCOMPARE(EngineTest::drainQueue(), QStringList(next));
     }
 
+    void workersWaitingForMemoryHoldOnlyTheHeader()
+    {
+        // 64 workers and room for one photo at a time: the others wait for
+        // the budget before reading more than a file's header, so bytes
+        // changed beyond it while they wait are what they convert.
+        MemoryBudget::global().setLimit(1);
+        EngineTest::fakeReset();
+        EngineTest::fakeGate(true);
+        const int count = 64;
+        const QByteArray tail(HeicDecoder::kHeaderBytes, 'a');
+        QStringList paths;
+        for (int i = 0; i < count; ++i)
+            paths << makeFile(QStringLiteral("in/p%1.heic").arg(i), EngineTest::fakeNamed("p", EngineTest::jpeg() + tail));
+        for (const QString& path : paths)
+            WorkQueue::global().put(path);
+        std::vector<std::unique_ptr<ConvertThread>> workers;
+        for (int i = 0; i < count; ++i) {
+            workers.push_back(std::make_unique<ConvertThread>());
+            workers.back()->setDecoder(m_decoder);
+            workers.back()->setSavePath(m_dir->filePath("out"));
+            workers.back()->start();
+        }
+        QTRY_COMPARE(MemoryBudget::global().waiting(), count - 1);
+        QCOMPARE(EngineTest::fakeEntered(), 1);
+        for (const QString& path : paths) {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(file.size() - 1) && file.write("b") == 1);
+        }
+        EngineTest::fakeGate(false);
+        for (auto& worker : workers)
+            worker->wait();
+        MemoryBudget::global().setLimit(0);
+        const QStringList written = EngineTest::entries(m_dir->filePath("out/Vantora"));
+        QCOMPARE(written.size(), count);
+        int readLate = 0;
+        for (const QString& name : written)
+            readLate += EngineTest::readFile(m_dir->filePath("out/Vantora/" + name)).endsWith('b');
+        QCOMPARE(readLate, count - 1);
+    }
+
     void sourceIsNeverReplacedByItsJpeg()
     {
         const QByteArray heic = EngineTest::fakeHeic(EngineTest::jpeg());
@@ -199,6 +241,15 @@ private slots:
         QVERIFY(EngineTest::writeFile(out + "/Vantora/photo.Heic", "old"));
         QCOMPARE(run({source}, out).targets.size(), 1);
         QCOMPARE(EngineTest::readFile(out + "/Vantora/photo.Heic"), heic.mid(8));
+
+#ifdef Q_OS_UNIX
+        // A link at the JPEG's name is replaced, even one to the photo.
+        const QString linked = makeFile("l/a.heic", heic);
+        QVERIFY(QDir().mkpath(m_dir->filePath("l/Vantora")) && QFile::link(linked, m_dir->filePath("l/Vantora/a.jpg")));
+        QCOMPARE(run({linked}, m_dir->filePath("l")).targets, QStringList(m_dir->filePath("l/Vantora/a.jpg")));
+        QCOMPARE(EngineTest::readFile(linked), heic);
+        QVERIFY(!QFileInfo(m_dir->filePath("l/Vantora/a.jpg")).isSymLink());
+#endif
     }
 };
 
