@@ -9,6 +9,7 @@
 #include "ToneMapItem.h"
 #include "decodex/heif2jpg.h"
 
+#include <QPainter>
 #include <QXmlStreamReader>
 #include <QtEndian>
 #include <QtTest>
@@ -19,7 +20,10 @@ namespace {
 
 const char* const kApple = GainMapFixture::kApple;
 const char* const kSamsung = GainMapFixture::kSamsung;
-const char kIsoName[] = "urn:iso:std:iso:ts:21496:-1"; // with its NUL
+const QByteArray kXmpName("http://ns.adobe.com/xap/1.0/", 29); // with its NUL
+const QByteArray kIsoName("urn:iso:std:iso:ts:21496:-1", 28);
+const QByteArray kCommonDenominator = QByteArray::fromHex(
+    "000000000008" "00000004" "00000000" "0000000a" "00000000" "0000000a" "00000004" "00000000" "00000000");
 
 // A 512x256 photo and a 128x64 map whose top-left quadrant is dark and the
 // rest bright, so a turn of the map shows. Apple's map is one monochrome
@@ -31,9 +35,7 @@ GainMapFixture fixture(const char* auxType, int mapTiles = 1)
     f.photo = GainMapFixture::code(HeicFixture::quadrants(512, 256));
     QImage map(128, 64, QImage::Format_RGB32);
     map.fill(Qt::white);
-    for (int y = 0; y < 32; ++y)
-        for (int x = 0; x < 64; ++x)
-            map.setPixel(x, y, qRgb(0, 0, 0));
+    QPainter(&map).fillRect(0, 0, 64, 32, Qt::black);
     f.map = GainMapFixture::code(map, auxType == kApple ? 400 : 420, mapTiles);
     return f;
 }
@@ -73,34 +75,33 @@ QByteArray secondImage(const QByteArray& jpeg)
     return jpeg.mid(tiff + int(r32(entries + 24)), int(r32(entries + 20)));
 }
 
-QByteArrayList xmpPackets(const JpegInspector& jpeg)
+// What follows `name` in the APPn segments of a JPEG's head: the XMP
+// packets in APP1, the ISO 21496-1 bodies in APP2.
+QByteArrayList payloads(const JpegInspector& jpeg, const QByteArray& name = kXmpName)
 {
-    QByteArrayList packets;
-    for (const QByteArray& s : jpeg.segments(0xE1))
-        if (s.startsWith(QByteArray("http://ns.adobe.com/xap/1.0/\0", 29)))
-            packets << s.mid(29);
-    return packets;
+    QByteArrayList bodies;
+    for (const QByteArray& s : jpeg.segments(name == kXmpName ? 0xE1 : 0xE2))
+        if (s.startsWith(name))
+            bodies << s.mid(name.size());
+    return bodies;
 }
 
 // Every hdrgm attribute of the first XMP packet in `jpeg`'s head.
 QMap<QString, QString> hdrgm(const QByteArray& jpeg)
 {
     QMap<QString, QString> values;
-    for (const QByteArray& packet : xmpPackets(JpegInspector(jpeg))) {
-        QXmlStreamReader xml(packet);
-        while (!xml.atEnd()) {
-            if (xml.readNext() != QXmlStreamReader::StartElement)
-                continue;
-            for (const QXmlStreamAttribute& a : xml.attributes())
-                if (a.namespaceUri() == QLatin1String("http://ns.adobe.com/hdr-gain-map/1.0/"))
-                    values[a.name().toString()] = a.value().toString();
-                else if (a.name() == QLatin1String("Semantic") || a.name() == QLatin1String("Length"))
-                    values[a.name().toString()] += a.value().toString() + QLatin1Char(' ');
-        }
-        if (xml.hasError())
-            values[QStringLiteral("error")] = xml.errorString();
-        break;
+    QXmlStreamReader xml(payloads(JpegInspector(jpeg)).value(0));
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        for (const QXmlStreamAttribute& a : xml.attributes())
+            if (a.namespaceUri() == QLatin1String("http://ns.adobe.com/hdr-gain-map/1.0/"))
+                values[a.name().toString()] = a.value().toString();
+            else if (a.name() == QLatin1String("Semantic") || a.name() == QLatin1String("Length"))
+                values[a.name().toString()] += a.value().toString() + QLatin1Char(' ');
     }
+    if (xml.hasError())
+        values[QStringLiteral("error")] = xml.errorString();
     return values;
 }
 
@@ -109,31 +110,15 @@ QImage pixels(const QByteArray& jpeg)
     return QImage::fromData(jpeg, "JPG").convertToFormat(QImage::Format_RGB32);
 }
 
-// What follows the ISO 21496-1 name in the APP2 segments of `jpeg`'s head.
-QByteArrayList isoSegments(const QByteArray& jpeg)
-{
-    QByteArrayList bodies;
-    for (const QByteArray& s : JpegInspector(jpeg).segments(0xE2))
-        if (s.startsWith(QByteArray(kIsoName, sizeof kIsoName)))
-            bodies << s.mid(sizeof kIsoName);
-    return bodies;
-}
-
-// PixelXDimension and PixelYDimension of a big-endian EXIF block.
+// PixelXDimension and PixelYDimension of a big-endian EXIF block with
+// LONG values, found by their entries' bytes.
 QSize pixelSize(const QByteArray& tiff)
 {
-    auto r16 = [&](int at) { return at + 2 <= tiff.size() ? int(qFromBigEndian<quint16>(tiff.constData() + at)) : 0; };
-    auto r32 = [&](int at) { return at + 4 <= tiff.size() ? int(qFromBigEndian<quint32>(tiff.constData() + at)) : 0; };
-    int exif = 0, size[2] = {0, 0};
-    for (int i = 0, ifd = r32(4); i < r16(ifd); ++i)
-        if (r16(ifd + 2 + 12 * i) == 0x8769)
-            exif = r32(ifd + 2 + 12 * i + 8);
-    for (int i = 0; exif && i < r16(exif); ++i) {
-        const int e = exif + 2 + 12 * i, tag = r16(e);
-        if (tag == 0xA002 || tag == 0xA003)
-            size[tag - 0xA002] = r32(e + 8);
-    }
-    return QSize(size[0], size[1]);
+    auto value = [&](const char* entry) {
+        const int at = tiff.indexOf(QByteArray(entry, 8));
+        return at < 0 ? 0 : int(qFromBigEndian<quint32>(tiff.constData() + at + 8));
+    };
+    return QSize(value("\xA0\x02\0\x04\0\0\0\x01"), value("\xA0\x03\0\x04\0\0\0\x01"));
 }
 
 } // namespace
@@ -184,6 +169,9 @@ private slots:
         iso.toneMap = GainMapFixture::toneMapPayload(0, 2.5, 1, 0, 2.5);
         iso.quarterTurns = 1;
         QTest::newRow("ISO tmap, one picture, turned") << iso.build() << 2.5 << 1.0 / 64 << true;
+        // Over the common denominator 4: headrooms 0 and 10, min 0, max 10, gamma 4, offsets 0.
+        iso.toneMap = kCommonDenominator;
+        QTest::newRow("ISO tmap, common denominator") << iso.build() << 2.5 << 0.0 << true;
     }
 
     // The photo's JPEG is what it is without the map; the MPF index leads
@@ -209,7 +197,7 @@ private slots:
             QCOMPARE(pixelSize(primary.exifTiff()), photo.size());
         QCOMPARE(primary.iccProfile(), alone.iccProfile());
         // One XMP packet, the photo's own with the directory added to it.
-        const QByteArrayList packets = xmpPackets(primary), before = xmpPackets(alone);
+        const QByteArrayList packets = payloads(primary), before = payloads(alone);
         QCOMPARE(packets.size(), 1);
         QVERIFY(!packets[0].contains('\0'));
         QCOMPARE(packets[0].contains("xmp:Rating=\"5\""), before.join().contains("xmp:Rating=\"5\""));
@@ -240,57 +228,21 @@ private slots:
         const QMap<QString, QString> values = hdrgm(second);
         QVERIFY2(!values.contains("error"), qPrintable(values.value("error")));
         QCOMPARE(values.value("BaseRenditionIsHDR"), QString("False"));
-        QVERIFY(std::fabs(values.value("GainMapMax").toDouble() - stops) < 1e-3);
-        QVERIFY(std::fabs(values.value("HDRCapacityMax").toDouble() - stops) < 1e-3);
-        QVERIFY(std::fabs(values.value("OffsetSDR").toDouble() - offset) < 1e-4);
-        QCOMPARE(values.value("GainMapMin").toDouble(), 0.0);
-        QCOMPARE(values.value("Gamma").toDouble(), 1.0);
-
-        QCOMPARE(isoSegments(jpeg), QByteArrayList{QByteArray(4, '\0')});
-        const QByteArrayList iso = isoSegments(second);
+        QCOMPARE(payloads(primary, kIsoName), QByteArrayList{QByteArray(4, '\0')});
+        const QByteArrayList iso = payloads(mapJpeg, kIsoName);
         QCOMPARE(iso.size(), 1);
         decodex::GainMapParameters p;
         const QByteArray payload = QByteArray(1, '\0') + iso[0]; // as a 'tmap' item holds it
         QVERIFY(decodex::ToneMapItem::parse(reinterpret_cast<const uint8_t*>(payload.constData()),
                                             size_t(payload.size()), p));
-        QVERIFY(std::fabs(p.gainMapMax - stops) < 1e-3 && std::fabs(p.hdrCapacityMax - stops) < 1e-3);
-        QVERIFY(std::fabs(p.offsetSdr - offset) < 1e-6 && std::fabs(p.offsetHdr - offset) < 1e-6);
-        QVERIFY(p.gainMapMin == 0 && p.gamma == 1 && p.hdrCapacityMin == 0);
-    }
-
-    // Both spellings of the standard's fractions; what a reader must refuse.
-    void readsToneMapPayloads_data()
-    {
-        QTest::addColumn<QByteArray>("payload");
-        QTest::addColumn<bool>("usable");
-        QTest::newRow("own denominators") << GainMapFixture::toneMapPayload(-0.5, 2.5, 1, 0, 2.5) << true;
-        // Denominator 4; headrooms 0 and 10, min -2, max 10, gamma 4, offsets 0 (in quarters).
-        const QByteArray common = QByteArray::fromHex("000000000008" "00000004" "00000000" "0000000a"
-                                                      "fffffffe" "0000000a" "00000004" "00000000" "00000000");
-        QTest::newRow("common denominator") << common << true;
-        QTest::newRow("cut short") << GainMapFixture::toneMapPayload(-0.5, 2.5, 1, 0, 2.5).left(40) << false;
-        QByteArray zero = GainMapFixture::toneMapPayload(-0.5, 2.5, 1, 0, 2.5);
-        zero.replace(10, 4, QByteArray(4, '\0')); // the base headroom's denominator
-        QTest::newRow("zero denominator") << zero << false;
-        QByteArray newer = GainMapFixture::toneMapPayload(-0.5, 2.5, 1, 0, 2.5);
-        newer[2] = 1; // a minimum version this reader does not know
-        QTest::newRow("newer version") << newer << false;
-    }
-
-    void readsToneMapPayloads()
-    {
-        QFETCH(QByteArray, payload);
-        QFETCH(bool, usable);
-        decodex::GainMapParameters p;
-        QCOMPARE(decodex::ToneMapItem::parse(reinterpret_cast<const uint8_t*>(payload.constData()),
-                                             size_t(payload.size()), p),
-                 usable);
-        if (usable) {
-            QCOMPARE(p.gainMapMin, -0.5);
-            QCOMPARE(p.gainMapMax, 2.5);
-            QCOMPARE(p.gamma, 1.0);
-            QCOMPARE(p.hdrCapacityMax, 2.5);
-        }
+        // Both forms say the values computed by hand.
+        const char* names[] = {"GainMapMin", "GainMapMax", "Gamma", "OffsetSDR", "OffsetHDR", "HDRCapacityMin", "HDRCapacityMax"};
+        const double byHand[] = {0, stops, 1, offset, offset, 0, stops};
+        const double inIso[] = {p.gainMapMin, p.gainMapMax, p.gamma, p.offsetSdr, p.offsetHdr, p.hdrCapacityMin, p.hdrCapacityMax};
+        for (int i = 0; i < 7; ++i)
+            QVERIFY2(std::fabs(values.value(names[i]).toDouble() - byHand[i]) < 1e-4
+                         && std::fabs(inIso[i] - byHand[i]) < 1e-6,
+                     names[i]);
     }
 
     // Nothing usable about the map, or the caller's wish: the plain JPEG,
@@ -310,9 +262,14 @@ private slots:
         GainMapFixture samsung = fixture(kSamsung, 2);
         samsung.photoXmp = GainMapFixture::samsungXmp();
         QTest::newRow("Samsung, no tmap, a directory in its XMP") << samsung.build() << true;
-        samsung.toneMap = GainMapFixture::toneMapPayload(0, 2, 1, 2, 0);
-        samsung.toneMap[5] = 0x04;
+        samsung.toneMap = QByteArray(kCommonDenominator).replace(5, 1, "\x0C");
         QTest::newRow("tmap with an HDR base") << samsung.build() << true;
+        samsung.toneMap = QByteArray(kCommonDenominator).left(30);
+        QTest::newRow("tmap cut short") << samsung.build() << true;
+        samsung.toneMap = QByteArray(kCommonDenominator).replace(6, 4, QByteArray(4, '\0'));
+        QTest::newRow("tmap with a zero denominator") << samsung.build() << true;
+        samsung.toneMap = QByteArray(kCommonDenominator).replace(2, 1, "\x01");
+        QTest::newRow("tmap of a newer version") << samsung.build() << true;
         QTest::newRow("no gain map") << HeicFixture::encode(HeicFixture::quadrants(64, 32)) << true;
     }
 

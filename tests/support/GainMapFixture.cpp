@@ -21,16 +21,18 @@ void entry(QByteArray& b, quint16 tag, quint16 type, quint32 count, quint32 valu
     u32(b, value);
 }
 
-const char kRdf[] = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">";
+QByteArray packet(const QByteArray& descriptions)
+{
+    return R"(<?xpacket begin="" id="W5M0MpCehiHzreSzNTczkc9d"?><x:xmpmeta xmlns:x="adobe:ns:meta/">)"
+           R"(<rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">)"
+           + descriptions + R"(</rdf:RDF></x:xmpmeta><?xpacket end="w"?>)";
+}
 
 } // namespace
 
 GainMapFixture::Image GainMapFixture::code(const QImage& picture, int chroma, int columns, int rows)
 {
-    Image image;
-    image.columns = columns;
-    image.rows = rows;
-    image.size = picture.size();
+    Image image{{}, columns, rows, picture.size()};
     HeicFixtureOptions options;
     options.chroma = chroma;
     const int w = picture.width() / columns, h = picture.height() / rows;
@@ -93,20 +95,17 @@ QByteArray GainMapFixture::exif(QSize pixels, double tag33, double tag48)
         u32(note, quint32(qint32(std::lround((i == 0 ? tag33 : tag48) * 100000))));
         u32(note, 100000);
     }
-    const int exifEntries = tags ? 3 : 2;
-    const quint32 noteAt = 26 + 2 + 12 * exifEntries + 4;
     QByteArray tiff("MM\0\x2A", 4);
     u32(tiff, 8);
     u16(tiff, 1); // IFD0: the EXIF pointer
     entry(tiff, 0x8769, 4, 1, 26);
     u32(tiff, 0);
-    u16(tiff, quint16(exifEntries)); // EXIF IFD at 26, tags in ascending order
-    if (tags)
-        entry(tiff, 0x927C, 7, quint32(note.size()), noteAt);
+    u16(tiff, 3); // EXIF IFD at 26, tags in ascending order, the note after it
+    entry(tiff, 0x927C, 7, quint32(note.size()), 26 + 2 + 3 * 12 + 4);
     entry(tiff, 0xA002, 4, 1, quint32(pixels.width()));
     entry(tiff, 0xA003, 4, 1, quint32(pixels.height()));
     u32(tiff, 0);
-    return tags ? tiff + note : tiff;
+    return tiff + note;
 }
 
 QByteArray GainMapFixture::toneMapPayload(double min, double max, double gamma, double baseHeadroom,
@@ -122,33 +121,24 @@ QByteArray GainMapFixture::toneMapPayload(double min, double max, double gamma, 
 
 QByteArray GainMapFixture::samsungXmp()
 {
-    return QByteArray("<?xpacket begin=\"\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>") + kRdf
-           + "\n <rdf:Description rdf:about=\"\" xmlns:xmp=\"http://ns.adobe.com/xap/1.0/\""
-             " xmlns:Container=\"http://ns.google.com/photos/1.0/container/\""
-             " xmlns:Item=\"http://ns.google.com/photos/1.0/container/item/\""
-             " xmlns:hdrgm=\"http://ns.adobe.com/hdr-gain-map/1.0/\" hdrgm:Version=\"1.0\" xmp:Rating=\"5\">\n"
-             "  <Container:Directory><rdf:Seq>\n"
-             "   <rdf:li rdf:parseType=\"Resource\"><Container:Item Item:Semantic=\"Primary\""
-             " Item:Mime=\"image/heic\"/></rdf:li>\n"
-             "   <rdf:li rdf:parseType=\"Resource\"><Container:Item Item:Semantic=\"GainMap\""
-             " Item:Mime=\"image/heic\" Item:Length=\"0\"/></rdf:li>\n"
-             "  </rdf:Seq></Container:Directory>\n"
-             " </rdf:Description>\n</rdf:RDF></x:xmpmeta><?xpacket end=\"w\"?>";
+    return packet(R"(
+ <rdf:Description rdf:about="" xmlns:xmp="http://ns.adobe.com/xap/1.0/" hdrgm:Version="1.0" xmp:Rating="5"
+   xmlns:Container="http://ns.google.com/photos/1.0/container/" xmlns:hdrgm="http://ns.adobe.com/hdr-gain-map/1.0/"
+   xmlns:Item="http://ns.google.com/photos/1.0/container/item/"><Container:Directory><rdf:Seq>
+   <rdf:li rdf:parseType="Resource"><Container:Item Item:Semantic="Primary" Item:Mime="image/heic"/></rdf:li>
+   <rdf:li rdf:parseType="Resource"><Container:Item Item:Semantic="GainMap" Item:Mime="image/heic" Item:Length="0"/>
+   </rdf:li></rdf:Seq></Container:Directory></rdf:Description>)");
 }
 
 QByteArray GainMapFixture::applePhotoXmp()
 {
-    return QByteArray("<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>") + kRdf
-           + "<rdf:Description rdf:about=\"\" xmlns:xmp=\"http://ns.adobe.com/xap/1.0/\" xmp:Rating=\"5\"/>"
-             "</rdf:RDF></x:xmpmeta><?xpacket end=\"w\"?>"
+    return packet(R"(<rdf:Description rdf:about="" xmlns:xmp="http://ns.adobe.com/xap/1.0/" xmp:Rating="5"/>)")
            + QByteArray(1, '\0');
 }
 
 QByteArray GainMapFixture::appleMapXmp(double headroom)
 {
-    QByteArray description = "<rdf:Description rdf:about=\"\" xmlns:HDRGainMap=\"http://ns.apple.com/HDRGainMap/1.0/\""
-                             " HDRGainMap:HDRGainMapVersion=\"65536\"";
-    if (headroom > 0)
-        description += " HDRGainMap:HDRGainMapHeadroom=\"" + QByteArray::number(headroom, 'f', 6) + "\"";
-    return kRdf + description + "/></rdf:RDF></x:xmpmeta>";
+    const QByteArray value = " HDRGainMap:HDRGainMapHeadroom=\"" + QByteArray::number(headroom, 'f', 6) + '"';
+    return packet(R"(<rdf:Description rdf:about="" xmlns:HDRGainMap="http://ns.apple.com/HDRGainMap/1.0/")"
+                  R"( HDRGainMap:HDRGainMapVersion="65536")" + (headroom > 0 ? value : QByteArray()) + "/>");
 }

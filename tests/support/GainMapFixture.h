@@ -39,9 +39,9 @@ struct GainMapFixture
 
     QByteArray build() const;
 
-    // A big-endian EXIF block with PixelXDimension and PixelYDimension and,
-    // when tag33 is a number, an Apple maker note with tag 33 and (unless
-    // NaN) tag 48 as signed rationals.
+    // A big-endian EXIF block with PixelXDimension, PixelYDimension and an
+    // Apple maker note with tag 33 and tag 48 as signed rationals, each
+    // left out when NaN.
     static QByteArray exif(QSize pixels, double tag33 = std::numeric_limits<double>::quiet_NaN(),
                            double tag48 = std::numeric_limits<double>::quiet_NaN());
     // ISO 21496-1 metadata for one channel, SDR base, own denominators.
