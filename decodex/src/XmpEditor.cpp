@@ -9,6 +9,7 @@ namespace {
 
 const char kContainerNamespace[] = "http://ns.google.com/photos/1.0/container/";
 const char kHdrgmNamespace[] = "http://ns.adobe.com/hdr-gain-map/1.0/";
+constexpr size_t kMaxPacket = 65535;
 
 bool isSpace(char c)
 {
@@ -90,6 +91,11 @@ void XmpEditor::forJpeg(std::vector<uint8_t>& xmp)
 {
     while (!xmp.empty() && xmp.back() == 0)
         xmp.pop_back();
+    // A packet beyond one APP1 segment does not reach the JPEG at all; the
+    // bound also keeps the cuts below, each of which moves the rest of the
+    // packet, from growing with the square of a hostile item's size.
+    if (xmp.size() > kMaxPacket)
+        return;
     std::string text(xmp.begin(), xmp.end());
     const std::vector<std::string> containers = prefixesOf(text, kContainerNamespace);
     const std::vector<std::string> gainMaps = prefixesOf(text, kHdrgmNamespace);
