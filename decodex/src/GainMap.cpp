@@ -221,7 +221,7 @@ GainMap GainMap::find(const heif_image_handle* primary, const uint8_t* file, siz
         const long tiff = ExifEditor::tiffStart(exif.data(), exif.size());
         double tag33 = 0, tag48 = 0;
         if (tiff < 0 || !AppleMakerNote::readHdrTags(exif.data() + tiff, exif.size() - size_t(tiff), tag33, tag48)) {
-            log("gain map left out: no HDRGainMapHeadroom in its XMP and no maker-note tag 33");
+            log("gain map left out: no HDRGainMapHeadroom in its XMP and no usable maker-note tags 33 and 48");
             return map;
         }
         headroom = AppleMakerNote::headroom(tag33, tag48);
