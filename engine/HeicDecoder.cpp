@@ -106,18 +106,18 @@ HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quali
     return decodeWithin(input, quality, scratchName, capacity);
 }
 
-qint32 HeicDecoder::capacityFor(const QByteArray& input, int quality) const
+qint32 HeicDecoder::capacityFor(const QByteArray& input, int quality, bool* known) const
 {
     // The library's own bound first: a camera's 10-bit photo at quality 100
     // easily makes a JPEG of more than ten times its file, and finding that
     // out from a failed call would cost a second full decode. Reading the
     // bound takes only the container; ten times the input stays the floor.
     const qint32 size = qint32(input.size());
-    qint32 capacity = outputCapacity(size);
     const Heif2JpgCapacityFn bound = DecoderLibrary::capacityFor(m_convert);
-    if (bound && size > 0)
-        capacity = qMax(capacity, bound(reinterpret_cast<const uint8_t*>(input.constData()), size, quality));
-    return capacity;
+    const qint32 asked = bound && size > 0 ? bound(reinterpret_cast<const uint8_t*>(input.constData()), size, quality) : 0;
+    if (known)
+        *known = asked > 0;
+    return qMax(outputCapacity(size), asked);
 }
 
 HeicDecoder::Result HeicDecoder::decodeWithin(const QByteArray& input, int quality, const char* scratchName,
@@ -197,19 +197,25 @@ HeicDecoder::Result HeicDecoder::convertOpenFile(QFile& file, int quality, const
 
     // The budget is asked before the file is read: the header (the boxes
     // before the image data) is enough for the library to tell the size of
-    // the picture, and so what the photo will take, file bytes included.
-    const qint32 header = qMin(size, kHeaderBytes);
-    if (file.read(buffer.get(), header) != header)
-        return result;
-    const qint32 estimate = capacityFor(input, quality);
+    // the picture, and so what the photo will take, file bytes included. A
+    // header larger than usual (a big embedded profile) is read further.
+    qint32 read = 0;
+    bool known = false;
+    qint32 estimate = 0;
+    for (qint32 header = kHeaderBytes; !known && read < size && header <= 16 * kHeaderBytes; header *= 4) {
+        const qint32 upTo = qMin(size, header);
+        if (file.read(buffer.get() + read, upTo - read) != upTo - read)
+            return result;
+        read = upTo;
+        estimate = capacityFor(input, quality, &known);
+    }
     const MemoryBudget::Lease lease(MemoryBudget::global(), workingMemory(size, estimate));
-    if (size > header && file.read(buffer.get() + header, size - header) != size - header)
+    if (file.read(buffer.get() + read, size - read) != size - read)
         return result;
     if (whenRead)
         whenRead(input);
-    // A bound no larger than the floor may come from a header that held too
-    // little for the library: the whole file is asked again.
-    const qint32 capacity = estimate > outputCapacity(size) ? estimate : capacityFor(input, quality);
+    // Asked again of the whole file when its header did not say.
+    const qint32 capacity = known ? estimate : capacityFor(input, quality);
     return decodeWithin(input, quality, scratchName, capacity);
 }
 

@@ -23,8 +23,9 @@ public:
     // The first output buffer is this many times the input.
     static constexpr qint32 kCapacityFactor = 10;
     // What is read of a file before the budget is asked: the boxes before
-    // the image data ('ftyp', 'meta') of every camera and phone file we know
-    // fit, with room to spare.
+    // the image data ('ftyp', 'meta') of camera and phone files fit, with
+    // room to spare. A file whose library bound needs more is read on, by
+    // four times as much, up to 16 times this.
     static constexpr qint32 kHeaderBytes = 64 * 1024;
 
     // The library's JPEG, or why there is none.
@@ -97,8 +98,9 @@ private:
     bool openHeicFile(const QString& path, QFile& file, QString* failure);
     Result convertOpenFile(QFile& file, int quality, const char* scratchName,
                            const std::function<void(const QByteArray&)>& whenRead);
-    // The output buffer the library asks for, at least outputCapacity().
-    qint32 capacityFor(const QByteArray& input, int quality) const;
+    // The output buffer the library asks for, at least outputCapacity();
+    // `known` says whether the library could tell.
+    qint32 capacityFor(const QByteArray& input, int quality, bool* known = nullptr) const;
     // One library call into a buffer of `capacity` bytes; no budget asked.
     Result decodeWithin(const QByteArray& input, int quality, const char* scratchName, qint32 capacity) const;
 

@@ -3,7 +3,6 @@
 #include "CommandLine.h"
 #include "ConsoleReporter.h"
 #include "ConversionPlan.h"
-#include "FolderCase.h"
 #include "EngineTestSupport.h"
 #include "InputScanner.h"
 #include "ProgressMeter.h"
@@ -185,18 +184,6 @@ private slots:
         QCOMPARE(beside.clashes.size(), 1);
         QCOMPARE(beside.jobs.size(), 4);
         QCOMPARE(beside.jobs[0].target, QStringLiteral("/card/DCIM/101/a.jpg"));
-
-        // Names that differ in more than the ending never clash; where the
-        // folder's file system tells case apart, case alone makes a different
-        // file.
-        const ConversionPlan::Result distinct = ConversionPlan::make(
-            {{"/p/A.heic", ""}, {"/p/a.heic", ""}, {"/p/a.jpg.heic", ""}, {"/p/a.txt", ""}}, "/out");
-        if (FolderCase::of("/out") == Qt::CaseSensitive) {
-            QVERIFY(distinct.clashes.isEmpty());
-            QCOMPARE(distinct.jobs.size(), 4);
-        } else {
-            QCOMPARE(distinct.clashes.size(), 1);
-        }
 
         // A JPEG that would replace another photo of the run, given as input.
         QTemporaryDir dir;
