@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds the heif2jpg libFuzzer target with clang into build-fuzz/ and runs it
 # for SECONDS (default 600) on one core, seeded with the photo corpus and the
-# regression inputs. New inputs go to build-fuzz/corpus so a rerun continues
+# regression inputs (whose reference graphs the target's own mutator,
+# decodex/fuzz/ReferenceMutator.cpp, rewires), with the box names of
+# decodex/fuzz/heif.dict. New inputs go to build-fuzz/corpus so a rerun continues
 # where the last one stopped; crashes land in build-fuzz/crashes/ and must be
 # kept in tests/decodex/data/ once fixed. The run's summary (executions, new
 # coverage, crashes) is the tail of build-fuzz/fuzz-<date>.log.
@@ -34,7 +36,7 @@ echo "fuzzing for ${seconds}s, log $log" >&2
 # big seeds; cut short they still exercise every parser, and the small
 # corpus photos still decode fully.
 set +e
-"$fuzzer" "$build/corpus" "${seeds[@]}" -max_total_time="$seconds" \
+"$fuzzer" "$build/corpus" "${seeds[@]}" -max_total_time="$seconds" -dict="$root/decodex/fuzz/heif.dict" \
   -max_len="${MAX_LEN:-131072}" -rss_limit_mb=4096 -timeout=30 \
   -artifact_prefix="$build/crashes/" -print_final_stats=1 >"$log" 2>&1
 rc=$?
