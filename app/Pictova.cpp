@@ -4,6 +4,7 @@
 #include "API_VersionControl.h"
 #include "HeicFileTable.h"
 #include "MenuLinks.h"
+#include "PhotoFiles.h"
 #include "PhotoInfo.h"
 #include "PreviewHEIC.h"
 #include "SingalConverterHome.h"
@@ -13,15 +14,22 @@
 #include "VNStyleButton.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
 #include <QDesktopServices>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QLoggingCategory>
 #include <QMenu>
 #include <QScreen>
 #include <QTextOption>
+#include <QTimer>
+
+// What the window opened from its arguments or a later start; silent unless
+// asked for (QT_LOGGING_RULES="pictova.window.info=true").
+Q_LOGGING_CATEGORY(lcWindow, "pictova.window", QtWarningMsg)
 
 Pictova::Pictova(QWidget* parent)
     : QMainWindow(parent)
@@ -249,6 +257,76 @@ void Pictova::slot_addHeicFileToTable(QVector<QString> vStrPath)
     destroyCurrentPage();
     m_fileTable->show();
     m_currentPage = m_fileTable;
+}
+
+void Pictova::bringToFront()
+{
+    if (isMinimized())
+        showNormal();
+    show();
+    raise();
+    activateWindow();
+}
+
+void Pictova::openFiles(const QStringList& paths)
+{
+    m_pendingFiles += paths;
+    openPendingFiles();
+}
+
+bool Pictova::pageIsBusy() const
+{
+    return (m_fileTable && m_fileTable->isRunning()) || (m_previewPage && m_previewPage->isConverting());
+}
+
+void Pictova::openPendingFiles()
+{
+    if (m_pendingFiles.isEmpty())
+        return;
+    // A page must not change under a question the person is answering, nor
+    // while it converts: the files wait until both are over.
+    if (QApplication::activeModalWidget() || pageIsBusy()) {
+        if (!m_pendingTimer) {
+            m_pendingTimer = new QTimer(this);
+            m_pendingTimer->setInterval(300);
+            connect(m_pendingTimer, &QTimer::timeout, this, &Pictova::openPendingFiles);
+        }
+        m_pendingTimer->start();
+        return;
+    }
+    if (m_pendingTimer)
+        m_pendingTimer->stop();
+    const QStringList paths = m_pendingFiles;
+    m_pendingFiles.clear();
+
+    const PhotoFiles::Collected collected = PhotoFiles::collect(paths);
+    QVector<QString> photos;
+    for (const InputScanner::Photo& photo : collected.photos)
+        photos.append(photo.path);
+    // A list open (or about to be, on the batch drop page) takes them all.
+    const bool toList = m_fileTable || (m_dropPage && m_dropPage->isBatchMode());
+    if (!photos.isEmpty())
+        qCInfo(lcWindow).noquote() << (toList || photos.size() > 1 || collected.fromFolder ? "list:" : "preview:")
+                                   << QStringList(photos.toList()).join(QLatin1Char(' '));
+    if (m_fileTable) {
+        m_fileTable->addFiles(photos);
+    } else if (photos.size() == 1 && !collected.fromFolder && !toList) {
+        // The preview page of another photo, or a drop page, makes way.
+        destroyCurrentPage();
+        openPageHeader(QStringLiteral("Conver Single Photo"));
+        ui->pushButton_BackHome->setStyleSheet(
+            QStringLiteral("text-align: right; color: #3598fe;margin-top:5px"));
+        slot_ToPreviewView(photos.first());
+    } else if (!photos.isEmpty()) {
+        destroyCurrentPage();
+        openPageHeader(QStringLiteral("Convert Photos in Batch"));
+        slot_addHeicFileToTable(photos);
+    }
+    const QString notTaken = PhotoFiles::notTakenText(collected);
+    if (!notTaken.isEmpty()) {
+        VNMessageBox box(notTaken, VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+        box.exec();
+    }
 }
 
 void Pictova::slot_ToHome()

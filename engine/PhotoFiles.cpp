@@ -63,6 +63,53 @@ QString PhotoFiles::leftOutText(int leftOut)
               .arg(leftOut);
 }
 
+PhotoFiles::Collected PhotoFiles::collect(const QStringList& paths)
+{
+    Collected collected;
+    const InputScanner::Result scan = InputScanner::scan(paths, true);
+    for (const InputScanner::Photo& photo : scan.photos) {
+        // A file named on its own is taken for its name, as in a chooser.
+        if (photo.root.isEmpty() && !isHeifName(photo.path))
+            ++collected.leftOut;
+        else
+            collected.photos.append(photo);
+        collected.fromFolder = collected.fromFolder || !photo.root.isEmpty();
+    }
+    for (const QString& path : paths)
+        collected.fromFolder = collected.fromFolder || QFileInfo(path).isDir();
+    collected.leftOut += scan.otherFiles;
+    for (const InputScanner::Problem& problem : scan.failed)
+        collected.unreadable << QDir::toNativeSeparators(problem.path) + QStringLiteral(": ") + problem.reason;
+    return collected;
+}
+
+PhotoFiles::Collected PhotoFiles::collect(const QList<QUrl>& urls)
+{
+    QStringList paths;
+    int others = 0;
+    for (const QUrl& url : urls) {
+        const QString path = url.toLocalFile();
+        if (path.isEmpty())
+            ++others;
+        else
+            paths << path;
+    }
+    Collected collected = collect(paths);
+    collected.leftOut += others;
+    return collected;
+}
+
+QString PhotoFiles::notTakenText(const Collected& collected)
+{
+    QStringList lines;
+    if (collected.leftOut > 0)
+        lines << leftOutText(collected.leftOut);
+    if (!collected.unreadable.isEmpty())
+        lines << QCoreApplication::translate("PhotoFiles", "These could not be read:") + QLatin1Char('\n')
+                     + collected.unreadable.join(QLatin1Char('\n'));
+    return lines.join(QStringLiteral("\n\n"));
+}
+
 QString PhotoFiles::nameFilter()
 {
     return QStringLiteral("Image Files(*.HEIC *.HEIF *.HIF)");

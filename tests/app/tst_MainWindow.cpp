@@ -134,6 +134,45 @@ private slots:
         }
     }
 
+    // Files handed to the window (its arguments, a later start): one photo
+    // alone opens its preview; a folder opens a list of its photos, sub-
+    // folders included, and says what it left out; later ones join the
+    // list. Under an open question the page stays until it is answered.
+    void handedFilesOpenWhereTheyBelong()
+    {
+        TestPictova window;
+        QDialog question(&window);
+        answerNextModal([&](QWidget* modal) {
+            window.openFiles({m_photo});
+            QCoreApplication::processEvents();
+            QVERIFY(!window.currentPage());
+            modal->close();
+        });
+        question.exec();
+        QTRY_VERIFY(qobject_cast<PreviewHEIC*>(window.currentPage()));
+        QCOMPARE(qobject_cast<PreviewHEIC*>(window.currentPage())->filePath(), m_photo);
+
+        QTemporaryDir folder;
+        QDir(folder.path()).mkpath("sub");
+        for (const char* name : {"x.heic", "sub/y.HIF"})
+            QVERIFY(HeicFixture::write(folder.filePath(name), HeicFixture::quadrants(16, 16)));
+        QFile(folder.filePath("notes.txt")).open(QIODevice::WriteOnly);
+        QString said;
+        answerNextModal([&said](QWidget* modal) {
+            for (const QLabel* label : modal->findChildren<QLabel*>())
+                said += label->text();
+            modal->close();
+        });
+        window.openFiles({folder.path()});
+        auto* table = qobject_cast<HeicFileTable*>(window.currentPage());
+        QVERIFY(table);
+        QCOMPARE(table->files().size(), 2);
+        QVERIFY2(said.contains("1 file was left out"), qPrintable(said));
+        window.openFiles({m_photo});
+        QCOMPARE(window.currentPage(), table);
+        QCOMPARE(table->files().size(), 3);
+    }
+
     void photoInfoShowsTheCurrentPhotoEveryTime()
     {
         TestPictova window;
