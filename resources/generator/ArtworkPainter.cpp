@@ -413,22 +413,11 @@ void photoGlyph(QPainter& p, const QRectF& rect, const QColor& frame, const QCol
     p.restore();
 }
 
-// The program icon: a blue rounded square holding a white photo.
 QImage appIcon(QSize size)
 {
     QImage image = canvas(size);
     QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    const qreal s = size.width();
-    const QRectF square(s * 0.03, s * 0.03, s * 0.94, s * 0.94);
-    QLinearGradient fill(square.topLeft(), square.bottomRight());
-    fill.setColorAt(0, kAccentHover);
-    fill.setColorAt(1, kAccentPressed);
-    p.setPen(Qt::NoPen);
-    p.setBrush(fill);
-    p.drawRoundedRect(square, s * 0.22, s * 0.22);
-    const QRectF photo(s * 0.2, s * 0.25, s * 0.6, s * 0.5);
-    photoGlyph(p, photo, Qt::white, Qt::white, QColor(0xff, 0xd2, 0x5c), QColor(0, 0, 0, 0), qMax(1.2, s * 0.06));
+    ArtworkPainter::paintAppIcon(p, size.width());
     return image;
 }
 
@@ -563,6 +552,22 @@ QImage dropZone(QSize size)
 }
 
 } // namespace
+
+// The program icon: a blue rounded square holding a white photo, in a
+// square of `s` units (pixels for a picture, points for the SVG).
+void ArtworkPainter::paintAppIcon(QPainter& p, qreal s)
+{
+    p.setRenderHint(QPainter::Antialiasing);
+    const QRectF square(s * 0.03, s * 0.03, s * 0.94, s * 0.94);
+    QLinearGradient fill(square.topLeft(), square.bottomRight());
+    fill.setColorAt(0, kAccentHover);
+    fill.setColorAt(1, kAccentPressed);
+    p.setPen(Qt::NoPen);
+    p.setBrush(fill);
+    p.drawRoundedRect(square, s * 0.22, s * 0.22);
+    const QRectF photo(s * 0.2, s * 0.25, s * 0.6, s * 0.5);
+    photoGlyph(p, photo, Qt::white, Qt::white, QColor(0xff, 0xd2, 0x5c), QColor(0, 0, 0, 0), qMax(1.2, s * 0.06));
+}
 
 QImage ArtworkPainter::render(const QString& path, QSize size, qreal scale)
 {
