@@ -247,16 +247,40 @@ void Pictova::slot_addHeicFileToTable(QVector<QString> vStrPath)
     // instead of landing on an empty table.
     if (vStrPath.isEmpty() && !m_fileTable)
         return;
+    // Files and folders alike: a folder brings its photos and sub-folders.
+    openList(PhotoFiles::collect(QStringList(vStrPath.toList())));
+}
+
+void Pictova::openList(const PhotoFiles::Collected& collected)
+{
     if (!m_fileTable) {
+        if (collected.photos.isEmpty()) {
+            tell(collected.fromFolder ? PhotoFiles::addedText(0, 0) + QStringLiteral("\n\n")
+                                            + PhotoFiles::notTakenText(collected)
+                                      : PhotoFiles::notTakenText(collected));
+            return;
+        }
+        openPageHeader(QStringLiteral("Convert Photos in Batch"));
         m_fileTable = new HeicFileTable(this);
         m_fileTable->setGeometry(ui->widget_Main->rect());
         ui->mainLayout->addWidget(m_fileTable);
-        m_fileTable->addFiles(vStrPath);
         m_fileTable->setDecoder(m_decoder);
+        destroyCurrentPage();
+        m_fileTable->show();
+        m_currentPage = m_fileTable;
     }
-    destroyCurrentPage();
-    m_fileTable->show();
-    m_currentPage = m_fileTable;
+    m_fileTable->addCollected(collected);
+}
+
+void Pictova::tell(const QString& text)
+{
+    if (text.trimmed().isEmpty())
+        return;
+    // Never from inside a drop: the file manager waits for the drop to end.
+    QTimer::singleShot(0, this, [this, text] {
+        VNMessageBox box(text, VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+        box.exec();
+    });
 }
 
 void Pictova::bringToFront()
@@ -300,33 +324,28 @@ void Pictova::openPendingFiles()
     m_pendingFiles.clear();
 
     const PhotoFiles::Collected collected = PhotoFiles::collect(paths);
-    QVector<QString> photos;
-    for (const InputScanner::Photo& photo : collected.photos)
-        photos.append(photo.path);
     // A list open (or about to be, on the batch drop page) takes them all.
-    const bool toList = m_fileTable || (m_dropPage && m_dropPage->isBatchMode());
-    if (!photos.isEmpty())
-        qCInfo(lcWindow).noquote() << (toList || photos.size() > 1 || collected.fromFolder ? "list:" : "preview:")
-                                   << QStringList(photos.toList()).join(QLatin1Char(' '));
-    if (m_fileTable) {
-        m_fileTable->addFiles(photos);
-    } else if (photos.size() == 1 && !collected.fromFolder && !toList) {
+    const bool toList = m_fileTable || (m_dropPage && m_dropPage->isBatchMode())
+                        || collected.photos.size() > 1 || collected.fromFolder;
+    if (!collected.photos.isEmpty()) {
+        QStringList photos;
+        for (const InputScanner::Photo& photo : collected.photos)
+            photos << photo.path;
+        qCInfo(lcWindow).noquote() << (toList ? "list:" : "preview:") << photos.join(QLatin1Char(' '));
+    }
+    if (toList) {
+        openList(collected);
+        return;
+    }
+    if (!collected.photos.isEmpty()) {
         // The preview page of another photo, or a drop page, makes way.
         destroyCurrentPage();
         openPageHeader(QStringLiteral("Conver Single Photo"));
         ui->pushButton_BackHome->setStyleSheet(
             QStringLiteral("text-align: right; color: #3598fe;margin-top:5px"));
-        slot_ToPreviewView(photos.first());
-    } else if (!photos.isEmpty()) {
-        destroyCurrentPage();
-        openPageHeader(QStringLiteral("Convert Photos in Batch"));
-        slot_addHeicFileToTable(photos);
+        slot_ToPreviewView(collected.photos.first().path);
     }
-    const QString notTaken = PhotoFiles::notTakenText(collected);
-    if (!notTaken.isEmpty()) {
-        VNMessageBox box(notTaken, VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
-        box.exec();
-    }
+    tell(PhotoFiles::notTakenText(collected));
 }
 
 void Pictova::slot_ToHome()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DecoderLibrary.h"
+#include "PhotoFiles.h"
 #include "ShadowFrame.h"
 #include "SkinStyle.h"
 
@@ -108,6 +109,9 @@ private:
     void openMenuLink(int id);
     void buildToolsMenu();
     void openPendingFiles();
+    // Shows the batch list (made when there is none yet) with these photos.
+    void openList(const PhotoFiles::Collected& collected);
+    void tell(const QString& text);
     bool pageIsBusy() const;
 
     std::unique_ptr<Ui::PictovaClass> ui;

@@ -1,10 +1,10 @@
 #include "PhotoFiles.h"
 
+#include "SavedChoices.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QStandardPaths>
 
 #include <libexif/exif-data.h>
@@ -12,9 +12,6 @@
 #include <memory>
 
 namespace {
-
-QMutex g_folderLock;
-QString g_lastFolder;
 
 QDateTime exifDate(ExifData* data, ExifTag tag)
 {
@@ -110,6 +107,18 @@ QString PhotoFiles::notTakenText(const Collected& collected)
     return lines.join(QStringLiteral("\n\n"));
 }
 
+QString PhotoFiles::addedText(int added, int alreadyListed)
+{
+    QString text = added == 1 ? QCoreApplication::translate("PhotoFiles", "1 photo was added.")
+                              : QCoreApplication::translate("PhotoFiles", "%1 photos were added.").arg(added);
+    if (alreadyListed > 0)
+        text += QLatin1Char(' ')
+                + (alreadyListed == 1
+                       ? QCoreApplication::translate("PhotoFiles", "1 was in the list already.")
+                       : QCoreApplication::translate("PhotoFiles", "%1 were in the list already.").arg(alreadyListed));
+    return text;
+}
+
 QString PhotoFiles::nameFilter()
 {
     return QStringLiteral("Image Files(*.HEIC *.HEIF *.HIF)");
@@ -117,11 +126,9 @@ QString PhotoFiles::nameFilter()
 
 QString PhotoFiles::startFolder()
 {
-    {
-        QMutexLocker locker(&g_folderLock);
-        if (!g_lastFolder.isEmpty() && QFileInfo(g_lastFolder).isDir())
-            return g_lastFolder;
-    }
+    const QString last = SavedChoices::lastFolder();
+    if (!last.isEmpty())
+        return last;
     const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
     if (!pictures.isEmpty() && QFileInfo(pictures).isDir())
         return pictures;
@@ -133,9 +140,7 @@ void PhotoFiles::rememberFolder(const QString& fileOrFolder)
     if (fileOrFolder.isEmpty())
         return;
     const QFileInfo info(fileOrFolder);
-    const QString folder = info.isDir() ? info.absoluteFilePath() : info.absolutePath();
-    QMutexLocker locker(&g_folderLock);
-    g_lastFolder = folder;
+    SavedChoices::setLastFolder(info.isDir() ? info.absoluteFilePath() : info.absolutePath());
 }
 
 QDateTime PhotoFiles::captureDate(const QByteArray& jpeg)

@@ -42,12 +42,14 @@ public:
     static Collected collect(const QList<QUrl>& urls);
     // What the person is told about what was not taken; empty when all was.
     static QString notTakenText(const Collected& collected);
+    // "12 photos were added." and, when some were listed already, how many.
+    static QString addedText(int added, int alreadyListed);
 
     // The choosers' filter. File dialogs match it without regard to case.
     static QString nameFilter();
 
-    // Where a chooser opens: the folder used last in this session, else the
-    // Pictures folder, else home.
+    // Where a chooser opens: the folder used last (kept across restarts),
+    // else the Pictures folder, else home.
     static QString startFolder();
     // Remembers the folder of a chosen file, or a chosen folder itself.
     static void rememberFolder(const QString& fileOrFolder);

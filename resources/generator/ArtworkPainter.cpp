@@ -268,6 +268,23 @@ void glyphAdd(QPainter& p, const QColor& c)
     p.drawLine(QPointF(4, 7), QPointF(10, 7));
 }
 
+void glyphFolder(QPainter& p, const QColor& c)
+{
+    p.setPen(strokePen(c, 1.4));
+    p.setBrush(Qt::NoBrush);
+    QPainterPath folder;
+    folder.moveTo(1, 3);
+    folder.lineTo(5.2, 3);
+    folder.lineTo(6.6, 4.6);
+    folder.lineTo(13, 4.6);
+    folder.lineTo(13, 12);
+    folder.lineTo(1, 12);
+    folder.closeSubpath();
+    p.drawPath(folder);
+    p.drawLine(QPointF(7, 6.6), QPointF(7, 10.2));
+    p.drawLine(QPointF(5.2, 8.4), QPointF(8.8, 8.4));
+}
+
 void glyphTrash(QPainter& p, const QColor& c)
 {
     p.setPen(strokePen(c, 1.4));
@@ -597,6 +614,8 @@ QImage ArtworkPainter::renderAtScale(const QString& path, QSize size)
 
     if (name.startsWith(QLatin1String("add_icon_")))
         return toolButton(size, look, QStringLiteral("Add"), glyphAdd);
+    if (name.startsWith(QLatin1String("addfolder_icon_")))
+        return toolButton(size, look, QStringLiteral("Add Folder"), glyphFolder);
     if (name.startsWith(QLatin1String("delete_icon_")))
         return toolButton(size, look, QStringLiteral("Delete"), glyphTrash);
     if (name.startsWith(QLatin1String("clear_icon_")))

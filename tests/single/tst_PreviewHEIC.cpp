@@ -13,6 +13,7 @@
 #include "EngineTestSupport.h"
 #include "HeicFixture.h"
 #include "PreviewHEIC.h"
+#include "SavedChoices.h"
 #include "SingleConverting.h"
 #include "VNStyleButton.h"
 
@@ -74,6 +75,9 @@ public:
     TestPreviewHEIC() : m_home(TestSandbox::home()) {}
 
 private slots:
+    // Every test starts as a first start does: no choices kept from before.
+    void init() { SavedChoices::forget(); }
+
     void initTestCase()
     {
         const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
