@@ -54,7 +54,8 @@ ConvertsionSet::ConvertsionSet(QWidget* parent)
     const QString skin = m_skin.skinDir();
     ui->pushButton_OpenFolder->setImages(skin + "/Button/button100_normal.png",
                                          skin + "/Button/button100_hover.png",
-                                         skin + "/Button/button100_pressing.png");
+                                         skin + "/Button/button100_pressing.png",
+                                         skin + "/Button/button100_disable.png");
     ui->pushButton_Convert->setImages(skin + "/Button/button100_2_normal.png",
                                       skin + "/Button/button100_2_hover.png",
                                       skin + "/Button/button100_2_pressing.png");

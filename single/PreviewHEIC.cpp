@@ -70,7 +70,8 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     const QString skinDir = m_skin.skinDir();
     ui->pushButton_SelectFolder->setImages(skinDir + "/Button/button100_normal.png",
                                            skinDir + "/Button/button100_hover.png",
-                                           skinDir + "/Button/button100_pressing.png", QString());
+                                           skinDir + "/Button/button100_pressing.png",
+                                           skinDir + "/Button/button100_disable.png");
     ui->pushButton_Convert->setImages(skinDir + "/Button/big_button_normal.png",
                                       skinDir + "/Button/big_button_hover.png",
                                       skinDir + "/Button/big_button_pressing.png",

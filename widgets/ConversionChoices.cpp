@@ -19,8 +19,7 @@ ConversionChoices::ConversionChoices(QWidget* parent)
         "QComboBox { color:#484848; background:#ffffff; border:1px solid #dddddd; border-radius:4px; "
         "padding-left:6px; }"
         "QComboBox:disabled { color:#b8b8b8; }"
-        "QComboBox:focus { border-color:#3598fe; }"
-        "QComboBox::drop-down { border:0px; width:18px; }"));
+        "QComboBox:focus { border-color:#3598fe; }"));
     ui->comboBox_MaxSize->lineEdit()->setValidator(new QIntValidator(kSmallestSide, kLargestSide, this));
     ui->comboBox_MaxSize->setCurrentText(QString::number(m_lastSide));
     ui->comboBox_MaxSize->setEnabled(false);
