@@ -1,83 +1,137 @@
 #include "XmpEditor.h"
 
-#include <algorithm>
-#include <cctype>
+#include <cstring>
 #include <string>
 
 namespace decodex {
 
 namespace {
 
-const std::string kPrefix = "exif:GPS";
+const char kContainerNamespace[] = "http://ns.google.com/photos/1.0/container/";
+const char kHdrgmNamespace[] = "http://ns.adobe.com/hdr-gain-map/1.0/";
+const char kExifNamespace[] = "http://ns.adobe.com/exif/1.0/";
+// The GPS properties of the EXIF schema for XMP (CIPA DC-010).
+const char* const kGpsProperties[] = {
+    "GPSVersionID", "GPSLatitude", "GPSLongitude", "GPSAltitudeRef", "GPSAltitude", "GPSTimeStamp",
+    "GPSSatellites", "GPSStatus", "GPSMeasureMode", "GPSDOP", "GPSSpeedRef", "GPSSpeed", "GPSTrackRef",
+    "GPSTrack", "GPSImgDirectionRef", "GPSImgDirection", "GPSMapDatum", "GPSDestLatitude", "GPSDestLongitude",
+    "GPSDestBearingRef", "GPSDestBearing", "GPSDestDistanceRef", "GPSDestDistance", "GPSProcessingMethod",
+    "GPSAreaInformation", "GPSDifferential", "GPSHPositioningError"};
+constexpr size_t kMaxPacket = 65535;
 
-bool isNameChar(char c)
+bool isSpace(char c)
 {
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.';
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-// [start, end) of the attribute or element whose name starts at `at`, or
-// false when the text there is neither (a mention inside a value).
-bool extent(const std::string& text, size_t at, size_t* start, size_t* end)
+// The prefixes the packet binds to `uri` (xmlns:prefix="uri").
+std::vector<std::string> prefixesOf(const std::string& xmp, const char* uri)
 {
-    size_t nameEnd = at + kPrefix.size();
-    while (nameEnd < text.size() && isNameChar(text[nameEnd]))
-        ++nameEnd;
-    const std::string name = text.substr(at, nameEnd - at);
-    if (at > 0 && text[at - 1] == '<') {
-        const size_t tagEnd = text.find('>', nameEnd);
-        if (tagEnd == std::string::npos)
-            return false;
-        *start = at - 1;
-        if (text[tagEnd - 1] == '/') {
-            *end = tagEnd + 1;
-            return true;
-        }
-        const size_t close = text.find("</" + name + ">", tagEnd);
-        if (close == std::string::npos)
-            return false;
-        *end = close + name.size() + 3;
-        return true;
+    std::vector<std::string> prefixes;
+    const size_t uriLength = std::strlen(uri);
+    for (size_t at = xmp.find(uri); at != std::string::npos; at = xmp.find(uri, at + uriLength)) {
+        if (at < 2 || (xmp[at - 1] != '"' && xmp[at - 1] != '\''))
+            continue;
+        size_t equals = at - 1;
+        while (equals > 0 && isSpace(xmp[equals - 1]))
+            --equals;
+        if (equals == 0 || xmp[--equals] != '=')
+            continue;
+        while (equals > 0 && isSpace(xmp[equals - 1]))
+            --equals;
+        const size_t colon = xmp.rfind(':', equals);
+        if (colon == std::string::npos || colon < 5 || xmp.compare(colon - 5, 5, "xmlns") != 0)
+            continue;
+        const std::string prefix = xmp.substr(colon + 1, equals - colon - 1);
+        if (!prefix.empty() && prefix.find_first_of(" \t\r\n\"'=<>/") == std::string::npos)
+            prefixes.push_back(prefix);
     }
-    if (at == 0 || !std::isspace(static_cast<unsigned char>(text[at - 1])))
-        return false;
-    size_t eq = nameEnd;
-    while (eq < text.size() && std::isspace(static_cast<unsigned char>(text[eq])))
-        ++eq;
-    if (eq >= text.size() || text[eq] != '=')
-        return false;
-    size_t quote = eq + 1;
-    while (quote < text.size() && std::isspace(static_cast<unsigned char>(text[quote])))
+    return prefixes;
+}
+
+// Removes every element <name ...>...</name> or <name .../>; an element
+// whose end is missing is left alone rather than cut blindly.
+void removeElements(std::string& xmp, const std::string& name)
+{
+    const std::string open = "<" + name, close = "</" + name + ">";
+    size_t at = 0;
+    while ((at = xmp.find(open, at)) != std::string::npos) {
+        const size_t after = at + open.size();
+        const size_t tagEnd = xmp.find('>', after);
+        if (after >= xmp.size() || !(isSpace(xmp[after]) || xmp[after] == '>' || xmp[after] == '/')
+            || tagEnd == std::string::npos) {
+            at = after;
+            continue;
+        }
+        const size_t end = xmp[tagEnd - 1] == '/' ? tagEnd + 1 : xmp.find(close, tagEnd);
+        if (end == std::string::npos)
+            return;
+        xmp.erase(at, (xmp[tagEnd - 1] == '/' ? end : end + close.size()) - at);
+    }
+}
+
+// Removes every attribute name="..." together with the space before it.
+void removeAttributes(std::string& xmp, const std::string& name)
+{
+    size_t at = 0;
+    while ((at = xmp.find(name, at)) != std::string::npos) {
+        size_t quote = at + name.size();
+        while (quote < xmp.size() && isSpace(xmp[quote]))
+            ++quote;
+        if (at == 0 || !isSpace(xmp[at - 1]) || quote >= xmp.size() || xmp[quote] != '=') {
+            at += name.size();
+            continue;
+        }
         ++quote;
-    if (quote >= text.size() || (text[quote] != '"' && text[quote] != '\''))
-        return false;
-    const size_t closing = text.find(text[quote], quote + 1);
-    if (closing == std::string::npos)
-        return false;
-    *start = at - 1;
-    *end = closing + 1;
-    return true;
+        while (quote < xmp.size() && isSpace(xmp[quote]))
+            ++quote;
+        const size_t end = quote < xmp.size() ? xmp.find(xmp[quote], quote + 1) : std::string::npos;
+        if (end == std::string::npos || (xmp[quote] != '"' && xmp[quote] != '\''))
+            return;
+        xmp.erase(at - 1, end + 2 - at);
+        at -= 1;
+    }
 }
 
 } // namespace
 
-int XmpEditor::dropLocation(std::vector<uint8_t>& packet)
+void XmpEditor::forJpeg(std::vector<uint8_t>& xmp)
 {
-    std::string text(packet.begin(), packet.end());
-    int removed = 0;
-    size_t from = 0;
-    for (size_t at; (at = text.find(kPrefix, from)) != std::string::npos;) {
-        size_t start = 0, end = 0;
-        if (extent(text, at, &start, &end)) {
-            text.erase(start, end - start);
-            from = start;
-            ++removed;
-        } else {
-            from = at + kPrefix.size();
-        }
+    while (!xmp.empty() && xmp.back() == 0)
+        xmp.pop_back();
+    // A packet beyond one APP1 segment does not reach the JPEG at all; the
+    // bound also keeps the cuts below, each of which moves the rest of the
+    // packet, from growing with the square of a hostile item's size.
+    if (xmp.size() > kMaxPacket)
+        return;
+    std::string text(xmp.begin(), xmp.end());
+    const std::vector<std::string> containers = prefixesOf(text, kContainerNamespace);
+    const std::vector<std::string> gainMaps = prefixesOf(text, kHdrgmNamespace);
+    if (containers.empty() && gainMaps.empty())
+        return;
+    for (const std::string& prefix : containers)
+        removeElements(text, prefix + ":Directory");
+    for (const std::string& prefix : gainMaps) {
+        removeAttributes(text, prefix + ":Version");
+        removeElements(text, prefix + ":Version");
     }
-    if (removed)
-        packet.assign(text.begin(), text.end());
-    return removed;
+    xmp.assign(text.begin(), text.end());
+}
+
+void XmpEditor::dropLocation(std::vector<uint8_t>& xmp)
+{
+    if (xmp.size() > kMaxPacket)
+        return;
+    std::string text(xmp.begin(), xmp.end());
+    const std::vector<std::string> prefixes = prefixesOf(text, kExifNamespace);
+    if (prefixes.empty())
+        return;
+    for (const std::string& prefix : prefixes)
+        for (const char* property : kGpsProperties) {
+            removeAttributes(text, prefix + ":" + property);
+            removeElements(text, prefix + ":" + property);
+        }
+    xmp.assign(text.begin(), text.end());
 }
 
 } // namespace decodex

@@ -162,13 +162,22 @@ Colour colourOf(const heif_image_handle* handle)
     return colour;
 }
 
-JpegMetadata metadataOf(const heif_image_handle* handle, const Colour& colour, bool keepLocation)
+JpegMetadata metadataOf(const OpenedFile& file, const Colour& colour, const Settings& settings)
 {
+    const heif_image_handle* handle = file.primary.get();
     JpegMetadata metadata;
     const std::vector<uint8_t> exif = metadataBlock(handle, "Exif", nullptr);
-    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size());
+    // The camera's pixel size describes the coded picture; once it has been
+    // turned, cropped or shrunk, the JPEG's own size is the true one.
+    int width = file.width, height = file.height;
+    Resampler::fitLongSide(width, height, settings.maxLongSide);
+    const bool reshaped = (file.ispeWidth > 0 && (width != file.ispeWidth || height != file.ispeHeight))
+                          || width != file.width || height != file.height;
+    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size(), reshaped ? uint32_t(width) : 0,
+                                        reshaped ? uint32_t(height) : 0);
     metadata.xmp = metadataBlock(handle, "mime", "application/rdf+xml");
-    if (!keepLocation) {
+    XmpEditor::forJpeg(metadata.xmp);
+    if (!settings.keepLocation) {
         if (metadata.exif.size() > 6)
             ExifEditor::dropLocation(metadata.exif.data() + 6, metadata.exif.size() - 6);
         XmpEditor::dropLocation(metadata.xmp);
@@ -232,7 +241,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, const Settings& setting
         return err;
     const heif_image_handle* handle = file.primary.get();
     const Colour colour = colourOf(handle);
-    const JpegMetadata metadata = metadataOf(handle, colour, settings.keepLocation);
+    const JpegMetadata metadata = metadataOf(file, colour, settings);
     const int quality = settings.quality;
     const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
     if (!layout.structureSound || !codedPicturesPlausible(layout, file))

@@ -337,6 +337,7 @@ private slots:
         HeicFixtureOptions options;
         options.exifTiff = HeicFixture::exifBlock(1, "2021:05:06 07:08:09");
         options.xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF><rdf:Description "
+                      "xmlns:exif=\"http://ns.adobe.com/exif/1.0/\" "
                       "exif:GPSLatitude=\"51,10.69N\" xmp:Rating=\"3\" exif:GPSLongitude='1,49.6W'>"
                       "<exif:GPSAltitude>97/1</exif:GPSAltitude><exif:GPSVersionID/><dc:title>Stones</dc:title>"
                       "</rdf:Description></rdf:RDF></x:xmpmeta>";
