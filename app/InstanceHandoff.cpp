@@ -80,7 +80,8 @@ void InstanceHandoff::readRequest(QLocalSocket* socket)
 {
     QStringList files;
     // The request is left in the socket until it is whole.
-    const int result = decodeRequest(socket->peek(kHeaderSize + kMaxRequestBytes), &files);
+    const qint64 waiting = qMin<qint64>(socket->bytesAvailable(), kHeaderSize + kMaxRequestBytes);
+    const int result = decodeRequest(socket->peek(waiting), &files);
     if (result == 0)
         return;
     if (result < 0) {

@@ -255,9 +255,7 @@ void Pictova::openList(const PhotoFiles::Collected& collected)
 {
     if (!m_fileTable) {
         if (collected.photos.isEmpty()) {
-            tell(collected.fromFolder ? PhotoFiles::addedText(0, 0) + QStringLiteral("\n\n")
-                                            + PhotoFiles::notTakenText(collected)
-                                      : PhotoFiles::notTakenText(collected));
+            tell(PhotoFiles::addedText(collected, 0));
             return;
         }
         openPageHeader(QStringLiteral("Convert Photos in Batch"));
@@ -274,7 +272,7 @@ void Pictova::openList(const PhotoFiles::Collected& collected)
 
 void Pictova::tell(const QString& text)
 {
-    if (text.trimmed().isEmpty())
+    if (text.isEmpty())
         return;
     // Never from inside a drop: the file manager waits for the drop to end.
     QTimer::singleShot(0, this, [this, text] {

@@ -313,11 +313,7 @@ int HeicFileTable::addPhotos(const QVector<InputScanner::Photo>& photos)
 int HeicFileTable::addCollected(const PhotoFiles::Collected& collected)
 {
     const int added = addPhotos(collected.photos);
-    QString text = PhotoFiles::notTakenText(collected);
-    if (collected.fromFolder)
-        text = PhotoFiles::addedText(added, collected.photos.size() - added)
-               + (text.isEmpty() ? QString() : QStringLiteral("\n\n") + text);
-    tellLater(text);
+    tellLater(PhotoFiles::addedText(collected, added));
     return added;
 }
 

@@ -107,16 +107,24 @@ QString PhotoFiles::notTakenText(const Collected& collected)
     return lines.join(QStringLiteral("\n\n"));
 }
 
-QString PhotoFiles::addedText(int added, int alreadyListed)
+QString PhotoFiles::addedText(const Collected& collected, int added)
 {
-    QString text = added == 1 ? QCoreApplication::translate("PhotoFiles", "1 photo was added.")
-                              : QCoreApplication::translate("PhotoFiles", "%1 photos were added.").arg(added);
-    if (alreadyListed > 0)
-        text += QLatin1Char(' ')
-                + (alreadyListed == 1
-                       ? QCoreApplication::translate("PhotoFiles", "1 was in the list already.")
-                       : QCoreApplication::translate("PhotoFiles", "%1 were in the list already.").arg(alreadyListed));
-    return text;
+    QStringList parts;
+    if (collected.fromFolder) {
+        QString text = added == 1 ? QCoreApplication::translate("PhotoFiles", "1 photo was added.")
+                                  : QCoreApplication::translate("PhotoFiles", "%1 photos were added.").arg(added);
+        const int listed = collected.photos.size() - added;
+        if (listed > 0)
+            text += QLatin1Char(' ')
+                    + (listed == 1 ? QCoreApplication::translate("PhotoFiles", "1 was in the list already.")
+                                   : QCoreApplication::translate("PhotoFiles", "%1 were in the list already.")
+                                         .arg(listed));
+        parts << text;
+    }
+    const QString notTaken = notTakenText(collected);
+    if (!notTaken.isEmpty())
+        parts << notTaken;
+    return parts.join(QStringLiteral("\n\n"));
 }
 
 QString PhotoFiles::nameFilter()

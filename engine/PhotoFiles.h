@@ -42,8 +42,11 @@ public:
     static Collected collect(const QList<QUrl>& urls);
     // What the person is told about what was not taken; empty when all was.
     static QString notTakenText(const Collected& collected);
-    // "12 photos were added." and, when some were listed already, how many.
-    static QString addedText(int added, int alreadyListed);
+    // What the person is told after `added` of the collected photos went into
+    // the list: how many were added (when a folder was among the paths, whose
+    // count nobody could know beforehand) and what was not taken; empty when
+    // there is nothing to say.
+    static QString addedText(const Collected& collected, int added);
 
     // The choosers' filter. File dialogs match it without regard to case.
     static QString nameFilter();
