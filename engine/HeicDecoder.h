@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConversionOptions.h"
 #include "Heif2JpgFn.h"
 
 #include <QByteArray>
@@ -41,6 +42,11 @@ public:
 
     void setDecoder(Heif2JpgFn convert) { m_convert = convert; }
     Heif2JpgFn decoder() const { return m_convert; }
+
+    // Applied to every later decode; a library without the options export
+    // then fails each photo with a reason rather than ignoring them.
+    void setOptions(const ConversionOptions& options) { m_options = options; }
+    ConversionOptions options() const { return m_options; }
 
     // Size of the last file measured by readHeicFile(); 0 before the first.
     qint32 fileSize() const { return m_fileSize; }
@@ -105,5 +111,6 @@ private:
     Result decodeWithin(const QByteArray& input, int quality, const char* scratchName, qint32 capacity) const;
 
     Heif2JpgFn m_convert = nullptr;
+    ConversionOptions m_options;
     qint32 m_fileSize = 0;
 };

@@ -3,7 +3,9 @@
 #include "FolderCase.h"
 #include "PhotoFiles.h"
 
+#include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 #include <QStandardPaths>
 
@@ -78,28 +80,95 @@ QString OutputNaming::desktopJpegName(const QString& fileName)
 
 QStringList OutputNaming::runTargets(const QString& folder, const QStringList& sources)
 {
+    QStringList folders;
+    for (int i = 0; i < sources.size(); ++i)
+        folders << folder;
+    return runTargets(folders, sources, false);
+}
+
+QStringList OutputNaming::runTargets(const QStringList& folders, const QStringList& sources, bool keepExisting)
+{
     QStringList targets;
     targets.reserve(sources.size());
-    QString base = folder;
-    while (base.endsWith(QLatin1Char('/')) && base.size() > 1)
-        base.chop(1);
-    const bool ignoreCase = FolderCase::of(base) == Qt::CaseInsensitive;
-    auto key = [ignoreCase](const QString& name) { return ignoreCase ? name.toCaseFolded() : name; };
+    // Names of this run, folder + name, folded to one case where the
+    // folder's file system ignores case (FolderCase asks it, once a folder).
     QSet<QString> taken;
-    for (const QString& source : sources) {
-        const QString name = desktopJpegName(QFileInfo(source).fileName());
+    QHash<QString, bool> ignoresCase;
+    // What each folder holds already, in lower case: a camera's IMG_1.JPG
+    // keeps IMG_1.jpg out too, as it would on its own card's file system.
+    QHash<QString, QSet<QString>> present;
+    for (int i = 0; i < sources.size(); ++i) {
+        QString base = folders.value(i);
+        while (base.endsWith(QLatin1Char('/')) && base.size() > 1)
+            base.chop(1);
+        if (!ignoresCase.contains(base))
+            ignoresCase.insert(base, FolderCase::of(base) == Qt::CaseInsensitive);
+        if (keepExisting && !present.contains(base)) {
+            QSet<QString>& names = present[base];
+            const QStringList entries =
+                QDir(base).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+            for (const QString& entry : entries)
+                names.insert(entry.toLower());
+        }
+        const bool folded = ignoresCase.value(base);
+        auto key = [&](const QString& candidate) {
+            const QString path = base + QLatin1Char('/') + candidate;
+            return folded ? path.toCaseFolded() : path;
+        };
+        const QString name = desktopJpegName(QFileInfo(sources.at(i)).fileName());
+        auto unavailable = [&](const QString& candidate) {
+            return taken.contains(key(candidate)) || present.value(base).contains(candidate.toLower());
+        };
         QString candidate = name;
-        if (taken.contains(key(candidate))) {
+        if (unavailable(candidate)) {
             const int dot = name.lastIndexOf(QLatin1Char('.'));
             const QString stem = dot > 0 ? name.left(dot) : name;
             const QString ending = dot > 0 ? name.mid(dot) : QString();
-            for (int n = 2; taken.contains(key(candidate)); ++n)
+            for (int n = 2; unavailable(candidate); ++n)
                 candidate = stem + QStringLiteral(" (%1)").arg(n) + ending;
         }
         taken.insert(key(candidate));
         targets << base + QLatin1Char('/') + candidate;
     }
     return targets;
+}
+
+QStringList OutputNaming::runFolders(const QString& runFolder, const QStringList& sources, const QStringList& roots,
+                                     bool besidePhotos)
+{
+    QStringList folders;
+    folders.reserve(sources.size());
+    for (int i = 0; i < sources.size(); ++i) {
+        const QString photoFolder = QFileInfo(sources.at(i)).absolutePath();
+        if (besidePhotos) {
+            folders << photoFolder;
+            continue;
+        }
+        const QString root = roots.value(i);
+        const QString below = root.isEmpty() ? QString() : QDir(root).relativeFilePath(photoFolder);
+        // A photo outside its root (a link's target) goes flat, never up.
+        if (below.isEmpty() || below == QLatin1String(".") || below.startsWith(QLatin1String("..")))
+            folders << runFolder;
+        else
+            folders << QDir::cleanPath(runFolder + QLatin1Char('/') + below);
+    }
+    return folders;
+}
+
+QString OutputNaming::commonFolder(const QStringList& folders)
+{
+    if (folders.isEmpty())
+        return QString();
+    QStringList common = QDir::cleanPath(folders.first()).split(QLatin1Char('/'));
+    for (const QString& folder : folders) {
+        const QStringList parts = QDir::cleanPath(folder).split(QLatin1Char('/'));
+        int same = 0;
+        while (same < common.size() && same < parts.size() && common.at(same) == parts.at(same))
+            ++same;
+        common = common.mid(0, same);
+    }
+    const QString joined = common.join(QLatin1Char('/'));
+    return joined.isEmpty() ? QStringLiteral("/") : joined;
 }
 
 QString OutputNaming::jpegFileName(const QString& fileName)

@@ -1,6 +1,7 @@
 #include "InputScanner.h"
 
 #include "AtomicFileWriter.h"
+#include "PhotoFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -25,6 +26,7 @@ struct Walk
     QStringList found;
     QVector<InputScanner::Problem> failed;
     QVector<InputScanner::Problem> leftOut;
+    int otherFiles = 0;
     bool hasSubfolders = false;
 
     bool stop() const { return stopRequested && stopRequested(); }
@@ -57,6 +59,8 @@ struct Walk
                     leftOut.append({file, QStringLiteral("a link to nothing")});
                 else
                     leftOut.append({file, QStringLiteral("not a regular file")});
+            } else {
+                ++otherFiles;
             }
         }
         return true;
@@ -75,10 +79,7 @@ QString identity(const QString& path)
 
 bool InputScanner::isPhotoName(const QString& fileName)
 {
-    for (const char* ending : {".heic", ".heif", ".hif"})
-        if (fileName.endsWith(QLatin1String(ending), Qt::CaseInsensitive))
-            return true;
-    return false;
+    return PhotoFiles::isHeifName(fileName);
 }
 
 QString InputScanner::listingError(const QString& folder)
@@ -116,7 +117,7 @@ InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recur
             break;
         }
         if (info.isDir()) {
-            Walk walk{recursive, stopRequested, {}, {}, {}, false};
+            Walk walk{recursive, stopRequested, {}, {}, {}, 0, false};
             if (!walk.folder(path, true)) {
                 result.stopped = true;
                 break;
@@ -124,6 +125,7 @@ InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recur
             std::sort(walk.found.begin(), walk.found.end());
             result.failed += walk.failed;
             result.leftOut += walk.leftOut;
+            result.otherFiles += walk.otherFiles;
             if (walk.found.isEmpty() && walk.failed.isEmpty() && walk.leftOut.isEmpty()) {
                 QString note = QStringLiteral("%1: no .heic, .heif or .hif files found")
                                    .arg(QDir::toNativeSeparators(path));
