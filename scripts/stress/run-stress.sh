@@ -4,7 +4,8 @@
 #
 #   scripts/stress/run-stress.sh [SCENARIO...]
 #
-# Scenarios (default: all): files readonly diskfull deleted interrupt asan tsan
+# Scenarios (default: all): files readonly diskfull deleted interrupt together
+# hostile asan tsan
 # The mount scenarios need root and skip without it. PICTOVA_BUILD names the
 # plain build folder (default build/); asan and tsan build build-asan/ and
 # build-tsan/ as scripts/build.sh does.
@@ -139,14 +140,15 @@ scenario_deleted() {
 }
 
 scenario_interrupt() {
-  local src=$work/int-src n round hung=0 stopped=0 quit=0
+  local src=$work/int-src n round hung=0 stopped=0 quit=0 stops=(INT TERM HUP)
   make_photos "$src" 80
   for round in $(seq 1 50); do
     local out=$work/int-out$round
     timeout 120 "$convert" -o "$out" "$src" >"$work/int.out" 2>"$work/int.err" &
     local pid=$!
     sleep "$(awk -v r=$RANDOM 'BEGIN { printf "%.3f", r / 32768 * 1.5 }')"
-    kill -INT $pid 2>/dev/null
+    # Ctrl-C, a polite kill, or the terminal closing: all stop a run alike.
+    kill -"${stops[round % 3]}" $pid 2>/dev/null
     # Every fifth round a second Ctrl-C quits at once: the photos in hand
     # are dropped, and so are their temporary files.
     if [ $((round % 5)) = 0 ]; then sleep 0.15; kill -INT $pid 2>/dev/null; fi
@@ -169,7 +171,44 @@ scenario_interrupt() {
   done
   [ $hung = 1 ] && { fail interrupt "a run did not end after Ctrl-C"; return; }
   [ $stopped -ge 20 ] || { fail interrupt "only $stopped of 40 runs were still going when stopped"; return; }
-  pass "interrupt: 50 Ctrl-Cs at random moments ($stopped mid-run, $quit quit at once by a second one), only whole JPEGs, no temporary file"
+  pass "interrupt: 50 Ctrl-Cs, SIGTERMs and SIGHUPs at random moments ($stopped mid-run, $quit quit at once by a second Ctrl-C), only whole JPEGs, no temporary file"
+}
+
+scenario_together() {
+  local src=$work/tog-src out=$work/tog-out n a b
+  make_photos "$src" 150
+  timeout 300 "$convert" -j 2 -o "$out" "$src" >"$work/tog1.out" 2>"$work/tog1.err" &
+  a=$!
+  timeout 300 "$convert" -j 2 -o "$out" "$src" >"$work/tog2.out" 2>"$work/tog2.err" &
+  b=$!
+  wait $a; local sa=$?
+  wait $b; local sb=$?
+  n=$(check_output "$out") || { fail together "partial output or a temporary file left"; return; }
+  if [ $sa != 0 ] || [ $sb != 0 ] || [ "$n" != 150 ] \
+     || ! grep -q "pictova-convert: 150 converted, 0 failed" "$work/tog1.err" \
+     || ! grep -q "pictova-convert: 150 converted, 0 failed" "$work/tog2.err"; then
+    fail together "status $sa and $sb, $n written, said: $(tail -n 2 "$work/tog1.err" "$work/tog2.err")"; return
+  fi
+  pass "together: two runs of 150 photos into one folder, both complete, 150 whole JPEGs"
+}
+
+scenario_hostile() {
+  local d=$work/hostile maker=$build/bin/make-hostile-files start end said
+  [ -x "$maker" ] || { skip hostile "no $maker"; return; }
+  mkdir -p "$d"
+  QT_QPA_PLATFORM=offscreen "$maker" "$d" >/dev/null && QT_QPA_PLATFORM=offscreen "$maker" "$d/large" --large >/dev/null \
+    || { fail hostile "cannot make the files"; return; }
+  make_photos "$d/good" 4
+  start=$(date +%s)
+  run_convert "$work/hostile" -j 2 -o "$work/hostile-out" -r "$d"
+  end=$(date +%s)
+  local damaged; damaged=$(find "$d" -name 'damaged-*.heic' | wc -l)
+  said=$(grep -c '^  .*: truncated or corrupt image$' "$work/hostile.err")
+  if [ $status != 1 ] || [ "$said" != "$damaged" ] || [ $((end - start)) -gt 60 ] \
+     || ! grep -q "pictova-convert: 6 converted, $damaged failed" "$work/hostile.err"; then
+    fail hostile "status $status in $((end - start)) s, $said of $damaged refused, said: $(tail -n 3 "$work/hostile.err")"; return
+  fi
+  pass "hostile: $damaged damaged files (loops, 10,000 nested grids, a 16 MP picture named 400 times) refused in $((end - start)) s, the 6 photos beside them converted"
 }
 
 # sanitizer_build VAR: builds with scripts/build.sh and prints the folder.
@@ -199,7 +238,7 @@ scenario_tsan() {
 [ -x "$convert" ] || { say "no $convert: build first (scripts/build.sh)"; exit 2; }
 make_photo || { say "cannot make a test photo (vips and heif-enc are needed)"; exit 2; }
 scenarios=("$@")
-[ ${#scenarios[@]} = 0 ] && scenarios=(files readonly diskfull deleted interrupt asan tsan)
+[ ${#scenarios[@]} = 0 ] && scenarios=(files readonly diskfull deleted interrupt together hostile asan tsan)
 for s in "${scenarios[@]}"; do
   declare -F "scenario_$s" >/dev/null || { say "unknown scenario $s"; exit 2; }
   "scenario_$s"
