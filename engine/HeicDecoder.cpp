@@ -3,6 +3,7 @@
 #include "DecoderLibrary.h"
 #include "EngineLog.h"
 #include "MemoryBudget.h"
+#include "Platform.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -11,7 +12,6 @@
 #include <QImageReader>
 
 #include <atomic>
-#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <new>
@@ -204,10 +204,13 @@ HeicDecoder::Result HeicDecoder::convertOpenFile(QFile& file, int quality, const
                                                  const std::function<void(const QByteArray&)>& whenRead)
 {
     // The whole file's room, in pages the system hands out only as they are
-    // written: the header goes in now, the rest once the budget lets the
-    // photo in, without a copy.
+    // written (calloc would clear recycled memory, which is then held): the
+    // header goes in now, the rest once the budget lets the photo in,
+    // without a copy.
     const qint32 size = m_fileSize;
-    const std::unique_ptr<char, void (*)(void*)> buffer(static_cast<char*>(std::calloc(size_t(size), 1)), std::free);
+    const auto release = [size](char* memory) { Platform::releaseMemory(memory, size_t(size)); };
+    const std::unique_ptr<char, decltype(release)> buffer(static_cast<char*>(Platform::reserveMemory(size_t(size))),
+                                                          release);
     Result result;
     if (!buffer) {
         result.failure = describeError(DECODEX_ERR_ENCODE_FAILED);

@@ -48,6 +48,13 @@ public:
     // Bytes of physical memory in the machine; 0 when the system does not say.
     static qint64 physicalMemory();
 
+    // `bytes` of zeroed memory whose pages the system hands out only as they
+    // are first written (mmap, VirtualAlloc), whatever the allocator would
+    // do; null when the address range cannot be had. Give it back with
+    // releaseMemory().
+    static void* reserveMemory(size_t bytes);
+    static void releaseMemory(void* memory, size_t bytes);
+
     // Shows the folder in the system's file manager; false if that could not
     // be started.
     static bool openFolder(const QString& folder);

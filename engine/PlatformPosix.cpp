@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -149,6 +150,18 @@ qint64 Platform::physicalMemory()
     const long pages = sysconf(_SC_PHYS_PAGES);
     const long pageSize = sysconf(_SC_PAGESIZE);
     return pages > 0 && pageSize > 0 ? qint64(pages) * pageSize : 0;
+}
+
+void* Platform::reserveMemory(size_t bytes)
+{
+    void* memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory == MAP_FAILED ? nullptr : memory;
+}
+
+void Platform::releaseMemory(void* memory, size_t bytes)
+{
+    if (memory)
+        ::munmap(memory, bytes);
 }
 
 bool Platform::openFolder(const QString& folder)

@@ -83,6 +83,17 @@ qint64 Platform::physicalMemory()
     return GlobalMemoryStatusEx(&status) ? qint64(status.ullTotalPhys) : 0;
 }
 
+void* Platform::reserveMemory(size_t bytes)
+{
+    return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+}
+
+void Platform::releaseMemory(void* memory, size_t)
+{
+    if (memory)
+        VirtualFree(memory, 0, MEM_RELEASE);
+}
+
 bool Platform::openFolder(const QString& folder)
 {
     // Explorer wants backslashes; with forward slashes it opens "Documents".
