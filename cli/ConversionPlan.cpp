@@ -44,7 +44,9 @@ QString targetFor(const InputScanner::Photo& photo, const QString& outputFolder)
     if (!outputFolder.isEmpty()) {
         folder = outputFolder;
         if (!photo.root.isEmpty()) {
-            const QString below = QDir(photo.root).relativeFilePath(source.absolutePath());
+            // Both made absolute alike: on Windows "/card" and the photo's
+            // "C:/card/..." would otherwise be on different drives.
+            const QString below = QDir(QFileInfo(photo.root).absoluteFilePath()).relativeFilePath(source.absolutePath());
             if (below != QLatin1String("."))
                 folder += QLatin1Char('/') + below;
         }

@@ -26,7 +26,7 @@ QString swapped(const QString& name)
 bool foundSpeltOtherwise(const QString& folder, const QString& name, const QStringList& entries)
 {
     const QString other = swapped(name);
-    return !entries.contains(other) && QFileInfo::exists(folder + QLatin1Char('/') + other);
+    return !entries.contains(other) && QFileInfo::exists(QDir(folder).filePath(other));
 }
 
 Qt::CaseSensitivity usualRule()
@@ -55,9 +55,8 @@ Qt::CaseSensitivity FolderCase::of(const QString& folder)
             return foundSpeltOtherwise(existing, name, entries) ? Qt::CaseInsensitive : Qt::CaseSensitive;
     }
     // Nothing with a letter in it: a file of our own, removed at once.
-    QTemporaryFile probe(existing + QLatin1Char('/')
-                         + QString::fromLatin1(AtomicFileWriter::temporaryPrefix(QCoreApplication::applicationPid()))
-                         + QStringLiteral("XXXXXX"));
+    QTemporaryFile probe(QDir(existing).filePath(
+        QString::fromLatin1(AtomicFileWriter::temporaryPrefix(QCoreApplication::applicationPid())) + "XXXXXX"));
     if (!probe.open())
         return usualRule();
     const QString name = QFileInfo(probe.fileName()).fileName();
@@ -66,7 +65,7 @@ Qt::CaseSensitivity FolderCase::of(const QString& folder)
 
 QString FolderCase::otherSpelling(const QString& folder, const QString& name)
 {
-    const QString path = folder + QLatin1Char('/') + name;
+    const QString path = QDir(folder).filePath(name);
     if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
         return QString();
     const QStringList entries =
