@@ -1,14 +1,20 @@
 #include "AtomicFileWriter.h"
 
 #include "FolderCase.h"
+#include "Platform.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSysInfo>
 
 #include <cerrno>
 #include <cstring>
+#include <mutex>
+#include <set>
 
 namespace {
 
@@ -40,6 +46,38 @@ QByteArray hostTag()
     return tag;
 }
 
+// The pid of a name made by temporaryPrefix() on this machine followed by
+// six letters and digits; 0 for any other name.
+qint64 writerOf(const QString& name)
+{
+    static const QRegularExpression ours(QStringLiteral("^\\.pictova-([0-9]{1,9})-([0-9a-f]{4})-[A-Za-z0-9]{6}$"));
+    const QRegularExpressionMatch match = ours.match(name);
+    return match.hasMatch() && match.captured(2).toLatin1() == hostTag() ? match.captured(1).toLongLong() : 0;
+}
+
+// Our temporary files in `folder` whose writer is gone: what a killed run
+// left. Looked at once per folder and process; another run's files, and
+// anything not named by us, are left alone.
+void removeLeftovers(const QString& folder)
+{
+    static std::mutex mutex;
+    static std::set<QString> done;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!done.insert(folder).second)
+            return;
+    }
+    const QDir dir(folder);
+    const QStringList names = dir.entryList({QStringLiteral(".pictova-*")}, QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : names) {
+        const qint64 writer = writerOf(name);
+        const QFileInfo info(dir.filePath(name));
+        if (writer != 0 && writer != QCoreApplication::applicationPid() && !Platform::processRunning(writer)
+            && info.isFile() && !info.isSymLink())
+            QFile::remove(info.filePath());
+    }
+}
+
 } // namespace
 
 QByteArray AtomicFileWriter::temporaryPrefix(qint64 pid)
@@ -49,43 +87,66 @@ QByteArray AtomicFileWriter::temporaryPrefix(qint64 pid)
 
 #ifdef Q_OS_WIN
 
-// Windows has no rename over an open name the way POSIX has, and links are
-// rare there: QSaveFile does the replace with the system's own calls.
-#include <QFile>
-#include <QSaveFile>
+// The bytes go to a temporary file of our own name, which the system then
+// moves over the target in one step (MoveFileEx, in Platform): QSaveFile
+// would name its temporary file after the target, too long for a name of
+// 250 characters, and follow a link at the name.
+#include <QRandomGenerator>
 #include <QTemporaryFile>
+
+namespace {
+
+// A new file of our own temporary name in `folder`, open for writing.
+bool createTemporary(const QString& folder, QFile& file)
+{
+    static const char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    const QString prefix = QString::fromLatin1(AtomicFileWriter::temporaryPrefix(QCoreApplication::applicationPid()));
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        QString name = prefix;
+        for (int i = 0; i < 6; ++i)
+            name += QLatin1Char(letters[QRandomGenerator::global()->bounded(62)]);
+        file.setFileName(QDir(folder).filePath(name));
+        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+            return true;
+        if (!QFileInfo::exists(file.fileName()))
+            return false; // not a clash of names: the folder refuses
+    }
+    return false;
+}
+
+} // namespace
 
 bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error,
                              const QDateTime& modified)
 {
     if (spellingTaken(path, error))
         return false;
-    // QSaveFile writes through a link to its target; the link itself is
-    // what gets replaced, as everywhere else.
-    if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
-        if (error)
-            *error = failure(path, QStringLiteral("cannot remove the link there"));
-        return false;
+    const QFileInfo target(path);
+    removeLeftovers(target.path());
+    QFile file;
+    bool written = createTemporary(target.path(), file) && file.write(bytes) == bytes.size() && file.flush()
+                   && (!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime));
+    QString why = file.errorString();
+    file.close();
+    if (written && target.isSymLink() && !QFile::remove(path)) {
+        written = false;
+        why = QStringLiteral("cannot remove the link there");
     }
-    QSaveFile file(path);
-    file.setDirectWriteFallback(false);
-    const bool written = file.open(QIODevice::WriteOnly)
-        && file.write(bytes) == bytes.size()
-        && file.flush()
-        && (!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime))
-        && file.commit();
+    if (written && !Platform::replaceFile(file.fileName(), path, &why))
+        written = false;
     if (!written) {
+        if (file.exists())
+            file.remove();
         if (error)
-            *error = failure(path, file.errorString());
-        file.cancelWriting();
+            *error = failure(path, why);
     }
     return written;
 }
 
 bool AtomicFileWriter::canWriteInto(const QString& folder, QString* reason)
 {
-    QTemporaryFile probe(folder + QLatin1Char('/')
-                         + QString::fromLatin1(temporaryPrefix(QCoreApplication::applicationPid())) + "XXXXXX");
+    QTemporaryFile probe(
+        QDir(folder).filePath(QString::fromLatin1(temporaryPrefix(QCoreApplication::applicationPid())) + "XXXXXX"));
     if (probe.open())
         return true;
     if (reason)
@@ -102,16 +163,9 @@ void AtomicFileWriter::removeTemporaryFiles() {}
 
 #else
 
-#include <QFile>
-
 #include <atomic>
-#include <cctype>
-#include <dirent.h>
 #include <fcntl.h>
 #include <locale.h>
-#include <mutex>
-#include <set>
-#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -191,59 +245,6 @@ private:
     char* m_name = nullptr;
 };
 
-bool processRunning(pid_t pid)
-{
-    // EPERM: it runs, as another user.
-    return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM);
-}
-
-// The pid of a name made by temporaryPrefix() on this machine followed by
-// mkostemp()'s six characters; 0 for any other name.
-pid_t writerOf(const char* name)
-{
-    static const QByteArray tag = ".pictova-";
-    if (std::strncmp(name, tag.constData(), size_t(tag.size())) != 0)
-        return 0;
-    const char* p = name + tag.size();
-    pid_t pid = 0;
-    for (; std::isdigit(static_cast<unsigned char>(*p)) && pid < 100000000; ++p)
-        pid = pid * 10 + (*p - '0');
-    const QByteArray host = '-' + hostTag() + '-';
-    if (pid == 0 || std::strncmp(p, host.constData(), size_t(host.size())) != 0)
-        return 0;
-    p += host.size();
-    for (int i = 0; i < 6; ++i, ++p)
-        if (!std::isalnum(static_cast<unsigned char>(*p)))
-            return 0;
-    return *p == '\0' ? pid : 0;
-}
-
-// Our temporary files in `folder` whose writer is gone: what a killed run
-// left. Looked at once per folder and process; another run's files, and
-// anything not named by us, are left alone.
-void removeLeftovers(const QByteArray& folder)
-{
-    static std::mutex mutex;
-    static std::set<QByteArray> done;
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        if (!done.insert(folder).second)
-            return;
-    }
-    DIR* dir = ::opendir(folder.constData());
-    if (!dir)
-        return;
-    while (const dirent* entry = ::readdir(dir)) {
-        const pid_t writer = writerOf(entry->d_name);
-        struct stat info;
-        if (writer == 0 || writer == ::getpid() || processRunning(writer)
-            || ::fstatat(::dirfd(dir), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(info.st_mode))
-            continue;
-        ::unlinkat(::dirfd(dir), entry->d_name, 0);
-    }
-    ::closedir(dir);
-}
-
 bool writeAll(int fd, const char* data, size_t size)
 {
     while (size > 0) {
@@ -279,7 +280,7 @@ bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QStri
 
     if (spellingTaken(path, error))
         return false;
-    removeLeftovers(folder);
+    removeLeftovers(QFile::decodeName(folder));
 
     // An existing file keeps its permissions, as an editor saving it would;
     // a new one gets the usual ones. A link at the name is not looked into.

@@ -55,6 +55,14 @@ public:
     static void* reserveMemory(size_t bytes);
     static void releaseMemory(void* memory, size_t bytes);
 
+    // Whether process `pid` runs on this machine (as any user).
+    static bool processRunning(qint64 pid);
+
+    // Puts file `from` in the place of `to` in one step, replacing a file
+    // there; false with the system's words in `error` when it could not.
+    // (Windows: MoveFileEx; elsewhere rename.)
+    static bool replaceFile(const QString& from, const QString& to, QString* error = nullptr);
+
     // Shows the folder in the system's file manager; false if that could not
     // be started.
     static bool openFolder(const QString& folder);

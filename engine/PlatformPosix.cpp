@@ -11,6 +11,8 @@
 #include <QFile>
 #include <cerrno>
 #include <cstring>
+#include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -150,6 +152,21 @@ qint64 Platform::physicalMemory()
     const long pages = sysconf(_SC_PHYS_PAGES);
     const long pageSize = sysconf(_SC_PAGESIZE);
     return pages > 0 && pageSize > 0 ? qint64(pages) * pageSize : 0;
+}
+
+bool Platform::processRunning(qint64 pid)
+{
+    // EPERM: it runs, as another user.
+    return pid > 0 && pid <= qint64(INT32_MAX) && (::kill(pid_t(pid), 0) == 0 || errno == EPERM);
+}
+
+bool Platform::replaceFile(const QString& from, const QString& to, QString* error)
+{
+    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
+        return true;
+    if (error)
+        *error = QString::fromLocal8Bit(std::strerror(errno));
+    return false;
 }
 
 void* Platform::reserveMemory(size_t bytes)

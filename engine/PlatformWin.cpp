@@ -83,6 +83,28 @@ qint64 Platform::physicalMemory()
     return GlobalMemoryStatusEx(&status) ? qint64(status.ullTotalPhys) : 0;
 }
 
+bool Platform::processRunning(qint64 pid)
+{
+    HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(pid));
+    if (!process)
+        return GetLastError() == ERROR_ACCESS_DENIED; // there, but another user's
+    DWORD code = 0;
+    const bool running = GetExitCodeProcess(process, &code) && code == STILL_ACTIVE;
+    CloseHandle(process);
+    return running;
+}
+
+bool Platform::replaceFile(const QString& from, const QString& to, QString* error)
+{
+    const std::wstring source = QDir::toNativeSeparators(from).toStdWString();
+    const std::wstring target = QDir::toNativeSeparators(to).toStdWString();
+    if (MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+        return true;
+    if (error)
+        *error = qt_error_string(int(GetLastError()));
+    return false;
+}
+
 void* Platform::reserveMemory(size_t bytes)
 {
     return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
