@@ -4,17 +4,11 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QTemporaryFile>
 
 namespace {
-
-// Real entries only: a link's target may lie on another file system.
-QStringList entriesOf(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot
-                                  | QDir::NoSymLinks);
-}
 
 QString swapped(const QString& name)
 {
@@ -22,11 +16,15 @@ QString swapped(const QString& name)
     return upper != name ? upper : name.toLower();
 }
 
-// Whether `name`, an entry of `folder`, is found under another spelling.
-bool foundSpeltOtherwise(const QString& folder, const QString& name, const QStringList& entries)
+// Whether `name`, an entry of `folder`, is found under another spelling
+// that is no entry of its own. On a folder that tells case apart the other
+// spelling is almost never there, and nothing is listed.
+bool foundSpeltOtherwise(const QString& folder, const QString& name)
 {
     const QString other = swapped(name);
-    return !entries.contains(other) && QFileInfo::exists(QDir(folder).filePath(other));
+    return QFileInfo::exists(QDir(folder).filePath(other))
+           && !QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)
+                   .contains(other);
 }
 
 Qt::CaseSensitivity usualRule()
@@ -49,25 +47,29 @@ Qt::CaseSensitivity FolderCase::of(const QString& folder)
             return usualRule();
         existing = parent;
     }
-    const QStringList entries = entriesOf(existing);
-    for (const QString& name : entries) {
+    // The first real entry with a letter in it (a link's target may lie on
+    // another file system).
+    for (QDirIterator it(existing, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot
+                                       | QDir::NoSymLinks);
+         it.hasNext();) {
+        const QString name = QFileInfo(it.next()).fileName();
         if (swapped(name) != name)
-            return foundSpeltOtherwise(existing, name, entries) ? Qt::CaseInsensitive : Qt::CaseSensitive;
+            return foundSpeltOtherwise(existing, name) ? Qt::CaseInsensitive : Qt::CaseSensitive;
     }
     // Nothing with a letter in it: a file of our own, removed at once.
     QTemporaryFile probe(QDir(existing).filePath(
         QString::fromLatin1(AtomicFileWriter::temporaryPrefix(QCoreApplication::applicationPid())) + "XXXXXX"));
     if (!probe.open())
         return usualRule();
-    const QString name = QFileInfo(probe.fileName()).fileName();
-    return foundSpeltOtherwise(existing, name, {name}) ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    return foundSpeltOtherwise(existing, QFileInfo(probe.fileName()).fileName()) ? Qt::CaseInsensitive
+                                                                                : Qt::CaseSensitive;
 }
 
 QString FolderCase::otherSpelling(const QString& folder, const QString& name)
 {
     const QString path = QDir(folder).filePath(name);
-    if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
-        return QString();
+    if ((!QFileInfo::exists(path) && !QFileInfo(path).isSymLink()) || of(folder) == Qt::CaseSensitive)
+        return QString(); // free, or there under exactly this name
     const QStringList entries =
         QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     if (entries.contains(name))

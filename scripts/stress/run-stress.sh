@@ -76,7 +76,7 @@ scenario_readonly() {
   is_root || { skip readonly "needs root to mount"; return; }
   local d=$work/ro src=$work/ro-src n
   make_photos "$src" 60
-  mkdir -p "$d" && mount -t tmpfs -o size=8m,ro tmpfs "$d" && mounts+=("$d") || { skip readonly "cannot mount tmpfs"; return; }
+  mkdir -p "$d" && mount -t tmpfs -o size=64m,ro tmpfs "$d" && mounts+=("$d") || { skip readonly "cannot mount tmpfs"; return; }
   run_convert "$work/ro1" -o "$d" "$src"
   if [ $status != 1 ] || ! grep -q "cannot write into the folder $d: Read-only file system; nothing was converted" "$work/ro1.err"; then
     fail readonly "read-only -o folder: status $status, said: $(cat "$work/ro1.err")"; return
@@ -89,7 +89,7 @@ scenario_readonly() {
     fail readonly "read-only card: status $status, said: $(cat "$work/ro2.err")"; return
   fi
   # Read-only in the middle of the run: a writer may be busy, so try again
-  # until the remount takes.
+  # until the remount takes (the disk is large enough not to fill first).
   mount -o remount,rw "$d" && rm -rf "$d/card"
   make_photos "$work/ro-many" 300
   timeout 300 "$convert" -j 2 -o "$d/out" "$work/ro-many" >"$work/ro3.out" 2>"$work/ro3.err" &
