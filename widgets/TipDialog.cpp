@@ -5,6 +5,7 @@
 
 #include <QEvent>
 #include <QLabel>
+#include <QScreen>
 #include <QShowEvent>
 #include <QPixmap>
 
@@ -125,6 +126,20 @@ void TipDialog::setQuitTip()
     connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
     ui->widget_Title->setTitleText(tr("Attention"));
     setDefaultAnswer(ui->pushButton_Yes);
+}
+
+void TipDialog::placeClearOf(const QWidget* keepVisible)
+{
+    const QRect kept = keepVisible->frameGeometry();
+    const QScreen* screen = keepVisible->screen();
+    const QRect area = screen ? screen->availableGeometry() : kept.adjusted(0, -height(), 0, height());
+    // The cards' transparent shadow margins may overlap; the cards may not.
+    const int margin = 5;
+    const int x = qBound(area.left(), kept.left(), qMax(area.left(), area.right() + 1 - width()));
+    if (kept.bottom() + 1 - margin + height() <= area.bottom() + 1)
+        move(x, kept.bottom() + 1 - margin);
+    else if (kept.top() + margin - height() >= area.top())
+        move(x, kept.top() + margin - height());
 }
 
 void TipDialog::setDefaultAnswer(VNStyleButton* button)

@@ -35,6 +35,11 @@ public:
     // "Are you sure to quit the program?": Yes emits signal_ExitApp() and closes.
     void setQuitTip();
 
+    // Puts the dialog below `keepVisible` (above it when the screen has no
+    // room below), so the window it asks about stays in sight. Call it
+    // before running the dialog.
+    void placeClearOf(const QWidget* keepVisible);
+
     int convertedCount() const { return m_convertedCount; }
 
 signals:

@@ -13,7 +13,9 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QSlider>
+#include <QTimer>
 
 #include <chrono>
 #include <thread>
@@ -172,6 +174,29 @@ private slots:
         QCOMPARE(m_steps.size(), 1);
         QCOMPARE(m_steps.first().text, BatchRules::progressText(1, 1));
         QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
+    }
+
+    // The photos all end while the cancel question waits: the question goes
+    // by itself, the result shows and nothing is cancelled.
+    void runEndingUnderTheQuestionShowsTheResult()
+    {
+        fillTable(3);
+        EngineTest::fakeGate(true);
+        startRun(m_out->path());
+        auto* progress = m_page->progressDialog();
+        QTRY_COMPARE(EngineTest::fakeEntered(), 3);
+        QSignalSpy cancel(progress, &BatchConvertProgress::signal_CancelConvert);
+        QTimer::singleShot(50, [] { EngineTest::fakeGate(false); });
+        bool forced = false; // a question left open would wait for ever
+        QTimer::singleShot(20000, progress, [&] {
+            forced = true;
+            progress->findChild<TipDialog*>()->reject();
+        });
+        progress->slot_isCancelView(); // returns once the question is gone
+        QVERIFY(!forced);
+        QVERIFY(progress->isFinished());
+        QCOMPARE(cancel.size(), 0);
+        QCOMPARE(m_page->successCount(), 3);
     }
 
     void samePhotoNamesOfOneRunGiveSeparateFiles()
