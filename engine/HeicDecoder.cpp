@@ -78,9 +78,18 @@ QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
     if (measured < 1)
         return fail(tr("file is empty"));
     if (measured > kMaxFileSize)
-        return fail(tr("file is larger than 16 MB"));
+        return fail(tr("file is larger than 2 GB, the most the decoding library can read"));
+    const qint64 budget = MemoryBudget::global().limit();
+    if (measured > budget)
+        return fail(tr("file is larger than the %1 MB of memory set aside for converting")
+                        .arg(budget >> 20));
 
-    QByteArray bytes(int(measured), Qt::Uninitialized);
+    QByteArray bytes;
+    try {
+        bytes = QByteArray(int(measured), Qt::Uninitialized);
+    } catch (const std::bad_alloc&) {
+        return fail(tr("not enough memory to read the file"));
+    }
     if (file.read(bytes.data(), measured) != measured)
         return fail(tr("cannot read %1: %2").arg(path, file.errorString()));
     return bytes;
