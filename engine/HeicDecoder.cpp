@@ -217,7 +217,13 @@ QString HeicDecoder::describeError(int32_t code)
     case DECODEX_ERR_NOT_HEIF:
         return tr("not a HEIF file");
     case DECODEX_ERR_DECODE_FAILED:
-        return tr("truncated or corrupt image");
+        return tr("the picture could not be decoded");
+    case DECODEX_ERR_DAMAGED:
+        return tr("damaged or incomplete HEIF file");
+    case DECODEX_ERR_AV1_UNSUPPORTED:
+        return tr("AV1 image (AVIF), which no installed decoder can read");
+    case DECODEX_ERR_IMAGE_SEQUENCE:
+        return tr("image sequence (animation) without a still image");
     case DECODEX_ERR_IMAGE_TOO_LARGE:
         return tr("image is too large (more than 200 megapixels)");
     case DECODEX_ERR_OUTPUT_TOO_SMALL:
