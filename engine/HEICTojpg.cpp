@@ -33,6 +33,8 @@ void HEICTojpg::run()
     HeicDecoder decoder(m_decoderFn);
     HeicDecoder::Result result =
         decoder.convertFile(m_filePath, m_quality, kScratchFileName, [&](const QByteArray& input) {
+            if (!isInterruptionRequested())
+                emit signal_FileRead();
             const QImage thumbnail = decoder.thumbnail(input);
             if (!thumbnail.isNull() && !isInterruptionRequested())
                 emit signal_SendThumbnail(thumbnail);

@@ -8,6 +8,7 @@
 #include "SingleConverting.h"
 #include "StyleHelpers.h"
 #include "VNMessageBox.h"
+#include "WorkingCaption.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -78,6 +79,8 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     connect(ui->Slider_PhotoQuality, SIGNAL(valueChanged(int)), this, SLOT(setChangeQuality(int)));
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Convert()));
 
+    m_caption = new WorkingCaption(ui->label_HEIC);
+
     gatherDetails();
     showSaveFolder();
     // Nothing to convert until the photo has been read.
@@ -132,14 +135,19 @@ bool PreviewHEIC::fitsToWidth(const QSize& picture, const QSize& box)
     return rw > rh;
 }
 
-QPixmap PreviewHEIC::scaledToFit(const QPixmap& picture, const QSize& box)
+QPixmap PreviewHEIC::scaledToFit(const QImage& picture, const QSize& box, qreal ratio)
 {
     if (picture.isNull() || box.isEmpty())
-        return picture;
+        return QPixmap::fromImage(picture);
     // Small photos are enlarged too, so every preview fills the same frame.
-    return fitsToWidth(picture.size(), box)
-        ? picture.scaledToWidth(box.width(), Qt::FastTransformation)
-        : picture.scaledToHeight(box.height(), Qt::FastTransformation);
+    // A screen with two pixels per point gets twice the pixels, smoothly
+    // scaled, or the picture shows blurred.
+    const QSize target = box * ratio;
+    QPixmap fitted = QPixmap::fromImage(
+        fitsToWidth(picture.size(), box) ? picture.scaledToWidth(target.width(), Qt::SmoothTransformation)
+                                         : picture.scaledToHeight(target.height(), Qt::SmoothTransformation));
+    fitted.setDevicePixelRatio(ratio);
+    return fitted;
 }
 
 void PreviewHEIC::gatherDetails()
@@ -166,26 +174,65 @@ void PreviewHEIC::showSaveFolder()
 void PreviewHEIC::setConverting(bool converting)
 {
     m_converting = converting;
-    ui->pushButton_Convert->setEnabled(!converting && !m_jpeg.isEmpty());
+    ui->pushButton_Convert->setEnabled(!converting && m_fileRead && m_failure.isEmpty());
     ui->pushButton_Convert->setText(converting ? tr("Converting...") : tr("Convert"));
-    if (converting)
-        setCursor(Qt::BusyCursor);
-    else
-        unsetCursor();
 }
 
 void PreviewHEIC::slot_Convert()
 {
-    // One conversion at a time: a second press while one runs does nothing.
-    if (m_converting || !m_previewShown)
+    // One conversion at a time, of a photo that could be read.
+    if (m_converting || !m_fileRead || !m_failure.isEmpty())
         return;
     setConverting(true);
-    slot_Preview();
+    if (m_convertingDialog)
+        m_convertingDialog->deleteLater();
+    m_convertingDialog = new SingleConverting(this);
+    connect(m_convertingDialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
+    connect(m_convertingDialog, SIGNAL(signal_CancelConvert()), this, SLOT(slot_CancelConvert()));
+    m_convertingDialog->setWorking(m_fileName);
+
+    if (!m_jpeg.isEmpty() && m_jpegQuality == m_quality)
+        finishConversion(QString()); // decoded at this quality already
+    else if (m_previewThread && m_previewQuality == m_quality)
+        m_convertPending = true; // the preview's decode is this conversion's
+    else
+        m_convertThread = startDecode(m_quality, QSize());
+    runConvertingDialog(m_convertingDialog);
 }
 
-void PreviewHEIC::showFailure(const QString& title, const QString& reason)
+void PreviewHEIC::slot_CancelConvert()
 {
-    VNMessageBox box(reason, title, VNMessageBox::Ok, this);
+    if (!m_converting)
+        return;
+    m_convertPending = false;
+    if (m_convertThread) {
+        // A decode cannot be stopped half-way; its result is dropped.
+        disconnect(m_convertThread, nullptr, this, nullptr);
+        m_convertThread->requestInterruption();
+        m_convertThread = nullptr;
+    }
+    setConverting(false);
+}
+
+void PreviewHEIC::finishConversion(const QString& failure)
+{
+    m_convertPending = false;
+    if (failure.isEmpty())
+        slot_SaveJpg();
+    else
+        showConversionFailure(failure);
+    setConverting(false);
+}
+
+void PreviewHEIC::showConversionFailure(const QString& reason)
+{
+    const QString text = tr("%1 was not converted: %2").arg(m_fileName, reason);
+    qWarning("Convert: %s", qUtf8Printable(text));
+    if (m_convertingDialog && m_convertingDialog->isWorking()) {
+        m_convertingDialog->setFailed(text);
+        return;
+    }
+    VNMessageBox box(text, tr("Conversion Failed"), VNMessageBox::Ok, this);
     runMessage(&box);
 }
 
@@ -194,26 +241,41 @@ void PreviewHEIC::runMessage(QDialog* box)
     box->exec();
 }
 
-void PreviewHEIC::slot_Preview()
+HEICTojpg* PreviewHEIC::startDecode(int quality, const QSize& previewBox)
 {
     auto* thread = new HEICTojpg(m_filePath, m_decoderEntry, this);
-    m_decoderThread = thread;
-    thread->setQuality(m_quality);
-    // Only the label's worth of pixels is shown; the saved file is the
-    // library's JPEG, so nothing needs the full-size picture.
-    thread->setPreviewSize(ui->label_HEIC->size());
+    thread->setQuality(quality);
+    thread->setPreviewSize(previewBox);
     connect(thread, SIGNAL(signal_SendHeicData(QImage, int, int)), this,
             SLOT(slot_GetJpgInfo(QImage, int, int)));
-    // A big photo takes seconds to decode; its own thumbnail stands in.
-    connect(thread, &HEICTojpg::signal_SendThumbnail, this, [this](const QImage& thumbnail) {
-        if (m_previewShown)
-            return;
-        ui->label_HEIC->setAlignment(Qt::AlignCenter);
-        ui->label_HEIC->setPixmap(scaledToFit(QPixmap::fromImage(thumbnail), ui->label_HEIC->size()));
-    });
     // Finished runs are freed at once instead of piling up until the page goes.
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     thread->start(QThread::InheritPriority);
+    return thread;
+}
+
+void PreviewHEIC::slot_Preview()
+{
+    if (m_previewThread || m_previewShown)
+        return;
+    // Only the label's worth of pixels is shown (in the screen's pixels); the
+    // saved file is the library's JPEG, so nothing needs the full-size picture.
+    m_previewQuality = m_quality;
+    m_previewThread = startDecode(m_quality, ui->label_HEIC->size() * ui->label_HEIC->devicePixelRatioF());
+    m_caption->showWorking(tr("Reading the photo..."));
+    connect(m_previewThread, &HEICTojpg::signal_FileRead, this, [this] {
+        m_fileRead = true;
+        setConverting(m_converting);
+        if (!m_previewShown)
+            m_caption->showWorking(tr("Decoding the full picture..."));
+    });
+    // A big photo takes seconds to decode; its own thumbnail stands in.
+    connect(m_previewThread, &HEICTojpg::signal_SendThumbnail, this, [this](const QImage& thumbnail) {
+        if (m_previewShown)
+            return;
+        ui->label_HEIC->setAlignment(Qt::AlignCenter);
+        ui->label_HEIC->setPixmap(scaledToFit(thumbnail, ui->label_HEIC->size(), ui->label_HEIC->devicePixelRatioF()));
+    });
 }
 
 void PreviewHEIC::setChangeQuality(int nValue)
@@ -248,19 +310,23 @@ void PreviewHEIC::slot_PhotoInfo()
 void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
 {
     QString failure;
-    if (auto* thread = qobject_cast<HEICTojpg*>(sender())) {
+    auto* thread = qobject_cast<HEICTojpg*>(sender());
+    if (thread) {
         m_jpeg = thread->jpegData();
+        m_jpegQuality = thread->quality();
         failure = thread->failureReason();
     }
+    if (thread && thread == m_convertThread) {
+        m_convertThread = nullptr;
+        finishConversion(failure);
+        return;
+    }
+
+    // The preview's decode.
+    m_caption->hide();
     if (image.isNull()) {
         if (failure.isEmpty())
             failure = tr("the photo could not be decoded");
-        if (m_previewShown) {
-            setConverting(false);
-            showFailure(tr("Conversion Failed"),
-                        tr("%1 was not converted: %2").arg(m_fileName, failure));
-            return;
-        }
         // The page says what is wrong instead of showing an empty frame.
         m_failure = failure;
         m_resolution.clear();
@@ -269,27 +335,30 @@ void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
         ui->label_HEIC->setStyleSheet(QStringLiteral("color:#e64340;"));
         ui->label_HEIC->setText(tr("%1 cannot be converted:\n%2")
                                     .arg(QFileInfo(m_filePath).fileName(), failure));
-        ui->pushButton_Convert->setEnabled(false);
+        if (m_convertPending)
+            finishConversion(failure);
+        setConverting(m_converting);
         return;
     }
     m_resolution = QString::number(nWidth) + QLatin1Char('*') + QString::number(nHeight);
-
-    if (m_previewShown) {
-        slot_SaveJpg();
-        setConverting(false);
-        return;
-    }
-
     const QDateTime taken = PhotoFiles::captureDate(m_jpeg);
     if (taken.isValid())
         m_createdDate = taken.toString(QStringLiteral("MM-dd-yyyy"));
+    showPicture(image);
+    m_previewShown = true;
+    // A photo handed over directly (not read by a thread here) is ready too.
+    m_fileRead = m_fileRead || !thread;
+    setConverting(m_converting);
+    if (m_convertPending)
+        finishConversion(QString());
+}
 
+void PreviewHEIC::showPicture(const QImage& picture)
+{
     // Pixmaps belong to the GUI thread; the decode thread hands over a QImage.
-    m_image = scaledToFit(QPixmap::fromImage(image), ui->label_HEIC->size());
+    m_image = scaledToFit(picture, ui->label_HEIC->size(), ui->label_HEIC->devicePixelRatioF());
     ui->label_HEIC->setAlignment(Qt::AlignCenter);
     ui->label_HEIC->setPixmap(m_image);
-    m_previewShown = true;
-    ui->pushButton_Convert->setEnabled(true);
 }
 
 void PreviewHEIC::slot_SaveJpg()
@@ -312,17 +381,14 @@ void PreviewHEIC::slot_SaveJpg()
             error = tr("cannot write %1").arg(target);
     }
     if (!error.isEmpty()) {
-        qWarning("Convert: %s", qUtf8Printable(error));
-        showFailure(tr("Conversion Failed"),
-                    tr("%1 was not converted: %2").arg(m_fileName, error));
+        showConversionFailure(error);
         return;
     }
     emit signal_JpgSaved(target);
-
-    m_convertingDialog = new SingleConverting(this);
-    m_convertingDialog->setSavedPath(target);
-    connect(m_convertingDialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
-    runConvertingDialog(m_convertingDialog);
+    if (m_convertingDialog) {
+        m_convertingDialog->setSavedPath(target);
+        m_convertingDialog->slot_ConvertSuccess();
+    }
 }
 
 void PreviewHEIC::runConvertingDialog(SingleConverting* dialog)

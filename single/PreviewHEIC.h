@@ -18,14 +18,17 @@ class PreviewHEIC;
 class QDialog;
 class QFileInfo;
 class SingleConverting;
+class WorkingCaption;
 
 // Shows one HEIC photo scaled to fit and converts it to JPEG.
 //
-// Every decode runs on its own HEICTojpg thread, owned by this page. The
-// first result is the preview; every later one (one per Convert press) is
-// written to disk. The file written is the decoding library's own JPEG at
-// the slider's quality, so quality is applied exactly once and the photo's
-// EXIF and colour profile survive.
+// Every decode runs on its own HEICTojpg thread, owned by this page: one for
+// the preview, started by slot_Preview(), and one per Convert press. Convert
+// is ready as soon as the file is read; a conversion at the preview's
+// quality takes the preview's JPEG (waiting for it when it is still being
+// decoded) instead of decoding the photo twice. The file written is the
+// decoding library's own JPEG at the slider's quality, so quality is applied
+// exactly once and the photo's EXIF and colour profile survive.
 //
 // Destroying the page while a decode is still running is safe: the
 // destructor cuts the thread's connection to the page and waits for it, so
@@ -62,7 +65,9 @@ public:
     // True when the picture is scaled to the box's width, false when to its
     // height (ties go to the height).
     static bool fitsToWidth(const QSize& picture, const QSize& box);
-    static QPixmap scaledToFit(const QPixmap& picture, const QSize& box);
+    // The picture fitted into `box` (logical pixels), smoothly scaled to the
+    // screen's pixels: `ratio` is the screen's device pixel ratio.
+    static QPixmap scaledToFit(const QImage& picture, const QSize& box, qreal ratio);
 
 signals:
     void signal_PhotoInfo(QString strName, QString strCreateDate, QString strFileSize,
@@ -78,6 +83,7 @@ public slots:
     void slot_GetJpgInfo(QImage image, int nWidth, int nHeight);
     void slot_SaveJpg();
     void slot_Convert();
+    void slot_CancelConvert();
     void slot_OpenFolder();
 
 protected:
@@ -91,8 +97,11 @@ protected:
 private:
     void gatherDetails();
     void showSaveFolder();
+    HEICTojpg* startDecode(int quality, const QSize& previewBox);
+    void showPicture(const QImage& picture);
     void setConverting(bool converting);
-    void showFailure(const QString& title, const QString& reason);
+    void finishConversion(const QString& failure);
+    void showConversionFailure(const QString& reason);
 
     Ui::PreviewHEIC* ui;
     SkinStyle m_skin;
@@ -103,13 +112,19 @@ private:
     QString m_fileSize;
     QString m_resolution;
     int m_quality = 100;
-    QPointer<HEICTojpg> m_decoderThread;
+    QPointer<HEICTojpg> m_previewThread;
+    QPointer<HEICTojpg> m_convertThread; // a conversion's own decode, while it runs
     Heif2JpgFn m_decoderEntry = nullptr;
     bool m_previewShown = false;
     QPixmap m_image;
     QByteArray m_jpeg; // the library's JPEG of the last decode, written by slot_SaveJpg
+    int m_jpegQuality = -1;
+    int m_previewQuality = 100;
     SingleConverting* m_convertingDialog = nullptr;
     QString m_lastFolder;
     QString m_failure;
+    bool m_fileRead = false;
     bool m_converting = false;
+    bool m_convertPending = false; // the conversion takes the preview's JPEG
+    WorkingCaption* m_caption = nullptr;
 };
