@@ -55,6 +55,7 @@ ConvertsionSet::ConvertsionSet(QWidget* parent)
                                       skin + "/Button/button100_2_pressing.png");
 
     ui->Slider->setStyleSheet(QString::fromLatin1(kSliderStyle));
+    StyleHelpers::showSliderFocus(ui->Slider);
 
     ui->pushButton_OpenFolder->installEventFilter(this);
 

@@ -52,14 +52,21 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     ui->pushButton_PhotoInfo->setFont(m_skin.font(0));
     // The form leaves this one button to the platform's look, a grey bar
     // under the picture; it reads as the link it is in the accent colour.
+    // Its focus is a dotted frame round its words, and Return presses it.
     ui->pushButton_PhotoInfo->setStyleSheet(
-        QStringLiteral("QPushButton{color:#3598fe;border:none;background:transparent;}"
-                       "QPushButton:hover{text-decoration:underline;}"));
+        QStringLiteral("QPushButton{color:#3598fe;border:1px solid transparent;background:transparent;"
+                       "padding:2px 8px;}"
+                       "QPushButton:hover{text-decoration:underline;}"
+                       "QPushButton:focus{border:1px dotted #3598fe;}"));
+    ui->pushButton_PhotoInfo->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    ui->verticalLayout->setAlignment(ui->pushButton_PhotoInfo, Qt::AlignHCenter);
+    ui->pushButton_PhotoInfo->setAutoDefault(true);
     ui->pushButton_SelectFolder->setFont(m_skin.font(0));
     ui->label_SaveFolder->setFont(m_skin.font(0));
     ui->pushButton_Convert->setFont(m_skin.font(16));
 
     ui->Slider_PhotoQuality->setStyleSheet(QString::fromLatin1(kSliderStyle));
+    StyleHelpers::showSliderFocus(ui->Slider_PhotoQuality);
 
     const QString skinDir = m_skin.skinDir();
     ui->pushButton_SelectFolder->setImages(skinDir + "/Button/button100_normal.png",
@@ -191,12 +198,14 @@ void PreviewHEIC::slot_Convert()
     connect(m_convertingDialog, SIGNAL(signal_CancelConvert()), this, SLOT(slot_CancelConvert()));
     m_convertingDialog->setWorking(m_fileName);
 
-    if (!m_jpeg.isEmpty() && m_jpegQuality == m_quality)
+    if (!m_jpeg.isEmpty() && m_jpegQuality == m_quality) {
         finishConversion(QString()); // decoded at this quality already
-    else if (m_previewThread && m_previewQuality == m_quality)
+    } else if (m_previewThread && m_previewQuality == m_quality) {
         m_convertPending = true; // the preview's decode is this conversion's
-    else
-        m_convertThread = startDecode(m_quality, QSize());
+    } else {
+        m_convertThread = newDecode(m_quality, QSize());
+        m_convertThread->start(QThread::InheritPriority);
+    }
     runConvertingDialog(m_convertingDialog);
 }
 
@@ -241,7 +250,7 @@ void PreviewHEIC::runMessage(QDialog* box)
     box->exec();
 }
 
-HEICTojpg* PreviewHEIC::startDecode(int quality, const QSize& previewBox)
+HEICTojpg* PreviewHEIC::newDecode(int quality, const QSize& previewBox)
 {
     auto* thread = new HEICTojpg(m_filePath, m_decoderEntry, this);
     thread->setQuality(quality);
@@ -250,7 +259,6 @@ HEICTojpg* PreviewHEIC::startDecode(int quality, const QSize& previewBox)
             SLOT(slot_GetJpgInfo(QImage, int, int)));
     // Finished runs are freed at once instead of piling up until the page goes.
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-    thread->start(QThread::InheritPriority);
     return thread;
 }
 
@@ -261,7 +269,7 @@ void PreviewHEIC::slot_Preview()
     // Only the label's worth of pixels is shown (in the screen's pixels); the
     // saved file is the library's JPEG, so nothing needs the full-size picture.
     m_previewQuality = m_quality;
-    m_previewThread = startDecode(m_quality, ui->label_HEIC->size() * ui->label_HEIC->devicePixelRatioF());
+    m_previewThread = newDecode(m_quality, ui->label_HEIC->size() * ui->label_HEIC->devicePixelRatioF());
     m_caption->showWorking(tr("Reading the photo..."));
     connect(m_previewThread, &HEICTojpg::signal_FileRead, this, [this] {
         m_fileRead = true;
@@ -276,6 +284,7 @@ void PreviewHEIC::slot_Preview()
         ui->label_HEIC->setAlignment(Qt::AlignCenter);
         ui->label_HEIC->setPixmap(scaledToFit(thumbnail, ui->label_HEIC->size(), ui->label_HEIC->devicePixelRatioF()));
     });
+    m_previewThread->start(QThread::InheritPriority);
 }
 
 void PreviewHEIC::setChangeQuality(int nValue)
@@ -346,8 +355,7 @@ void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
         m_createdDate = taken.toString(QStringLiteral("MM-dd-yyyy"));
     showPicture(image);
     m_previewShown = true;
-    // A photo handed over directly (not read by a thread here) is ready too.
-    m_fileRead = m_fileRead || !thread;
+    m_fileRead = true;
     setConverting(m_converting);
     if (m_convertPending)
         finishConversion(QString());

@@ -97,7 +97,8 @@ protected:
 private:
     void gatherDetails();
     void showSaveFolder();
-    HEICTojpg* startDecode(int quality, const QSize& previewBox);
+    // A decode thread of this photo, connected to slot_GetJpgInfo; not started.
+    HEICTojpg* newDecode(int quality, const QSize& previewBox);
     void showPicture(const QImage& picture);
     void setConverting(bool converting);
     void finishConversion(const QString& failure);
