@@ -10,11 +10,15 @@
 #include "VNMessageBox.h"
 #include "WorkingCaption.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMimeData>
 #include <QStandardPaths>
 
 namespace {
@@ -87,6 +91,8 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Convert()));
 
     m_caption = new WorkingCaption(ui->label_HEIC);
+    // Another photo dropped here opens in place of this one.
+    setAcceptDrops(true);
 
     gatherDetails();
     showSaveFolder();
@@ -97,15 +103,17 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
 PreviewHEIC::~PreviewHEIC()
 {
     // A decode may still be running when the main window drops this page on
-    // the way home. Its result must not arrive here, and Qt aborts when a
-    // running QThread is destroyed, so stop listening and let it finish.
+    // the way home or for another photo. Its result must not arrive here,
+    // and Qt aborts when a running QThread is destroyed; waiting for it
+    // would freeze the window for the seconds a big photo takes. So the page
+    // stops listening and leaves the thread to the application, which
+    // deletes it when it has finished (each is connected so) or at exit.
     const auto threads = findChildren<HEICTojpg*>(QString(), Qt::FindDirectChildrenOnly);
     for (HEICTojpg* thread : threads) {
         disconnect(thread, nullptr, this, nullptr);
         thread->requestInterruption();
+        thread->setParent(QCoreApplication::instance());
     }
-    for (HEICTojpg* thread : threads)
-        thread->wait();
     delete ui;
 }
 
@@ -408,6 +416,22 @@ void PreviewHEIC::slot_OpenFolder()
 {
     if (!Platform::openFolder(m_savePath))
         qWarning("Open Folder: no file manager could show %s", qUtf8Printable(m_savePath));
+}
+
+void PreviewHEIC::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!m_converting && event->mimeData()->hasUrls())
+        event->acceptProposedAction();
+}
+
+void PreviewHEIC::dropEvent(QDropEvent* event)
+{
+    QString note;
+    const QString photo = PhotoFiles::firstPhoto(event->mimeData()->urls(), &note);
+    event->acceptProposedAction();
+    VNMessageBox::tellLater(window(), note);
+    if (!photo.isEmpty())
+        emit signal_ToPreviewView(photo);
 }
 
 bool PreviewHEIC::eventFilter(QObject* watched, QEvent* event)

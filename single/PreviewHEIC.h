@@ -30,9 +30,10 @@ class WorkingCaption;
 // decoding library's own JPEG at the slider's quality, so quality is applied
 // exactly once and the photo's EXIF and colour profile survive.
 //
-// Destroying the page while a decode is still running is safe: the
-// destructor cuts the thread's connection to the page and waits for it, so
-// no result reaches a deleted page and no running QThread is destroyed.
+// Destroying the page while a decode is still running is safe and quick: the
+// destructor cuts the thread's connection to the page and hands the thread
+// to the application, which deletes it once its decode is over, so no
+// result reaches a deleted page and no running QThread is destroyed.
 class PreviewHEIC : public QWidget
 {
     Q_OBJECT
@@ -74,6 +75,8 @@ signals:
                           QString strResolution);
     // After a JPEG is complete on disk, with its full path.
     void signal_JpgSaved(QString strJpgPath);
+    // A photo was dropped on the page: it takes the place of this one.
+    void signal_ToPreviewView(QString strFilePath);
 
 public slots:
     void slot_Preview();
@@ -88,6 +91,8 @@ public slots:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
     // Seams for tests: the folder dialog and the modal success dialog.
     virtual QString chooseSaveFolder(const QString& startFolder);

@@ -28,6 +28,11 @@ public:
 
     static QString defaultTitle();
 
+    // Shows `text` with an OK button over `window` once the event in hand
+    // has returned (a drop: the file manager waits for it to end). Nothing
+    // when the text is empty or the window is gone by then.
+    static void tellLater(QWidget* window, const QString& text);
+
 public slots:
     void slotClose_yes();
     void slotClose_no();
