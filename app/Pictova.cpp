@@ -259,6 +259,14 @@ void Pictova::slot_addHeicFileToTable(QVector<QString> vStrPath)
 
 void Pictova::slot_ToHome()
 {
+    // The batch page goes with its list: a person who collected photos is
+    // asked before they are dropped.
+    if (m_currentPage && m_currentPage == m_fileTable && !m_fileTable->files().isEmpty()) {
+        TipDialog tip(this);
+        tip.setLeaveListTip(m_fileTable->files().size());
+        if (tip.exec() != QDialog::Accepted)
+            return;
+    }
     destroyCurrentPage();
     ui->widget_Main->show();
     m_singleStart->show();

@@ -128,6 +128,25 @@ void TipDialog::setQuitTip()
     setDefaultAnswer(ui->pushButton_Yes);
 }
 
+void TipDialog::setLeaveListTip(int count)
+{
+    disconnect(this);
+    showPicture(QStringLiteral("/Label/tips_confirm.png"));
+    ui->label_StatesText->setText(tr("Are you sure to leave this list?"));
+    ui->label_StatesText->setFont(m_style.font(34));
+    ui->label_StatesText->setStyleSheet(QStringLiteral("color:#484848"));
+    ui->label_SuccessText->setText(count == 1 ? tr("The photo is taken off the list; the file stays on disk.")
+                                              : tr("The %1 photos are taken off the list; the files stay on disk.")
+                                                    .arg(count));
+    ui->label_SuccessText->setFont(m_style.font(34));
+    ui->label_SuccessText->setStyleSheet(QStringLiteral("color:#787878"));
+    ui->label_SuccessText->show();
+    ui->pushButton_OK->setText(tr("No"));
+    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SLOT(accept()));
+    connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(reject()));
+    setDefaultAnswer(ui->pushButton_OK);
+}
+
 void TipDialog::placeClearOf(const QWidget* keepVisible)
 {
     const QRect kept = keepVisible->frameGeometry();

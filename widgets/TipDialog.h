@@ -34,6 +34,9 @@ public:
     void setDetailText(const QString& text);
     // "Are you sure to quit the program?": Yes emits signal_ExitApp() and closes.
     void setQuitTip();
+    // Leaving a list of `count` photos: Yes accepts the dialog, No (and any
+    // other close) rejects it.
+    void setLeaveListTip(int count);
 
     // Puts the dialog below `keepVisible` (above it when the screen has no
     // room below), so the window it asks about stays in sight. Call it
