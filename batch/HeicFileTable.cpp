@@ -58,6 +58,13 @@ HeicFileTable::HeicFileTable(QWidget* parent)
     connect(m_run, SIGNAL(signal_ConvertSuccessCount(int)), this, SIGNAL(signal_ConvertSuccessCount(int)));
     connect(m_run, SIGNAL(signal_ConvertSuccessAll()), this, SIGNAL(signal_ConvertSuccessAll()));
     connect(m_run, &BatchRunController::signal_RunStateChanged, this, &HeicFileTable::runStateChanged);
+    // Each row shows how its photo ended as soon as it has.
+    connect(m_run, &BatchRunController::signal_PhotoEnded, this, [this](const QString& source) {
+        for (int row = 0; row < m_files.size(); ++row) {
+            if (m_files.at(row).filePath() == source)
+                showMark(row);
+        }
+    });
     setAcceptDrops(true);
 }
 
@@ -148,6 +155,7 @@ void HeicFileTable::fillRow(int row, const QFileInfo& info)
     m_rowBoxes.append(box);
     connect(box, SIGNAL(signal_StateChanged(int, int)), this, SLOT(slot_ChooseItem(int, int)));
     connect(box, SIGNAL(signal_Clicked()), this, SLOT(slot_setSelectAllCheckBoxState()));
+    showMark(row);
 }
 
 void HeicFileTable::showTotals()
@@ -179,8 +187,11 @@ void HeicFileTable::updateButtons()
 void HeicFileTable::runStateChanged()
 {
     updateButtons();
-    // A run may have taken a while; files may have gone meanwhile.
-    if (!m_run->isRunning())
+    // A new run starts without the last one's marks; once it ends, files
+    // may have gone meanwhile.
+    if (m_run->isRunning())
+        forgetMarks();
+    else
         refreshMissing();
 }
 
@@ -210,8 +221,43 @@ void HeicFileTable::refreshMissing()
         } else {
             table->setItem(row, 2, missingItem());
         }
+        showMark(row);
     }
     showTotals();
+}
+
+void HeicFileTable::showMark(int row)
+{
+    QTableWidget* table = ui->tableWidget;
+    QTableWidgetItem* name = table->item(row, 1);
+    if (!name || row >= m_files.size())
+        return;
+    QString reason;
+    const BatchRunController::Outcome outcome = m_run->outcome(m_files.at(row).filePath(), &reason);
+    QString mark;
+    QString hover;
+    if (outcome == BatchRunController::Converted) {
+        mark = QStringLiteral("/Label/row_converted.png");
+        hover = tr("Converted");
+    } else if (outcome == BatchRunController::Failed) {
+        mark = QStringLiteral("/Label/row_failed.png");
+        hover = tr("Not converted: %1").arg(reason);
+    }
+    name->setIcon(mark.isEmpty() ? QIcon()
+                                 : QIcon(SkinStyle::pixmap(m_skin.skinDir() + mark, devicePixelRatioF())));
+    // The whole row tells it on hover, except a size cell that says the
+    // file is gone.
+    for (int column = 1; column < table->columnCount(); ++column) {
+        if (QTableWidgetItem* item = table->item(row, column); item && !(column == 2 && isMissing(row)))
+            item->setToolTip(hover);
+    }
+}
+
+void HeicFileTable::forgetMarks()
+{
+    m_run->forgetOutcomes();
+    for (int row = 0; row < m_files.size(); ++row)
+        showMark(row);
 }
 
 bool HeicFileTable::event(QEvent* event)
@@ -274,6 +320,9 @@ int HeicFileTable::addFiles(const QVector<QString>& paths)
         m_rowBoxes.last()->setCheckState(Qt::Checked);
         ++added;
     }
+    // The last run's marks were about another list.
+    if (added > 0)
+        forgetMarks();
     if (!paths.isEmpty())
         PhotoFiles::rememberFolder(paths.last());
     showTotals();
@@ -332,6 +381,7 @@ void HeicFileTable::slot_ClearTable()
     m_rowBoxes.clear();
     m_tickedRows.clear();
     m_run->clearQueuedPaths();
+    m_run->forgetOutcomes();
     ui->pushButton_Delete->setEnabled(false);
     ui->pushButton_Clear->setEnabled(false);
     if (m_clearTip) {
@@ -361,6 +411,7 @@ void HeicFileTable::slot_DeleteTableItem()
             m_files.removeAt(row);
     }
     m_tickedRows.clear();
+    m_run->forgetOutcomes();
     rebuildTable();
     slot_setSelectAllCheckBoxState();
     updateButtons();

@@ -105,6 +105,10 @@ private:
     void showTotals();
     void updateButtons();
     void refreshMissing();
+    // The row's mark of the last run: converted or failed, with the reason
+    // on hover; none for a photo the run did not take.
+    void showMark(int row);
+    void forgetMarks();
     // The size cell of a row whose file has gone.
     QTableWidgetItem* missingItem() const;
     void tellLeftOut(int leftOut);

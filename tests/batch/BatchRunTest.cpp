@@ -15,6 +15,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QSlider>
+#include <QTableWidget>
 #include <QTimer>
 
 #include <chrono>
@@ -124,6 +125,21 @@ private slots:
         QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 3);
         // Convert is ready again for the next run.
         QVERIFY(m_page->findChild<QPushButton*>("pushButton_Convert")->isEnabled());
+
+        // Every row is marked with how its photo ended, a failure's reason
+        // on hover, until the list changes.
+        auto* table = m_page->findChild<QTableWidget*>("tableWidget");
+        const QString converted = table->item(0, 1)->toolTip();
+        for (int row = 0; row < 5; ++row) {
+            QTableWidgetItem* name = table->item(row, 1);
+            QVERIFY(!name->icon().isNull() && !name->toolTip().isEmpty());
+            QCOMPARE(name->toolTip() == converted, row != 2 && row != 3);
+        }
+        QVERIFY2(table->item(3, 1)->toolTip().contains("no such file"), qPrintable(table->item(3, 1)->toolTip()));
+        m_page->nextChoice = QStringList{makePhoto("late.HEIC", "late")};
+        m_page->slot_AddItem();
+        for (int row = 0; row < 6; ++row)
+            QVERIFY(table->item(row, 1)->icon().isNull() && table->item(row, 1)->toolTip().isEmpty());
     }
 
     void cancelThenNewRunConvertsOnlyTheNewPhotos()
