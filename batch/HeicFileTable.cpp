@@ -15,6 +15,7 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QTableWidgetItem>
 #include <QTimer>
@@ -115,6 +116,10 @@ void HeicFileTable::setUpTable()
     table->setShowGrid(false);
     table->setFrameShape(QFrame::NoFrame);
     table->setAlternatingRowColors(true);
+    // One keyboard stop for the whole list: Tab goes on to the next control
+    // (the arrow keys move within the table) and Space ticks the current row.
+    table->setTabKeyNavigation(false);
+    table->installEventFilter(this);
     table->horizontalHeader()->setStyleSheet(QStringLiteral(
         "QHeaderView::section {background-color: #ffffff;color: #484848;border: 0px solid "
         "#eeeeee;border-width: 0px 0px 1px 0px;border-color: #eeeeee;}"));
@@ -258,6 +263,27 @@ void HeicFileTable::forgetMarks()
     m_run->forgetOutcomes();
     for (int row = 0; row < m_files.size(); ++row)
         showMark(row);
+}
+
+bool HeicFileTable::eventFilter(QObject* watched, QEvent* event)
+{
+    QTableWidget* table = ui->tableWidget;
+    if (watched != table)
+        return QWidget::eventFilter(watched, event);
+    // Arriving by keyboard shows where one is: the current row is framed
+    // while the table has the focus (NoFocusDelegate).
+    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
+        if (table->currentRow() < 0 && table->rowCount() > 0)
+            table->setCurrentCell(0, 1);
+        table->viewport()->update();
+    }
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        if (auto* box = qobject_cast<VNStyleCheckBox*>(table->cellWidget(table->currentRow(), 0))) {
+            box->click();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 bool HeicFileTable::event(QEvent* event)

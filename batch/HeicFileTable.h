@@ -91,6 +91,7 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     // The places where the page waits for the user or hands off to the
     // system. Tests replace them so they need no real dialog or file manager.
