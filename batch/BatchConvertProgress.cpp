@@ -121,6 +121,9 @@ void BatchConvertProgress::setFinished(int count)
     ui->pushButton_OpenFolder->show();
     ui->pushButton_OK->show();
     ui->pushButton_Cancel->hide();
+    // Return closes the result, as OK does.
+    ui->pushButton_OK->setDefault(true);
+    ui->pushButton_OK->setFocus(Qt::OtherFocusReason);
 
     const QString result = BatchRules::finishedText(count);
     if (!result.isEmpty())

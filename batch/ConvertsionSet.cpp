@@ -61,6 +61,8 @@ ConvertsionSet::ConvertsionSet(QWidget* parent)
 
     connect(ui->pushButton_OpenFolder, SIGNAL(clicked()), this, SLOT(slot_OpenFolder()));
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Convert()));
+    // Return anywhere but on Select Folder starts the run, never the chooser.
+    ui->pushButton_Convert->setDefault(true);
     connect(ui->Slider, SIGNAL(valueChanged(int)), this, SLOT(slot_setQualityValue(int)));
 }
 
