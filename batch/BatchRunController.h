@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Heif2JpgFn.h"
+#include "SavedChoices.h"
 
 #include <QHash>
 #include <QMutex>
@@ -49,10 +50,13 @@ public:
     // Ignored when null, so a missing library never replaces a bound one.
     void setDecoder(Heif2JpgFn decoder);
 
-    // Converts `sources` in this order into the folder that `savePath` names
-    // (OutputNaming::openFolderPath) and shows the progress dialog. Does
-    // nothing while a run is under way.
-    void start(const QStringList& sources, const QString& savePath, int quality);
+    // Converts `sources` in this order with the chosen quality and options
+    // into the folder that the chosen folder names
+    // (OutputNaming::openFolderPath) or beside each photo, and shows the
+    // progress dialog. `roots` holds, for each source, the folder it was
+    // added from (empty: added on its own); the sub-folders below it are
+    // made again in the run's folder. Does nothing while a run is under way.
+    void start(const QStringList& sources, const QStringList& roots, const SavedChoices::Output& choices);
     // Opens the folder of the last run, or the one `savePath` names before
     // any run, and closes a finished progress dialog.
     void openFolder(const QString& savePath);

@@ -3,9 +3,10 @@
 
 #include "BatchRules.h"
 #include "ConvertsionSet.h"
+#include "FolderView.h"
 #include "OutputNaming.h"
-#include "PhotoFiles.h"
 #include "Platform.h"
+#include "SavedChoices.h"
 #include "TipDialog.h"
 #include "VNMessageBox.h"
 #include "VNStyleCheckBox.h"
@@ -44,6 +45,7 @@ HeicFileTable::HeicFileTable(QWidget* parent)
 {
     ui->setupUi(this);
     setUpTable();
+    m_choices = SavedChoices::output();
 
     m_run = new BatchRunController(
         this, [this](QDialog* dialog) { return runModal(dialog); },
@@ -52,6 +54,7 @@ HeicFileTable::HeicFileTable(QWidget* parent)
     connect(ui->pushButton_Clear, SIGNAL(clicked()), this, SLOT(slot_ClearTableView()));
     connect(ui->pushButton_Delete, SIGNAL(clicked()), this, SLOT(slot_DeleteTableItem()));
     connect(ui->pushButton_Add, SIGNAL(clicked()), this, SLOT(slot_AddItem()));
+    connect(ui->pushButton_AddFolder, &QPushButton::clicked, this, &HeicFileTable::slot_AddFolder);
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_BatchConvert()));
     connect(m_selectAll, SIGNAL(signal_StateChanged(int, int)), this,
             SLOT(slot_setAllCheckBoxState(int, int)));
@@ -83,6 +86,9 @@ void HeicFileTable::setUpTable()
     ui->pushButton_Add->setImages(skin + "/Button/add_icon_normal.png",
                                   skin + "/Button/add_icon_hover.png",
                                   skin + "/Button/add_icon_pressing.png", QString());
+    ui->pushButton_AddFolder->setImages(skin + "/Button/addfolder_icon_normal.png",
+                                        skin + "/Button/addfolder_icon_hover.png",
+                                        skin + "/Button/addfolder_icon_pressing.png", QString());
     ui->pushButton_Delete->setImages(skin + "/Button/delete_icon_normal.png",
                                      skin + "/Button/delete_icon_hover.png",
                                      skin + "/Button/delete_icon_pressing.png",
@@ -312,6 +318,12 @@ QStringList HeicFileTable::chooseFiles(const QString& startLocation)
                                          PhotoFiles::nameFilter());
 }
 
+QString HeicFileTable::chooseFolder(const QString& startLocation)
+{
+    return QFileDialog::getExistingDirectory(this, tr("Choose a Folder"), startLocation,
+                                             QFileDialog::ShowDirsOnly);
+}
+
 int HeicFileTable::runModal(QDialog* dialog)
 {
     return dialog->exec();
@@ -319,10 +331,22 @@ int HeicFileTable::runModal(QDialog* dialog)
 
 void HeicFileTable::showFolder(const QString& folder)
 {
-    Platform::openFolder(folder);
+    if (Platform::openFolder(folder))
+        return;
+    VNMessageBox box(FolderView::notShownText(folder), VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+    runModal(&box);
 }
 
 int HeicFileTable::addFiles(const QVector<QString>& paths)
+{
+    QVector<InputScanner::Photo> photos;
+    photos.reserve(paths.size());
+    for (const QString& path : paths)
+        photos.append({path, QString()});
+    return addPhotos(photos);
+}
+
+int HeicFileTable::addPhotos(const QVector<InputScanner::Photo>& photos)
 {
     QSet<QString> present;
     for (const QFileInfo& info : qAsConst(m_files))
@@ -330,14 +354,18 @@ int HeicFileTable::addFiles(const QVector<QString>& paths)
 
     QTableWidget* table = ui->tableWidget;
     int added = 0;
-    for (const QString& path : paths) {
-        const QFileInfo info(path);
+    for (const InputScanner::Photo& photo : photos) {
+        const QFileInfo info(photo.path);
         // A path that vanished between the chooser and here gets no row, and
         // a photo already listed is not listed twice.
         const QString key = QDir::cleanPath(info.absoluteFilePath());
         if (!info.exists() || present.contains(key))
             continue;
         present.insert(key);
+        if (photo.root.isEmpty())
+            m_roots.remove(key);
+        else
+            m_roots.insert(key, photo.root);
         m_files.append(info);
         const int row = m_files.size() - 1;
         table->setRowCount(m_files.size());
@@ -349,11 +377,18 @@ int HeicFileTable::addFiles(const QVector<QString>& paths)
     // The last run's marks were about another list.
     if (added > 0)
         forgetMarks();
-    if (!paths.isEmpty())
-        PhotoFiles::rememberFolder(paths.last());
+    if (!photos.isEmpty())
+        PhotoFiles::rememberFolder(photos.last().root.isEmpty() ? photos.last().path : photos.last().root);
     showTotals();
     slot_setSelectAllCheckBoxState();
     updateButtons();
+    return added;
+}
+
+int HeicFileTable::addCollected(const PhotoFiles::Collected& collected)
+{
+    const int added = addPhotos(collected.photos);
+    tellLater(PhotoFiles::addedText(collected, added));
     return added;
 }
 
@@ -404,6 +439,7 @@ void HeicFileTable::slot_ClearTable()
     ui->tableWidget->clearContents();
     ui->tableWidget->setRowCount(0);
     m_files.clear();
+    m_roots.clear();
     m_rowBoxes.clear();
     m_tickedRows.clear();
     m_run->clearQueuedPaths();
@@ -451,6 +487,15 @@ void HeicFileTable::slot_AddItem()
     addFiles(chosen.toVector());
 }
 
+void HeicFileTable::slot_AddFolder()
+{
+    if (m_run->isRunning())
+        return;
+    const QString folder = chooseFolder(PhotoFiles::startFolder());
+    if (!folder.isEmpty())
+        addCollected(PhotoFiles::collect(QStringList{folder}));
+}
+
 void HeicFileTable::dragEnterEvent(QDragEnterEvent* event)
 {
     if (!m_run->isRunning() && event->mimeData()->hasUrls())
@@ -459,24 +504,20 @@ void HeicFileTable::dragEnterEvent(QDragEnterEvent* event)
 
 void HeicFileTable::dropEvent(QDropEvent* event)
 {
-    int leftOut = 0;
-    const QStringList photos = PhotoFiles::heifPaths(event->mimeData()->urls(), &leftOut);
     event->acceptProposedAction();
-    addFiles(photos.toVector());
-    tellLeftOut(leftOut);
+    addCollected(PhotoFiles::collect(event->mimeData()->urls()));
 }
 
-void HeicFileTable::tellLeftOut(int leftOut)
+void HeicFileTable::tellLater(const QString& text)
 {
-    if (leftOut <= 0)
+    if (text.isEmpty())
         return;
     // Not from inside the drop: the file manager waits for the drop to end.
     QPointer<HeicFileTable> self(this);
-    QTimer::singleShot(0, this, [self, leftOut] {
+    QTimer::singleShot(0, this, [self, text] {
         if (!self)
             return;
-        VNMessageBox box(PhotoFiles::leftOutText(leftOut), VNMessageBox::defaultTitle(),
-                         VNMessageBox::Ok, self);
+        VNMessageBox box(text, VNMessageBox::defaultTitle(), VNMessageBox::Ok, self);
         self->runModal(&box);
     });
 }
@@ -528,9 +569,18 @@ void HeicFileTable::slot_BatchConvert()
         return;
     auto* dialog = new ConvertsionSet(this);
     m_settings = dialog;
-    dialog->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
+    dialog->showSaveFolder(OutputNaming::openFolderPath(m_choices.saveFolder));
+    dialog->showChoices(m_choices.quality, m_choices.options, m_choices.besidePhotos);
     connect(dialog, SIGNAL(signal_SendSavePath(QString)), this, SLOT(slot_SavePath(QString)));
     connect(dialog, SIGNAL(signal_SetConvertQuality(int)), this, SLOT(slot_ConvertQuality(int)));
+    connect(dialog, &ConvertsionSet::signal_SetOptions, this, [this](const ConversionOptions& options) {
+        m_choices.options = options;
+        saveChoices();
+    });
+    connect(dialog, &ConvertsionSet::signal_BesidePhotos, this, [this](bool beside) {
+        m_choices.besidePhotos = beside;
+        saveChoices();
+    });
     connect(dialog, SIGNAL(signal_Convert()), this, SLOT(slot_StartConvert()));
     runModal(dialog);
     // Closed from its title bar without starting a run: nobody needs it.
@@ -543,15 +593,22 @@ void HeicFileTable::slot_BatchConvert()
 
 void HeicFileTable::slot_SavePath(QString strPath)
 {
-    m_savePath = strPath;
+    m_choices.saveFolder = strPath;
     PhotoFiles::rememberFolder(strPath);
+    saveChoices();
     if (m_settings)
-        m_settings->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
+        m_settings->showSaveFolder(OutputNaming::openFolderPath(m_choices.saveFolder));
 }
 
 void HeicFileTable::slot_ConvertQuality(int nValue)
 {
-    m_quality = nValue;
+    m_choices.quality = nValue;
+    saveChoices();
+}
+
+void HeicFileTable::saveChoices() const
+{
+    SavedChoices::setOutput(m_choices);
 }
 
 void HeicFileTable::slot_StartConvert()
@@ -562,12 +619,14 @@ void HeicFileTable::slot_StartConvert()
         m_settings = nullptr;
     }
     // The ticked rows in tick order, each photo once.
-    QStringList sources;
+    QStringList sources, roots;
     for (int row : qAsConst(m_tickedRows)) {
-        if (row >= 0 && row < m_files.size() && !sources.contains(m_files.at(row).filePath()))
+        if (row >= 0 && row < m_files.size() && !sources.contains(m_files.at(row).filePath())) {
             sources << m_files.at(row).filePath();
+            roots << m_roots.value(QDir::cleanPath(m_files.at(row).absoluteFilePath()));
+        }
     }
-    m_run->start(sources, m_savePath, m_quality);
+    m_run->start(sources, roots, m_choices);
 }
 
 void HeicFileTable::slot_ConvertProgress()
@@ -602,5 +661,5 @@ void HeicFileTable::slot_ConvertSuccess()
 
 void HeicFileTable::slot_OpenFolder()
 {
-    m_run->openFolder(m_savePath);
+    m_run->openFolder(m_choices.saveFolder);
 }

@@ -121,12 +121,21 @@ void SingalConverterHome::acceptDroppedUrls(const QMimeData* mimeData)
         return;
     }
 
-    const QStringList photos = PhotoFiles::heifPaths(urls, &leftOut);
-    tellLeftOut(leftOut > 0 ? PhotoFiles::leftOutText(leftOut) : QString(), leftOut);
-    if (photos.isEmpty())
+    // Files and folders go on as they are: the list takes a folder's photos
+    // with its sub-folders and says what it added and left out.
+    QVector<QString> paths;
+    int notLocal = 0;
+    for (const QUrl& url : urls) {
+        if (url.toLocalFile().isEmpty())
+            ++notLocal;
+        else
+            paths.append(url.toLocalFile());
+    }
+    tellLeftOut(notLocal > 0 ? PhotoFiles::leftOutText(notLocal) : QString(), notLocal);
+    if (paths.isEmpty())
         return;
-    m_currentFile = photos.last();
-    emit signal_addHeicFile(photos.toVector());
+    m_currentFile = paths.last();
+    emit signal_addHeicFile(paths);
 }
 
 void SingalConverterHome::tellLeftOut(const QString& note, int leftOut)
