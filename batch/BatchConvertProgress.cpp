@@ -72,6 +72,10 @@ BatchConvertProgress::~BatchConvertProgress()
 void BatchConvertProgress::setProgress(const int& percent, const QString& countText)
 {
     ui->label_Progress->setText(countText);
+    // Until the first photos are done the bar has nothing to show; without
+    // a range Qt keeps its chunk moving, so a long first photo (a 200 MP one
+    // takes seconds) still shows that work goes on.
+    ui->progressBar->setRange(0, percent > 0 ? 100 : 0);
     ui->progressBar->setValue(percent);
 }
 
@@ -107,6 +111,7 @@ void BatchConvertProgress::setCancelling()
     ui->pushButton_Cancel->setEnabled(false);
     ui->pushButton_Cancel->hide();
     ui->label_Converting->setText(tr("Cancelling: finishing the photos in hand..."));
+    ui->progressBar->setRange(0, 0);
     ui->label_Progress->hide();
     ui->label_files->hide();
 }
@@ -121,6 +126,9 @@ void BatchConvertProgress::setFinished(int count)
     ui->pushButton_OpenFolder->show();
     ui->pushButton_OK->show();
     ui->pushButton_Cancel->hide();
+    // The bar stays where the count left it.
+    if (ui->progressBar->maximum() == 0)
+        ui->progressBar->setRange(0, 100);
     // Return closes the result, as OK does.
     ui->pushButton_OK->setDefault(true);
     ui->pushButton_OK->setFocus(Qt::OtherFocusReason);
