@@ -19,7 +19,6 @@
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QTableWidgetItem>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -510,16 +509,8 @@ void HeicFileTable::dropEvent(QDropEvent* event)
 
 void HeicFileTable::tellLater(const QString& text)
 {
-    if (text.isEmpty())
-        return;
     // Not from inside the drop: the file manager waits for the drop to end.
-    QPointer<HeicFileTable> self(this);
-    QTimer::singleShot(0, this, [self, text] {
-        if (!self)
-            return;
-        VNMessageBox box(text, VNMessageBox::defaultTitle(), VNMessageBox::Ok, self);
-        self->runModal(&box);
-    });
+    VNMessageBox::tellLater(this, text, [this](QDialog* box) { return runModal(box); });
 }
 
 void HeicFileTable::slot_setAllCheckBoxState(int State, int nIndex)

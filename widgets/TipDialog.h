@@ -62,6 +62,9 @@ protected:
 
 private:
     void showPicture(const QString& skinPath);
+    // The common part of the yes-or-no questions: picture, question, and
+    // "No" closing the dialog.
+    void askYesNo(const QString& question);
     void setDefaultAnswer(VNStyleButton* button);
 
     Ui::TipDialog* ui;

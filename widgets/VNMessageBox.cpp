@@ -102,15 +102,18 @@ void VNMessageBox::slotClose_cancel()
     finish(Cancel);
 }
 
-void VNMessageBox::tellLater(QWidget* window, const QString& text)
+void VNMessageBox::tellLater(QWidget* window, const QString& text, std::function<int(QDialog*)> run)
 {
     if (text.isEmpty())
         return;
     QPointer<QWidget> over(window);
-    QTimer::singleShot(0, window, [over, text] {
+    QTimer::singleShot(0, window, [over, text, run] {
         if (!over)
             return;
         VNMessageBox box(text, defaultTitle(), Ok, over);
-        box.exec();
+        if (run)
+            run(&box);
+        else
+            box.exec();
     });
 }
