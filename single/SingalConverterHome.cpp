@@ -108,10 +108,10 @@ void SingalConverterHome::acceptDroppedUrls(const QMimeData* mimeData)
 
     // Whatever a drop leaves out is named, so the person is not left
     // guessing why the page shows less than was dropped.
-    int leftOut = 0;
-    QString note;
     if (!m_batchMode) {
         // The preview shows one photo: the first one dropped.
+        int leftOut = 0;
+        QString note;
         const QString photo = PhotoFiles::firstPhoto(urls, &note, &leftOut);
         tellLeftOut(note, leftOut);
         if (photo.isEmpty())

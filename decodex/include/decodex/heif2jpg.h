@@ -85,8 +85,9 @@ enum decodex_error {
   /* the bytes are no HEIF file: no 'ftyp' box naming a HEIF brand (another
    * kind of file, or garbage) */
   DECODEX_ERR_NOT_HEIF = -2,
-  /* the image could not be decoded; heif2jpg() and heif2jpg_capacity() say
-   * DAMAGED or name the unsupported kind instead */
+  /* heif2jpg_thumbnail(): the file has no usable thumbnail. The conversions
+   * and heif2jpg_capacity() say DAMAGED or name the unsupported kind instead
+   * of this code. */
   DECODEX_ERR_DECODE_FAILED = -3,
   /* the image is beyond DECODEX_MAX_PIXELS or DECODEX_MAX_DIMENSION */
   DECODEX_ERR_IMAGE_TOO_LARGE = -4,
