@@ -23,6 +23,11 @@ QString tr(const char* text)
     return QCoreApplication::translate("HeicDecoder", text);
 }
 
+QString notEnoughMemoryText()
+{
+    return tr("not enough memory to read the file");
+}
+
 bool looksLikeJpeg(const uint8_t* data, int32_t size)
 {
     return size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF;
@@ -82,7 +87,11 @@ bool HeicDecoder::openHeicFile(const QString& path, QFile& file, QString* failur
     if (measured < 1)
         return fail(tr("file is empty"));
     if (measured > kMaxFileSize)
-        return fail(tr("file is larger than 16 MB"));
+        return fail(tr("file is larger than 2 GB, the most the decoding library can read"));
+    const qint64 budget = MemoryBudget::global().limit();
+    if (measured > budget)
+        return fail(tr("file is larger than the %1 MB of memory set aside for converting")
+                        .arg(budget >> 20));
     return true;
 }
 
@@ -91,7 +100,14 @@ QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
     QFile file;
     if (!openHeicFile(path, file, failure))
         return QByteArray();
-    QByteArray bytes(m_fileSize, Qt::Uninitialized);
+    QByteArray bytes;
+    try {
+        bytes = QByteArray(m_fileSize, Qt::Uninitialized);
+    } catch (const std::bad_alloc&) {
+        if (failure)
+            *failure = notEnoughMemoryText();
+        return QByteArray();
+    }
     if (file.read(bytes.data(), m_fileSize) != m_fileSize) {
         if (failure)
             *failure = tr("cannot read %1: %2").arg(path, file.errorString());
@@ -213,7 +229,7 @@ HeicDecoder::Result HeicDecoder::convertOpenFile(QFile& file, int quality, const
                                                           release);
     Result result;
     if (!buffer) {
-        result.failure = describeError(DECODEX_ERR_ENCODE_FAILED);
+        result.failure = notEnoughMemoryText();
         return result;
     }
     const QByteArray input = QByteArray::fromRawData(buffer.get(), size);
@@ -292,7 +308,13 @@ QString HeicDecoder::describeError(int32_t code)
     case DECODEX_ERR_NOT_HEIF:
         return tr("not a HEIF file");
     case DECODEX_ERR_DECODE_FAILED:
-        return tr("truncated or corrupt image");
+        return tr("the picture could not be decoded");
+    case DECODEX_ERR_DAMAGED:
+        return tr("damaged or incomplete HEIF file");
+    case DECODEX_ERR_AV1_UNSUPPORTED:
+        return tr("AV1 image (AVIF), which no installed decoder can read");
+    case DECODEX_ERR_IMAGE_SEQUENCE:
+        return tr("image sequence (animation) without a still image");
     case DECODEX_ERR_IMAGE_TOO_LARGE:
         return tr("image is too large (more than 200 megapixels)");
     case DECODEX_ERR_OUTPUT_TOO_SMALL:

@@ -203,7 +203,7 @@ scenario_hostile() {
   run_convert "$work/hostile" -j 2 -o "$work/hostile-out" -r "$d"
   end=$(date +%s)
   local damaged; damaged=$(find "$d" -name 'damaged-*.heic' | wc -l)
-  said=$(grep -c '^  .*: truncated or corrupt image$' "$work/hostile.err")
+  said=$(grep -c '^  .*: damaged or incomplete HEIF file$' "$work/hostile.err")
   if [ $status != 1 ] || [ "$said" != "$damaged" ] || [ $((end - start)) -gt 60 ] \
      || ! grep -q "pictova-convert: 6 converted, $damaged failed" "$work/hostile.err"; then
     fail hostile "status $status in $((end - start)) s, $said of $damaged refused, said: $(tail -n 3 "$work/hostile.err")"; return

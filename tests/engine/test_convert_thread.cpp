@@ -191,11 +191,11 @@ private slots:
         // 64 workers and room for one photo at a time: the others wait for
         // the budget before reading more than a file's header, so bytes
         // changed beyond it while they wait are what they convert.
-        MemoryBudget::global().setLimit(1);
-        EngineTest::fakeReset();
-        EngineTest::fakeGate(true);
         const int count = 64;
         const QByteArray tail(HeicDecoder::kHeaderBytes, 'a');
+        MemoryBudget::global().setLimit(4 * tail.size()); // a file fits, two photos' decoding do not
+        EngineTest::fakeReset();
+        EngineTest::fakeGate(true);
         QStringList paths;
         for (int i = 0; i < count; ++i) {
             paths << makeFile(QStringLiteral("in/p%1.heic").arg(i), EngineTest::fakeNamed("p", EngineTest::jpeg() + tail));
