@@ -82,43 +82,50 @@ void setSampling(jpeg_compress_struct& cinfo, int chromaFormat)
 }
 
 // Raw data wants whole blocks: columns up to the next multiple of 8 and rows
-// in groups of 8 * v_samp_factor. The planes are copied into a strip whose
+// in groups of 8 * v_samp_factor. The planes are turned into a strip whose
 // right and bottom edges repeat the last sample, as libjpeg does itself
 // for scanline input, so edge blocks carry no sharp step.
 class RawStrips
 {
 public:
-    bool prepare(const PlanarImage& image, const jpeg_compress_struct& cinfo)
+    RawStrips(const PlanarImage& image, PlaneTransform::Orientation orientation)
+        : m_image(image), m_orientation(orientation)
+    {
+    }
+
+    void prepare(const jpeg_compress_struct& cinfo)
     {
         m_rowsPerStrip = cinfo.max_v_samp_factor * DCTSIZE;
-        for (int c = 0; c < image.components(); ++c) {
+        for (int c = 0; c < m_image.components(); ++c) {
             const jpeg_component_info& comp = cinfo.comp_info[c];
             Strip& s = m_strips[c];
             s.rows = comp.v_samp_factor * DCTSIZE;
             s.width = size_t(comp.width_in_blocks) * DCTSIZE;
-            s.pixels.assign(s.width * size_t(s.rows), 0);
+            s.pixels.resize(s.width * size_t(s.rows));
             s.pointers.resize(size_t(s.rows));
             for (int r = 0; r < s.rows; ++r)
                 s.pointers[size_t(r)] = s.pixels.data() + size_t(r) * s.width;
             m_arrays[c] = s.pointers.data();
         }
-        return true;
     }
 
-    // Fills the strip that starts at luma row `row`.
-    JSAMPIMAGE fill(const PlanarImage& image, int row)
+    // Fills the strip that starts at luma row `row` of the turned picture.
+    JSAMPIMAGE fill(int row)
     {
-        for (int c = 0; c < image.components(); ++c) {
-            const PlanarImage::Plane& plane = image.plane(c);
+        for (int c = 0; c < m_image.components(); ++c) {
+            const PlanarImage::Plane& plane = m_image.plane(c);
+            const size_t width = size_t(m_orientation.transpose ? plane.height : plane.width);
+            const int height = m_orientation.transpose ? plane.width : plane.height;
             Strip& s = m_strips[c];
             const int first = row / (m_rowsPerStrip / s.rows);
-            const size_t w = size_t(plane.width);
+            const int rows = std::clamp(height - first, 1, s.rows);
+            PlaneTransform::fillRows(m_orientation, plane, first, rows, s.pointers.data());
             for (int r = 0; r < s.rows; ++r) {
-                const uint8_t* src = plane.row(std::min(first + r, plane.height - 1));
                 uint8_t* dst = s.pointers[size_t(r)];
-                std::memcpy(dst, src, w);
-                if (s.width > w)
-                    std::memset(dst + w, src[w - 1], s.width - w);
+                if (r >= rows)
+                    std::memcpy(dst, s.pointers[size_t(rows - 1)], width);
+                if (s.width > width)
+                    std::memset(dst + width, dst[width - 1], s.width - width);
             }
         }
         return m_arrays;
@@ -134,6 +141,8 @@ private:
         size_t width = 0;
         int rows = 0;
     };
+    const PlanarImage& m_image;
+    PlaneTransform::Orientation m_orientation;
     Strip m_strips[3];
     JSAMPARRAY m_arrays[3] = {};
     int m_rowsPerStrip = 0;
@@ -144,6 +153,7 @@ private:
 struct JpegWriter::Source
 {
     const PlanarImage* planar = nullptr;
+    PlaneTransform::Orientation orientation;
     const RgbImage* rgb = nullptr;
     int chromaFormat = 1;
 };
@@ -160,10 +170,15 @@ size_t JpegWriter::metadataSize(size_t exif, size_t xmp, size_t icc)
     return bytes;
 }
 
-int32_t JpegWriter::writePlanar(const PlanarImage& image, int quality, const JpegMetadata& metadata)
+int32_t JpegWriter::writePlanar(const PlanarImage& image, int quality, const JpegMetadata& metadata,
+                                PlaneTransform::Orientation orientation)
 {
+    // A quarter turn of 4:2:2 planes would need 4:4:0 sampling.
+    if (orientation.transpose && image.chromaFormat() == 2)
+        return DECODEX_ERR_ENCODE_FAILED;
     Source source;
     source.planar = &image;
+    source.orientation = orientation;
     source.chromaFormat = image.chromaFormat();
     return write(source, quality, metadata);
 }
@@ -182,7 +197,8 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
         return DECODEX_ERR_BAD_ARGUMENT;
 
     // Everything with a destructor lives outside the setjmp frame's reach.
-    RawStrips strips;
+    const PlanarImage none;
+    RawStrips strips(source.planar ? *source.planar : none, source.orientation);
     std::vector<uint8_t> xmpSegment;
     if (!metadata.xmp.empty() && metadata.xmp.size() + sizeof(kXmpNamespace) <= kMaxSegment) {
         xmpSegment.assign(kXmpNamespace, kXmpNamespace + sizeof(kXmpNamespace));
@@ -213,8 +229,9 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
 
     const bool gray = source.chromaFormat == 0;
     if (source.planar) {
-        cinfo.image_width = JDIMENSION(source.planar->width());
-        cinfo.image_height = JDIMENSION(source.planar->height());
+        const bool transpose = source.orientation.transpose;
+        cinfo.image_width = JDIMENSION(transpose ? source.planar->height() : source.planar->width());
+        cinfo.image_height = JDIMENSION(transpose ? source.planar->width() : source.planar->height());
         cinfo.input_components = source.planar->components();
         cinfo.in_color_space = gray ? JCS_GRAYSCALE : JCS_YCbCr;
     } else {
@@ -241,9 +258,9 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
         jpeg_write_icc_profile(&cinfo, metadata.icc.data(), unsigned(metadata.icc.size()));
 
     if (source.planar) {
-        strips.prepare(*source.planar, cinfo);
-        for (int row = 0; row < source.planar->height(); row += strips.rowsPerStrip())
-            jpeg_write_raw_data(&cinfo, strips.fill(*source.planar, row), JDIMENSION(strips.rowsPerStrip()));
+        strips.prepare(cinfo);
+        for (JDIMENSION row = 0; row < cinfo.image_height; row += JDIMENSION(strips.rowsPerStrip()))
+            jpeg_write_raw_data(&cinfo, strips.fill(int(row)), JDIMENSION(strips.rowsPerStrip()));
     } else {
         const size_t stride = size_t(source.rgb->width) * 3;
         while (cinfo.next_scanline < cinfo.image_height) {
