@@ -58,7 +58,7 @@ private slots:
         const CommandLine::Options& o = commandLine.options();
         const QString got = QStringLiteral("%1 %2 %3 %4 %5 %6 %7").arg(o.quality).arg(o.jobs).arg(o.memoryMB)
                                 .arg(int(o.recursive)).arg(int(o.noClobber)).arg(int(o.gainMap)).arg(o.outputFolder);
-        QCOMPARE(got, settings.contains("%1") ? settings.arg(CommandLine::kDefaultJobs) : settings);
+        QCOMPARE(got, settings.contains("%1") ? settings.arg(CommandLine::defaultJobs()) : settings);
         QVERIFY(!o.inputs.isEmpty());
 
         // The table covers every option --help shows.
