@@ -41,6 +41,9 @@ picture() { # width height sigma out.png
   fi
   vips linear "$work/sum.v" "$work/scaled.v" 257 0
   vips cast "$work/scaled.v" "$4" ushort
+  # The phone's EXIF would become an item in the file's 'mdat', which
+  # make-bench-fixtures takes whole as the picture's coded data.
+  exiftool -q -EXIF:All= -overwrite_original "$4"
 }
 camera() { # name quality chroma source.png
   [ -f "$out/$1.heic" ] || heif-enc -b 10 -q "$2" -p chroma="$3" -p preset=fast -o "$out/$1.heic" "$4" >/dev/null
