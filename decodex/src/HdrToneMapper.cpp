@@ -32,22 +32,7 @@ bool krKb(int matrix, float& kr, float& kb)
     }
 }
 
-template <typename Sample>
-int sampleAt(const DecodedPicture::Plane& plane, int x, int y, int maxCode)
-{
-    Sample v;
-    std::memcpy(&v, plane.data + ptrdiff_t(y) * plane.stride + ptrdiff_t(x) * ptrdiff_t(sizeof(Sample)), sizeof v);
-    return std::min(int(v), maxCode);
-}
-
 } // namespace
-
-struct HdrToneMapper::Pixel
-{
-    int y;
-    int cb; // before subsampling
-    int cr;
-};
 
 bool HdrToneMapper::supports(int matrix)
 {
@@ -87,60 +72,85 @@ HdrToneMapper::HdrToneMapper(int bitDepth, int transfer, int matrix, bool fullRa
     }
 }
 
-void HdrToneMapper::convert(float luma, float rCr, float gCb, float gCr, float bCb, Pixel& pixel) const
+// One chroma block: every pixel's Y'CbCr through R'G'B' codes and the tone
+// table to JPEG's Y'CbCr, luma written at once, chroma summed. Columns and
+// rows past the picture's edge repeat the last one, as libjpeg pads.
+template <typename Sample, int SX, int SY>
+struct HdrToneMapper::Block
 {
-    const int top = m_maxCode;
-    auto code = [top](float f) { // libheif's clip_f_u16
-        const long v = long(f + 0.5f);
-        return v < 0 ? 0 : v > top ? top : int(v);
+    const HdrToneMapper& m;
+    const Sample* luma[SY];
+    uint8_t* out[SY];
+
+    void run(int x, int lastX, float cb, float cr, int& cbSum, int& crSum) const
+    {
+        const float rCr = m.m_rCr * cr, gCb = m.m_gCb * cb, gCr = m.m_gCr * cr, bCb = m.m_bCb * cb;
+        const int top = m.m_maxCode;
+        auto code = [top](float f) { // libheif's clip_f_u16
+            const long v = long(f + 0.5f);
+            return size_t(v < 0 ? 0 : v > top ? top : v);
+        };
+        for (int dy = 0; dy < SY; ++dy) {
+            for (int dx = 0; dx < SX; ++dx) {
+                const int at = std::min(x + dx, lastX);
+                const float y = m.m_luma[std::min<size_t>(luma[dy][at], size_t(top))];
+                const int32_t r = m.m_tone[code(y + rCr)];
+                const int32_t g = m.m_tone[code(y + gCb + gCr)];
+                const int32_t b = m.m_tone[code(y + bCb)];
+                out[dy][at] = uint8_t((fix(0.29900) * r + fix(0.58700) * g + fix(0.11400) * b + kHalf) >> 16);
+                cbSum += (-fix(0.16874) * r - fix(0.33126) * g + fix(0.50000) * b + kChromaOffset) >> 16;
+                crSum += (fix(0.50000) * r - fix(0.41869) * g - fix(0.08131) * b + kChromaOffset) >> 16;
+            }
+        }
+    }
+};
+
+template <typename Sample, int SX, int SY>
+void HdrToneMapper::mapPlanes(const DecodedPicture& picture, int x0, int y0, int width, int height,
+                              PlanarImage& out) const
+{
+    constexpr int kShift = (SX - 1) + (SY - 1);
+    auto row = [](const DecodedPicture::Plane& plane, int y) {
+        return reinterpret_cast<const Sample*>(plane.data + ptrdiff_t(y) * plane.stride);
     };
-    const int32_t r = m_tone[size_t(code(luma + rCr))];
-    const int32_t g = m_tone[size_t(code(luma + gCb + gCr))];
-    const int32_t b = m_tone[size_t(code(luma + bCb))];
-    pixel.y = (fix(0.29900) * r + fix(0.58700) * g + fix(0.11400) * b + kHalf) >> 16;
-    pixel.cb = (-fix(0.16874) * r - fix(0.33126) * g + fix(0.50000) * b + kChromaOffset) >> 16;
-    pixel.cr = (fix(0.50000) * r - fix(0.41869) * g - fix(0.08131) * b + kChromaOffset) >> 16;
+    for (int cy = 0; cy * SY < height; ++cy) {
+        Block<Sample, SX, SY> block{*this, {}, {}};
+        for (int dy = 0; dy < SY; ++dy) {
+            const int y = std::min(cy * SY + dy, height - 1);
+            block.luma[dy] = row(picture.planes[0], y);
+            block.out[dy] = out.plane(0).row(y0 + y) + x0;
+        }
+        const Sample* cbIn = row(picture.planes[1], cy);
+        const Sample* crIn = row(picture.planes[2], cy);
+        uint8_t* cbOut = out.plane(1).row(y0 / SY + cy) + x0 / SX;
+        uint8_t* crOut = out.plane(2).row(y0 / SY + cy) + x0 / SX;
+        for (int cx = 0; cx * SX < width; ++cx) {
+            int cbSum = 0, crSum = 0;
+            block.run(cx * SX, width - 1, m_chroma[std::min<size_t>(cbIn[cx], size_t(m_maxCode))],
+                      m_chroma[std::min<size_t>(crIn[cx], size_t(m_maxCode))], cbSum, crSum);
+            // libjpeg's downsampling (jcsample.c) rounds with a bias that
+            // alternates from one output column to the next.
+            const int column = x0 / SX + cx;
+            const int bias = kShift == 2 ? 1 + (column & 1) : kShift == 1 ? (column & 1) : 0;
+            cbOut[cx] = uint8_t((cbSum + bias) >> kShift);
+            crOut[cx] = uint8_t((crSum + bias) >> kShift);
+        }
+    }
 }
 
 void HdrToneMapper::map(const DecodedPicture& picture, int x0, int y0, int width, int height, PlanarImage& out) const
 {
     const bool wide = picture.bitDepth > 8;
-    auto sample = [this, wide](const DecodedPicture::Plane& plane, int x, int y) {
-        return wide ? sampleAt<uint16_t>(plane, x, y, m_maxCode) : sampleAt<uint8_t>(plane, x, y, m_maxCode);
-    };
-    const int sx = out.horizontalSubsampling(), sy = out.verticalSubsampling();
-    const int shift = (sx - 1) + (sy - 1);
-    PlanarImage::Plane& outY = out.plane(0);
-    PlanarImage::Plane& outCb = out.plane(1);
-    PlanarImage::Plane& outCr = out.plane(2);
-    for (int cy = 0; cy * sy < height; ++cy) {
-        uint8_t* cbRow = outCb.row(y0 / sy + cy) + x0 / sx;
-        uint8_t* crRow = outCr.row(y0 / sy + cy) + x0 / sx;
-        for (int cx = 0; cx * sx < width; ++cx) {
-            const float cb = m_chroma[size_t(sample(picture.planes[1], cx, cy))];
-            const float cr = m_chroma[size_t(sample(picture.planes[2], cx, cy))];
-            const float rCr = m_rCr * cr, gCb = m_gCb * cb, gCr = m_gCr * cr, bCb = m_bCb * cb;
-            // libjpeg fills a block that runs past the picture's edge by
-            // repeating the edge pixel, so that pixel counts twice.
-            int cbSum = 0, crSum = 0;
-            for (int dy = 0; dy < sy; ++dy) {
-                const int y = std::min(cy * sy + dy, height - 1);
-                for (int dx = 0; dx < sx; ++dx) {
-                    const int x = std::min(cx * sx + dx, width - 1);
-                    Pixel pixel;
-                    convert(m_luma[size_t(sample(picture.planes[0], x, y))], rCr, gCb, gCr, bCb, pixel);
-                    outY.row(y0 + y)[x0 + x] = uint8_t(pixel.y);
-                    cbSum += pixel.cb;
-                    crSum += pixel.cr;
-                }
-            }
-            // libjpeg's downsampling (jcsample.c) rounds with a bias that
-            // alternates from one output column to the next.
-            const int column = x0 / sx + cx;
-            const int bias = shift == 2 ? 1 + (column & 1) : shift == 1 ? (column & 1) : 0;
-            cbRow[cx] = uint8_t((cbSum + bias) >> shift);
-            crRow[cx] = uint8_t((crSum + bias) >> shift);
-        }
+    switch (out.chromaFormat()) {
+    case 1:
+        return wide ? mapPlanes<uint16_t, 2, 2>(picture, x0, y0, width, height, out)
+                    : mapPlanes<uint8_t, 2, 2>(picture, x0, y0, width, height, out);
+    case 2:
+        return wide ? mapPlanes<uint16_t, 2, 1>(picture, x0, y0, width, height, out)
+                    : mapPlanes<uint8_t, 2, 1>(picture, x0, y0, width, height, out);
+    default:
+        return wide ? mapPlanes<uint16_t, 1, 1>(picture, x0, y0, width, height, out)
+                    : mapPlanes<uint8_t, 1, 1>(picture, x0, y0, width, height, out);
     }
 }
 

@@ -28,12 +28,14 @@ public:
 
     // Maps the picture's top-left `width` x `height` pixels to (x0, y0) of
     // `out`, whose chroma format must be the picture's (4:2:0, 4:2:2 or
-    // 4:4:4) and whose origin a whole chroma block away.
+    // 4:4:4), (x0, y0) on a chroma block's corner.
     void map(const DecodedPicture& picture, int x0, int y0, int width, int height, PlanarImage& out) const;
 
 private:
-    struct Pixel;
-    void convert(float luma, float rCr, float gCb, float gCr, float bCb, Pixel& pixel) const;
+    template <typename Sample, int SX, int SY>
+    struct Block;
+    template <typename Sample, int SX, int SY>
+    void mapPlanes(const DecodedPicture& picture, int x0, int y0, int width, int height, PlanarImage& out) const;
 
     std::vector<float> m_luma;   // coded luma -> libheif's value before the matrix
     std::vector<float> m_chroma; // coded chroma -> the same, centred on 0
