@@ -110,30 +110,18 @@ AvcodecDecoder::~AvcodecDecoder()
 
 // The parameter sets and the picture's NAL units in one packet, every unit
 // with a four-byte length whatever length the file used. False when a
-// length runs past the item's end.
+// length runs past the item's end or there is nothing to decode.
 bool AvcodecDecoder::pack(const HeifLayout::Tile& tile, int nalLengthSize)
 {
-    if (nalLengthSize < 1 || nalLengthSize > 4)
-        return false;
-    const size_t lengthSize = size_t(nalLengthSize);
-    size_t bytes = 0;
+    size_t bytes = 0, units = 0;
     for (const HeifLayout::Span& set : tile.parameterSets)
         bytes += kLengthSize + set.size;
-    size_t units = 0;
-    for (size_t at = 0; at + lengthSize <= tile.data.size;) {
-        size_t length = 0;
-        for (size_t i = 0; i < lengthSize; ++i)
-            length = (length << 8) | tile.data.data[at + i];
-        at += lengthSize;
-        if (length > tile.data.size - at)
-            return false;
-        at += length;
-        if (length > 0) { // an empty unit carries nothing; libde265 skips it too
-            bytes += kLengthSize + length;
-            ++units;
-        }
-    }
-    if (units == 0 || bytes > size_t(INT32_MAX) - AV_INPUT_BUFFER_PADDING_SIZE
+    const bool whole = forEachUnit(tile, nalLengthSize, [&](const uint8_t*, size_t size) {
+        bytes += kLengthSize + size;
+        ++units;
+        return true;
+    });
+    if (!whole || units == 0 || bytes > size_t(INT32_MAX) - AV_INPUT_BUFFER_PADDING_SIZE
         || av_new_packet(m_packet, int(bytes)) < 0)
         return false;
     uint8_t* out = m_packet->data;
@@ -142,19 +130,11 @@ bool AvcodecDecoder::pack(const HeifLayout::Tile& tile, int nalLengthSize)
             *out++ = uint8_t(size >> (8 * i));
         std::memcpy(out, data, size);
         out += size;
+        return true;
     };
     for (const HeifLayout::Span& set : tile.parameterSets)
         put(set.data, set.size);
-    for (size_t at = 0; at + lengthSize <= tile.data.size;) {
-        size_t length = 0;
-        for (size_t i = 0; i < lengthSize; ++i)
-            length = (length << 8) | tile.data.data[at + i];
-        at += lengthSize;
-        if (length > 0)
-            put(tile.data.data + at, length);
-        at += length;
-    }
-    return true;
+    return forEachUnit(tile, nalLengthSize, put);
 }
 
 HevcDecoder::Outcome AvcodecDecoder::decode(const HeifLayout::Tile& tile, int nalLengthSize, DecodedPicture& picture)

@@ -14,23 +14,11 @@ bool push(de265_decoder_context* decoder, const HeifLayout::Tile& tile, int nalL
         if (!de265_isOK(de265_push_NAL(decoder, set.data, int(set.size), 0, nullptr)))
             return false;
     }
-    const uint8_t* p = tile.data.data;
-    size_t left = tile.data.size;
-    const size_t lengthSize = size_t(nalLengthSize);
-    while (left >= lengthSize) {
-        size_t length = 0;
-        for (size_t i = 0; i < lengthSize; ++i)
-            length = (length << 8) | p[i];
-        p += lengthSize;
-        left -= lengthSize;
-        if (length > left || length > size_t(INT32_MAX))
-            return false;
-        if (length > 0 && !de265_isOK(de265_push_NAL(decoder, p, int(length), 0, nullptr)))
-            return false;
-        p += length;
-        left -= length;
-    }
-    return de265_isOK(de265_flush_data(decoder));
+    return HevcDecoder::forEachUnit(tile, nalLengthSize,
+                                    [decoder](const uint8_t* unit, size_t size) {
+                                        return de265_isOK(de265_push_NAL(decoder, unit, int(size), 0, nullptr));
+                                    })
+           && de265_isOK(de265_flush_data(decoder));
 }
 
 void describe(const de265_image* image, DecodedPicture& picture)

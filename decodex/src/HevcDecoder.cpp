@@ -39,6 +39,30 @@ private:
 
 } // namespace
 
+bool HevcDecoder::forEachUnit(const HeifLayout::Tile& tile, int nalLengthSize,
+                              const std::function<bool(const uint8_t*, size_t)>& unit)
+{
+    if (nalLengthSize < 1 || nalLengthSize > 4)
+        return false;
+    const size_t lengthSize = size_t(nalLengthSize);
+    const uint8_t* p = tile.data.data;
+    size_t left = tile.data.size;
+    while (left >= lengthSize) {
+        size_t length = 0;
+        for (size_t i = 0; i < lengthSize; ++i)
+            length = (length << 8) | p[i];
+        p += lengthSize;
+        left -= lengthSize;
+        if (length > left || length > size_t(INT32_MAX))
+            return false;
+        if (length > 0 && !unit(p, length))
+            return false;
+        p += length;
+        left -= length;
+    }
+    return true;
+}
+
 std::unique_ptr<HevcDecoder> HevcDecoder::create(int threads)
 {
     return std::make_unique<FallbackDecoder>(create(Backend::Libavcodec, threads), threads);

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 namespace decodex {
@@ -60,6 +61,11 @@ public:
     // Exactly one library, for tests that compare the two; null when this
     // build has no such backend.
     static std::unique_ptr<HevcDecoder> create(Backend backend, int threads);
+
+    // Calls `unit` for every NAL unit of the tile's data that is not empty,
+    // in order. False when a length runs past the data's end.
+    static bool forEachUnit(const HeifLayout::Tile& tile, int nalLengthSize,
+                            const std::function<bool(const uint8_t* unit, size_t size)>& unit);
 };
 
 } // namespace decodex
