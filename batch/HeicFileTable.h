@@ -3,16 +3,15 @@
 #include "Heif2JpgFn.h"
 #include "SkinStyle.h"
 
+#include "BatchRunController.h"
+
 #include <QFileInfo>
 #include <QList>
-#include <QMutex>
 #include <QPair>
 #include <QPointer>
 #include <QStringList>
 #include <QVector>
 #include <QWidget>
-
-#include <array>
 
 class BatchConvertProgress;
 class ConvertThread;
@@ -27,11 +26,11 @@ class HeicFileTable;
 }
 
 // The batch page: a table of HEIC files with tick boxes, the count and size
-// of what it holds, and the run that converts the ticked rows with four
-// workers while a progress dialog counts the files written.
+// of what it holds, and the settings of a run. The run itself (queue,
+// workers, counts, result) is its BatchRunController's; the page's run slots
+// hand over to it.
 //
-// Everything here runs on the GUI thread; the workers only ever talk back
-// through queued signals.
+// Everything here runs on the GUI thread.
 class HeicFileTable : public QWidget
 {
     Q_OBJECT
@@ -49,22 +48,20 @@ public:
     // What the page holds, for the main window and for tests.
     const QList<QFileInfo>& files() const { return m_files; }
     const QList<int>& tickedRows() const { return m_tickedRows; }
-    const QStringList& queuedPaths() const { return m_queuedPaths; }
+    const QStringList& queuedPaths() const { return m_run->queuedPaths(); }
     QString savePath() const { return m_savePath; }
     int quality() const { return m_quality; }
-    int successCount() const { return m_successCount; }
-    // The run in progress (or the last one): photos it holds, its failures
-    // (source, reason) and the folder its JPEGs go to.
-    bool isRunning() const { return m_running; }
-    int runTotal() const { return m_runTotal; }
-    const QVector<QPair<QString, QString>>& runFailures() const { return m_runFailures; }
-    QString runFolder() const { return m_runFolder; }
+    // The run in progress, or the last one.
+    const BatchRunController& run() const { return *m_run; }
+    int successCount() const { return m_run->successCount(); }
+    bool isRunning() const { return m_run->isRunning(); }
+    const QVector<QPair<QString, QString>>& runFailures() const { return m_run->runFailures(); }
     // Rows whose file is no longer on disk, as last checked.
     bool isMissing(int row) const;
-    BatchConvertProgress* progressDialog() const { return m_progress; }
+    BatchConvertProgress* progressDialog() const { return m_run->progressDialog(); }
     ConvertsionSet* settingsDialog() const { return m_settings; }
-    ConvertThread* worker(int i) const { return m_workers.at(size_t(i)); }
-    static constexpr int kWorkerCount = 4;
+    ConvertThread* worker(int i) const { return m_run->worker(i); }
+    static constexpr int kWorkerCount = BatchRunController::kWorkerCount;
 
 signals:
     void signal_ConvertSuccessCount(int nCount);
@@ -110,11 +107,9 @@ private:
     void refreshMissing();
     // The size cell of a row whose file has gone.
     QTableWidgetItem* missingItem() const;
-    void countDone();
-    void finishCancel();
     void tellLeftOut(int leftOut);
     QList<VNStyleCheckBox*> liveRowBoxes() const;
-    void stopWorkersAndWait();
+    void runStateChanged();
 
     Ui::HeicFileTable* ui;
     SkinStyle m_skin;
@@ -127,23 +122,10 @@ private:
     QList<QPointer<VNStyleCheckBox>> m_rowBoxes;
     VNStyleCheckBox* m_selectAll = nullptr;
 
-    Heif2JpgFn m_decoder = nullptr;
     QString m_savePath;
     int m_quality = 100;
-    std::array<ConvertThread*, kWorkerCount> m_workers{};
-    QStringList m_queuedPaths;
     ConvertsionSet* m_settings = nullptr;
-    int m_successCount = 0;
-    BatchConvertProgress* m_progress = nullptr;
-    QMutex m_countLock;
-    TipDialog* m_stopTip = nullptr;
-
-    bool m_running = false;
-    bool m_cancelling = false;
-    bool m_finishingCancel = false;
-    int m_runTotal = 0;
-    QVector<QPair<QString, QString>> m_runFailures;
-    QString m_runFolder;
+    BatchRunController* m_run = nullptr;
 
     QString m_lastAddedPath;
 };

@@ -11,6 +11,8 @@ constexpr uint16_t kOrientation = 0x0112;
 constexpr uint16_t kExifIfd = 0x8769;
 constexpr uint16_t kGpsIfd = 0x8825;
 constexpr uint16_t kInteropIfd = 0xA005;
+constexpr uint16_t kPixelXDimension = 0xA002;
+constexpr uint16_t kPixelYDimension = 0xA003;
 
 class Tiff
 {
@@ -161,6 +163,30 @@ bool ExifEditor::resetOrientation(uint8_t* tiff, size_t size)
     return found;
 }
 
+bool ExifEditor::setPixelSize(uint8_t* tiff, size_t size, uint32_t width, uint32_t height)
+{
+    Tiff t(tiff, size);
+    const size_t ifd0 = t.valid() ? t.ifd0() : 0;
+    const size_t exif = ifd0 ? t.subIfd(ifd0, kExifIfd) : 0;
+    int written = 0;
+    for (size_t i = 0; exif && i < t.entries(exif); ++i) {
+        const size_t e = t.entry(exif, i);
+        const uint16_t tag = t.u16(e);
+        if ((tag != kPixelXDimension && tag != kPixelYDimension) || t.u32(e + 4) != 1)
+            continue;
+        const uint32_t value = tag == kPixelXDimension ? width : height;
+        if (t.u16(e + 2) == 3 && value <= 0xFFFF) {
+            t.put16(e + 8, uint16_t(value));
+            t.put16(e + 10, 0);
+            ++written;
+        } else if (t.u16(e + 2) == 4) {
+            t.put32(e + 8, value);
+            ++written;
+        }
+    }
+    return written == 2;
+}
+
 int ExifEditor::orientation(const uint8_t* tiff, size_t size)
 {
     // The walk only reads; the cast lets the reader share the writer's code.
@@ -196,7 +222,7 @@ size_t ExifEditor::dropThumbnail(uint8_t* tiff, size_t size)
     return end;
 }
 
-std::vector<uint8_t> ExifEditor::forJpeg(const uint8_t* item, size_t size)
+std::vector<uint8_t> ExifEditor::forJpeg(const uint8_t* item, size_t size, uint32_t width, uint32_t height)
 {
     const long start = tiffStart(item, size);
     if (start < 0)
@@ -206,6 +232,8 @@ std::vector<uint8_t> ExifEditor::forJpeg(const uint8_t* item, size_t size)
     uint8_t* tiff = out.data() + 6;
     size_t tiffSize = out.size() - 6;
     resetOrientation(tiff, tiffSize);
+    if (width && height)
+        setPixelSize(tiff, tiffSize, width, height);
     if (out.size() > kMaxPayload) {
         const size_t kept = dropThumbnail(tiff, tiffSize);
         if (kept == 0 || kept + 6 > kMaxPayload)

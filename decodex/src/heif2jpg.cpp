@@ -14,6 +14,7 @@
 #include "RgbConverter.h"
 #include "ThreadBudget.h"
 #include "TileDecoder.h"
+#include "XmpEditor.h"
 
 #include <libheif/heif.h>
 
@@ -151,12 +152,18 @@ Colour colourOf(const heif_image_handle* handle)
     return colour;
 }
 
-JpegMetadata metadataOf(const heif_image_handle* handle, const Colour& colour)
+JpegMetadata metadataOf(const OpenedFile& file, const Colour& colour)
 {
+    const heif_image_handle* handle = file.primary.get();
     JpegMetadata metadata;
     const std::vector<uint8_t> exif = metadataBlock(handle, "Exif", nullptr);
-    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size());
+    // The camera's pixel size describes the coded picture; once it has been
+    // turned or cropped, the JPEG's own size is the true one.
+    const bool reshaped = file.ispeWidth > 0 && (file.width != file.ispeWidth || file.height != file.ispeHeight);
+    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size(), reshaped ? uint32_t(file.width) : 0,
+                                        reshaped ? uint32_t(file.height) : 0);
     metadata.xmp = metadataBlock(handle, "mime", "application/rdf+xml");
+    XmpEditor::forJpeg(metadata.xmp);
     const size_t iccSize = heif_image_handle_get_raw_color_profile_size(handle);
     if (iccSize > 0 && iccSize <= size_t(INT32_MAX)) {
         metadata.icc.resize(iccSize);
@@ -192,7 +199,7 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         return err;
     const heif_image_handle* handle = file.primary.get();
     const Colour colour = colourOf(handle);
-    const JpegMetadata metadata = metadataOf(handle, colour);
+    const JpegMetadata metadata = metadataOf(file, colour);
     const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
     if (!layout.structureSound || !codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;

@@ -14,19 +14,26 @@
  *     stay full resolution.
  *   - Carries the photo's metadata: its EXIF block with the Orientation tag
  *     rewritten to 1 (the pixels are already turned; the old value would make
- *     viewers turn the picture a second time), its XMP packet, and its colour
+ *     viewers turn the picture a second time) and, when the picture was
+ *     turned or cropped, PixelXDimension/PixelYDimension set to the JPEG's
+ *     size; its XMP packet without trailing NUL bytes and without a gain-map
+ *     container directory of the HEIF file's own; and its colour
  *     profile. An embedded ICC profile ('prof' or 'rICC') is copied as it is.
  *     An nclx colour box with wide-gamut primaries (Display P3, BT.2020, ...)
  *     gets a matching ICC profile generated for those primaries with an sRGB
  *     tone curve. HDR transfer functions (PQ, HLG) are mapped to SDR with a
  *     simple tone map in the linear domain and then treated like BT.2020 SDR.
- *   - Keeps an HDR gain map (Apple's or Samsung's auxiliary image, with its
- *     ISO 21496-1 'tmap' values, hdrgm XMP, or Apple's headroom) as an
- *     Ultra HDR JPEG: the photo's JPEG as above, its XMP extended by a
- *     container directory, an MPF index in APP2, and the gain map, turned
- *     with the photo, appended as a one-channel JPEG with hdrgm XMP. HDR
- *     screens show the highlights brighter; other viewers see the photo.
- *     A file without a usable gain map gives exactly the plain JPEG.
+ *   - Keeps an HDR gain map (Apple's or Samsung's auxiliary image, one
+ *     picture or a grid, with its ISO 21496-1 'tmap' values, hdrgm XMP, or
+ *     Apple's headroom from the map's XMP or maker-note tags 33 and 48) as
+ *     an Ultra HDR JPEG: the photo's JPEG as above, its XMP extended by a
+ *     container directory, an ISO 21496-1 version segment and an MPF index
+ *     in APP2, and the gain map, turned with the photo, appended as a
+ *     one-channel JPEG with hdrgm XMP and the ISO 21496-1 metadata in APP2.
+ *     HDR screens show the highlights brighter; other viewers see the photo.
+ *     A file without a usable gain map gives exactly the plain JPEG; with
+ *     DECODEX_DEBUG set in the environment, stderr says why a map was left
+ *     out.
  *
  * Threads
  *   Every function here may be called from any number of threads at once.
