@@ -109,9 +109,9 @@ AvcodecDecoder::~AvcodecDecoder()
 }
 
 // The parameter sets and the picture's NAL units in one packet, every unit
-// with a four-byte length whatever length the file used. False when a
+// with a four-byte length whatever length the file used. Damaged when a
 // length runs past the item's end or there is nothing to decode.
-bool AvcodecDecoder::pack(const HeifLayout::Tile& tile, int nalLengthSize)
+HevcDecoder::Outcome AvcodecDecoder::pack(const HeifLayout::Tile& tile, int nalLengthSize)
 {
     size_t bytes = 0, units = 0;
     for (const HeifLayout::Span& set : tile.parameterSets)
@@ -121,9 +121,10 @@ bool AvcodecDecoder::pack(const HeifLayout::Tile& tile, int nalLengthSize)
         ++units;
         return true;
     });
-    if (!whole || units == 0 || bytes > size_t(INT32_MAX) - AV_INPUT_BUFFER_PADDING_SIZE
-        || av_new_packet(m_packet, int(bytes)) < 0)
-        return false;
+    if (!whole || units == 0 || bytes > size_t(INT32_MAX) - AV_INPUT_BUFFER_PADDING_SIZE)
+        return Outcome::Damaged;
+    if (av_new_packet(m_packet, int(bytes)) < 0)
+        return Outcome::Refused;
     uint8_t* out = m_packet->data;
     auto put = [&out](const uint8_t* data, size_t size) {
         for (int i = kLengthSize - 1; i >= 0; --i)
@@ -134,7 +135,8 @@ bool AvcodecDecoder::pack(const HeifLayout::Tile& tile, int nalLengthSize)
     };
     for (const HeifLayout::Span& set : tile.parameterSets)
         put(set.data, set.size);
-    return forEachUnit(tile, nalLengthSize, put);
+    forEachUnit(tile, nalLengthSize, put);
+    return Outcome::Decoded;
 }
 
 HevcDecoder::Outcome AvcodecDecoder::decode(const HeifLayout::Tile& tile, int nalLengthSize, DecodedPicture& picture)
@@ -143,8 +145,9 @@ HevcDecoder::Outcome AvcodecDecoder::decode(const HeifLayout::Tile& tile, int na
     if (m_used)
         avcodec_flush_buffers(m_context); // out of the last picture's draining
     m_used = true;
-    if (!pack(tile, nalLengthSize))
-        return Outcome::Damaged;
+    const Outcome packed = pack(tile, nalLengthSize);
+    if (packed != Outcome::Decoded)
+        return packed;
     const int sent = avcodec_send_packet(m_context, m_packet);
     av_packet_unref(m_packet);
     if (sent < 0)

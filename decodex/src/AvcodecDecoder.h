@@ -29,7 +29,7 @@ public:
 
 private:
     AvcodecDecoder() = default;
-    bool pack(const HeifLayout::Tile& tile, int nalLengthSize);
+    Outcome pack(const HeifLayout::Tile& tile, int nalLengthSize); // Decoded: packed
     Outcome receive(DecodedPicture& picture);
 
     AVCodecContext* m_context = nullptr;
