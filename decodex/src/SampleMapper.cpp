@@ -1,11 +1,13 @@
 #include "SampleMapper.h"
 
+#include "HdrToneMapper.h"
 #include "HevcDecoder.h"
 #include "PlanarImage.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 namespace decodex {
 

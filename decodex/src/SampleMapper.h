@@ -1,13 +1,11 @@
 #pragma once
 
-#include "HdrToneMapper.h"
-
 #include <memory>
-#include <vector>
 
 namespace decodex {
 
 struct DecodedPicture;
+class HdrToneMapper;
 class PlanarImage;
 
 // How the decoded samples of one photo become JPEG's planes: 8-bit
