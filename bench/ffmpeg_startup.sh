@@ -3,7 +3,8 @@
 # opens an HEVC decoder and exits (bench/avcodec_startup.c), built against
 # Debian's shared libavcodec (libavcodec-dev) and against our static
 # HEVC-only build (scripts/ffmpeg/build.sh), beside an empty C program. Runs
-# alternate; prints the median wall and CPU time (user + system) per process.
+# alternate; prints the median wall and CPU time (user + system) per process
+# and the peak resident memory of one.
 #   bench/ffmpeg_startup.sh [RUNS]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -32,7 +33,8 @@ for ((r = 0; r < runs / 20; r++)); do
   done
 done
 median() { tr ' ' '\n' | grep -v '^$' | sort -n | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}'; }
-printf "%-8s %14s %14s\n" program "wall us/start" "cpu us/start"
+printf "%-8s %14s %14s %12s\n" program "wall us/start" "cpu us/start" "peak RSS kB"
 for kind in "${kinds[@]}"; do
-  printf "%-8s %14s %14s\n" "$kind" "$(echo "${wall[$kind]}" | median)" "$(echo "${cpu[$kind]}" | median)"
+  /usr/bin/time -f %M -o "$work/m" "$work/$kind"
+  printf "%-8s %14s %14s %12s\n" "$kind" "$(echo "${wall[$kind]}" | median)" "$(echo "${cpu[$kind]}" | median)" "$(cat "$work/m")"
 done
