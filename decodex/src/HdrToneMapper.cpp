@@ -5,7 +5,9 @@
 #include "RgbConverter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <vector>
 
 namespace decodex {
 
@@ -41,7 +43,7 @@ bool HdrToneMapper::supports(int matrix)
 }
 
 HdrToneMapper::HdrToneMapper(int bitDepth, int transfer, int matrix, bool fullRange)
-    : m_tone(RgbConverter::toneTable(bitDepth, transfer)), m_maxCode((1 << bitDepth) - 1)
+    : m_maxCode((1 << bitDepth) - 1)
 {
     float kr = 0, kb = 0;
     if (krKb(matrix, kr, kb)) {
@@ -70,64 +72,89 @@ HdrToneMapper::HdrToneMapper(int bitDepth, int transfer, int matrix, bool fullRa
         m_luma[size_t(v)] = y;
         m_chroma[size_t(v)] = c;
     }
+    // The tone table, widened on both sides to every code the matrix can
+    // give before libheif clips it: out there it repeats its ends, so the
+    // inner loop clips by looking up, without a branch a noisy highlight
+    // would keep mispredicting.
+    const float chromaMost = std::max(std::fabs(m_chroma.front()), std::fabs(m_chroma.back()));
+    const float shareMost = chromaMost * std::max({std::fabs(m_rCr), std::fabs(m_gCb) + std::fabs(m_gCr), std::fabs(m_bCb)});
+    m_toneOffset = int(std::ceil(shareMost - std::min(m_luma.front(), 0.0f))) + 2;
+    const int highest = int(std::ceil(std::max(m_luma.back(), float(m_maxCode)) + shareMost)) + 2;
+    const std::vector<uint8_t> tone = RgbConverter::toneTable(bitDepth, transfer);
+    m_tone.resize(size_t(m_toneOffset + highest) + 1);
+    for (size_t i = 0; i < m_tone.size(); ++i)
+        m_tone[i] = tone[size_t(std::clamp(int(i) - m_toneOffset, 0, m_maxCode))];
 }
 
-// One chroma block: every pixel's Y'CbCr through R'G'B' codes and the tone
-// table to JPEG's Y'CbCr, luma written at once, chroma summed. Columns and
-// rows past the picture's edge repeat the last one, as libjpeg pads.
-template <typename Sample, int SX, int SY>
-struct HdrToneMapper::Block
-{
-    const HdrToneMapper& m;
-    const Sample* luma[SY];
-    uint8_t* out[SY];
-
-    void run(int x, int lastX, float cb, float cr, int& cbSum, int& crSum) const
-    {
-        const float rCr = m.m_rCr * cr, gCb = m.m_gCb * cb, gCr = m.m_gCr * cr, bCb = m.m_bCb * cb;
-        const int top = m.m_maxCode;
-        auto code = [top](float f) { // libheif's clip_f_u16
-            const long v = long(f + 0.5f);
-            return size_t(v < 0 ? 0 : v > top ? top : v);
-        };
-        for (int dy = 0; dy < SY; ++dy) {
-            for (int dx = 0; dx < SX; ++dx) {
-                const int at = std::min(x + dx, lastX);
-                const float y = m.m_luma[std::min<size_t>(luma[dy][at], size_t(top))];
-                const int32_t r = m.m_tone[code(y + rCr)];
-                const int32_t g = m.m_tone[code(y + gCb + gCr)];
-                const int32_t b = m.m_tone[code(y + bCb)];
-                out[dy][at] = uint8_t((fix(0.29900) * r + fix(0.58700) * g + fix(0.11400) * b + kHalf) >> 16);
-                cbSum += (-fix(0.16874) * r - fix(0.33126) * g + fix(0.50000) * b + kChromaOffset) >> 16;
-                crSum += (fix(0.50000) * r - fix(0.41869) * g - fix(0.08131) * b + kChromaOffset) >> 16;
-            }
-        }
-    }
-};
-
+// A tile row by row. For each row of chroma samples: their share of R', G'
+// and B' once; then each luma row's pixels through R'G'B' codes and the
+// tone table to JPEG's Y'CbCr, luma stored at once and chroma kept at full
+// resolution; then each chroma block averaged. Everything the inner loop
+// reads is held in locals: its byte stores could otherwise alias any of it.
 template <typename Sample, int SX, int SY>
 void HdrToneMapper::mapPlanes(const DecodedPicture& picture, int x0, int y0, int width, int height,
                               PlanarImage& out) const
 {
     constexpr int kShift = (SX - 1) + (SY - 1);
+    const int chromaWidth = (width + SX - 1) / SX;
+    const int paddedWidth = chromaWidth * SX;
+    std::vector<float> shares(size_t(chromaWidth) * 4);
+    std::vector<int32_t> fullChroma(size_t(paddedWidth) * 2 * SY);
+    const float* lumaValue = m_luma.data();
+    const float* chromaValue = m_chroma.data();
+    const uint8_t* tone = m_tone.data() + m_toneOffset; // tone[libheif's code], clipped
+    const int mask = m_maxCode; // decoders never give more; a sample cannot reach past the tables
+    const float rCrK = m_rCr, gCbK = m_gCb, gCrK = m_gCr, bCbK = m_bCb;
     auto row = [](const DecodedPicture::Plane& plane, int y) {
         return reinterpret_cast<const Sample*>(plane.data + ptrdiff_t(y) * plane.stride);
     };
     for (int cy = 0; cy * SY < height; ++cy) {
-        Block<Sample, SX, SY> block{*this, {}, {}};
-        for (int dy = 0; dy < SY; ++dy) {
-            const int y = std::min(cy * SY + dy, height - 1);
-            block.luma[dy] = row(picture.planes[0], y);
-            block.out[dy] = out.plane(0).row(y0 + y) + x0;
-        }
         const Sample* cbIn = row(picture.planes[1], cy);
         const Sample* crIn = row(picture.planes[2], cy);
+        float* shareOf = shares.data();
+        for (int cx = 0; cx < chromaWidth; ++cx) {
+            const float cb = chromaValue[cbIn[cx] & mask], cr = chromaValue[crIn[cx] & mask];
+            shareOf[4 * cx] = rCrK * cr;
+            shareOf[4 * cx + 1] = gCbK * cb;
+            shareOf[4 * cx + 2] = gCrK * cr;
+            shareOf[4 * cx + 3] = bCbK * cb;
+        }
+        for (int dy = 0; dy < SY; ++dy) {
+            // A row past the picture's bottom repeats the last one, and a
+            // column past its right edge the last column, as libjpeg pads.
+            const int y = std::min(cy * SY + dy, height - 1);
+            const Sample* luma = row(picture.planes[0], y);
+            uint8_t* lumaOut = out.plane(0).row(y0 + y) + x0;
+            int32_t* cbFull = fullChroma.data() + size_t(dy) * 2 * size_t(paddedWidth);
+            int32_t* crFull = cbFull + paddedWidth;
+            for (int x = 0; x < width; ++x) {
+                const float* share = shareOf + 4 * (x / SX);
+                const float value = lumaValue[luma[x] & mask];
+                // libheif: (long)(y + share + 0.5f), added in that order
+                const int32_t r = tone[int(value + share[0] + 0.5f)];
+                const int32_t g = tone[int(value + share[1] + share[2] + 0.5f)];
+                const int32_t b = tone[int(value + share[3] + 0.5f)];
+                lumaOut[x] = uint8_t((fix(0.29900) * r + fix(0.58700) * g + fix(0.11400) * b + kHalf) >> 16);
+                cbFull[x] = (-fix(0.16874) * r - fix(0.33126) * g + fix(0.50000) * b + kChromaOffset) >> 16;
+                crFull[x] = (fix(0.50000) * r - fix(0.41869) * g - fix(0.08131) * b + kChromaOffset) >> 16;
+            }
+            for (int x = width; x < paddedWidth; ++x) {
+                cbFull[x] = cbFull[width - 1];
+                crFull[x] = crFull[width - 1];
+            }
+        }
         uint8_t* cbOut = out.plane(1).row(y0 / SY + cy) + x0 / SX;
         uint8_t* crOut = out.plane(2).row(y0 / SY + cy) + x0 / SX;
-        for (int cx = 0; cx * SX < width; ++cx) {
+        for (int cx = 0; cx < chromaWidth; ++cx) {
             int cbSum = 0, crSum = 0;
-            block.run(cx * SX, width - 1, m_chroma[std::min<size_t>(cbIn[cx], size_t(m_maxCode))],
-                      m_chroma[std::min<size_t>(crIn[cx], size_t(m_maxCode))], cbSum, crSum);
+            for (int dy = 0; dy < SY; ++dy) {
+                const int32_t* cbFull = fullChroma.data() + size_t(dy) * 2 * size_t(paddedWidth);
+                const int32_t* crFull = cbFull + paddedWidth;
+                for (int dx = 0; dx < SX; ++dx) {
+                    cbSum += cbFull[cx * SX + dx];
+                    crSum += crFull[cx * SX + dx];
+                }
+            }
             // libjpeg's downsampling (jcsample.c) rounds with a bias that
             // alternates from one output column to the next.
             const int column = x0 / SX + cx;

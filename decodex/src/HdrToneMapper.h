@@ -33,13 +33,12 @@ public:
 
 private:
     template <typename Sample, int SX, int SY>
-    struct Block;
-    template <typename Sample, int SX, int SY>
     void mapPlanes(const DecodedPicture& picture, int x0, int y0, int width, int height, PlanarImage& out) const;
 
     std::vector<float> m_luma;   // coded luma -> libheif's value before the matrix
     std::vector<float> m_chroma; // coded chroma -> the same, centred on 0
-    std::vector<uint8_t> m_tone; // R'G'B' code -> 8-bit SDR
+    std::vector<uint8_t> m_tone; // R'G'B' code + m_toneOffset -> 8-bit SDR, clipped
+    int m_toneOffset = 0;
     int m_maxCode = 0;
     float m_rCr = 0, m_gCb = 0, m_gCr = 0, m_bCb = 0;
 };
