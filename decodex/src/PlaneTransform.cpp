@@ -77,14 +77,16 @@ void PlaneTransform::fillRows(Orientation orientation, const PlanarImage::Plane&
     // output columns, so the input rows a block reads stay in the cache
     // while every output row of the strip takes its bytes from them.
     constexpr int kBlock = 64;
+    const ptrdiff_t step = orientation.flipY ? -ptrdiff_t(in.stride) : ptrdiff_t(in.stride);
     for (int bx = 0; bx < h; bx += kBlock) {
         const int xEnd = std::min(bx + kBlock, h);
+        const uint8_t* blockStart = in.row(orientation.flipY ? h - 1 - bx : bx);
         for (int r = 0; r < rows; ++r) {
             const int y = firstRow + r;
-            const int sx = orientation.flipX ? w - 1 - y : y;
+            const uint8_t* source = blockStart + (orientation.flipX ? w - 1 - y : y);
             uint8_t* row = out[r];
-            for (int x = bx; x < xEnd; ++x)
-                row[x] = in.row(orientation.flipY ? h - 1 - x : x)[sx];
+            for (int x = bx; x < xEnd; ++x, source += step)
+                row[x] = *source;
         }
     }
 }
