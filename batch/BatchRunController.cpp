@@ -63,16 +63,20 @@ void BatchRunController::setDecoder(Heif2JpgFn decoder)
         m_decoder = decoder;
 }
 
-void BatchRunController::start(const QStringList& sources, const QString& savePath, int quality)
+void BatchRunController::start(const QStringList& sources, const QStringList& roots,
+                               const SavedChoices::Output& choices)
 {
     if (m_running)
         return;
+    const QString& savePath = choices.saveFolder;
 
     // A run converts exactly the photos given for it, in that order, into its
-    // own folder; nothing a cancelled run left over may join it.
+    // own folders; nothing a cancelled run left over may join it.
     WorkQueue::global().clear();
-    m_runFolder = OutputNaming::openFolderPath(savePath);
-    const QStringList targets = OutputNaming::runTargets(m_runFolder, sources);
+    const QStringList folders = OutputNaming::runFolders(OutputNaming::openFolderPath(savePath), sources, roots,
+                                                         choices.besidePhotos);
+    m_runFolder = choices.besidePhotos ? OutputNaming::commonFolder(folders) : OutputNaming::openFolderPath(savePath);
+    const QStringList targets = OutputNaming::runTargets(folders, sources, choices.besidePhotos);
     for (int i = 0; i < sources.size(); ++i) {
         m_queuedPaths.append(sources.at(i));
         WorkQueue::global().put(ConvertJob{sources.at(i), targets.at(i)});
@@ -92,6 +96,7 @@ void BatchRunController::start(const QStringList& sources, const QString& savePa
         m_successCount = 0;
     }
     m_runFailures.clear();
+    m_outcomes.clear();
     m_runTotal = sources.size();
     m_running = true;
     m_cancelling = false;
@@ -99,8 +104,10 @@ void BatchRunController::start(const QStringList& sources, const QString& savePa
 
     for (ConvertThread* worker : m_workers)
         worker->setDecoder(m_decoder);
-    for (ConvertThread* worker : m_workers)
-        worker->setQuality(quality);
+    for (ConvertThread* worker : m_workers) {
+        worker->setQuality(choices.quality);
+        worker->setOptions(choices.options);
+    }
     for (ConvertThread* worker : m_workers)
         worker->setSavePath(savePath);
     for (int i = 0; i < kWorkerCount; ++i)
@@ -130,9 +137,18 @@ void BatchRunController::start(const QStringList& sources, const QString& savePa
 
 void BatchRunController::slot_FileConverted(const QString& source, const QString& target)
 {
-    Q_UNUSED(source)
     Q_UNUSED(target)
+    m_outcomes.insert(source, qMakePair(Converted, QString()));
+    emit signal_PhotoEnded(source);
     slot_ConvertProgress();
+}
+
+BatchRunController::Outcome BatchRunController::outcome(const QString& source, QString* reason) const
+{
+    const QPair<Outcome, QString> known = m_outcomes.value(source, qMakePair(NotRun, QString()));
+    if (reason)
+        *reason = known.second;
+    return known.first;
 }
 
 void BatchRunController::slot_ConvertProgress()
@@ -147,6 +163,8 @@ void BatchRunController::slot_ConvertProgress()
 void BatchRunController::slot_ConvertFailed(const QString& source, const QString& reason)
 {
     m_runFailures.append(qMakePair(source, reason));
+    m_outcomes.insert(source, qMakePair(Failed, reason));
+    emit signal_PhotoEnded(source);
     countDone();
 }
 

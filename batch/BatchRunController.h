@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Heif2JpgFn.h"
+#include "SavedChoices.h"
 
+#include <QHash>
 #include <QMutex>
 #include <QObject>
 #include <QPair>
@@ -31,6 +33,9 @@ class BatchRunController : public QObject
 public:
     static constexpr int kWorkerCount = 4;
 
+    // How a photo of the last run ended.
+    enum Outcome { NotRun, Converted, Failed };
+
     using ModalRunner = std::function<int(QDialog*)>;
     using FolderOpener = std::function<void(const QString&)>;
 
@@ -45,10 +50,13 @@ public:
     // Ignored when null, so a missing library never replaces a bound one.
     void setDecoder(Heif2JpgFn decoder);
 
-    // Converts `sources` in this order into the folder that `savePath` names
-    // (OutputNaming::openFolderPath) and shows the progress dialog. Does
-    // nothing while a run is under way.
-    void start(const QStringList& sources, const QString& savePath, int quality);
+    // Converts `sources` in this order with the chosen quality and options
+    // into the folder that the chosen folder names
+    // (OutputNaming::openFolderPath) or beside each photo, and shows the
+    // progress dialog. `roots` holds, for each source, the folder it was
+    // added from (empty: added on its own); the sub-folders below it are
+    // made again in the run's folder. Does nothing while a run is under way.
+    void start(const QStringList& sources, const QStringList& roots, const SavedChoices::Output& choices);
     // Opens the folder of the last run, or the one `savePath` names before
     // any run, and closes a finished progress dialog.
     void openFolder(const QString& savePath);
@@ -63,6 +71,10 @@ public:
     // Every path put into the queue, until clearQueuedPaths().
     const QStringList& queuedPaths() const { return m_queuedPaths; }
     void clearQueuedPaths() { m_queuedPaths.clear(); }
+    // How `source` ended in the last run, and why when it failed; known
+    // until the next run starts or forgetOutcomes() is called.
+    Outcome outcome(const QString& source, QString* reason = nullptr) const;
+    void forgetOutcomes() { m_outcomes.clear(); }
     BatchConvertProgress* progressDialog() const { return m_progress; }
     ConvertThread* worker(int i) const { return m_workers.at(size_t(i)); }
 
@@ -72,6 +84,8 @@ signals:
     // A run started or ended (finished or cancelled): the page's buttons
     // follow isRunning().
     void signal_RunStateChanged();
+    // A photo of the run ended (see outcome()).
+    void signal_PhotoEnded(const QString& source);
 
 public slots:
     // One photo written (a worker's signal_FileConverted).
@@ -106,4 +120,5 @@ private:
     int m_runTotal = 0;
     QVector<QPair<QString, QString>> m_runFailures;
     QString m_runFolder;
+    QHash<QString, QPair<Outcome, QString>> m_outcomes; // source: outcome, reason
 };

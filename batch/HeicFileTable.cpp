@@ -3,9 +3,10 @@
 
 #include "BatchRules.h"
 #include "ConvertsionSet.h"
+#include "FolderView.h"
 #include "OutputNaming.h"
-#include "PhotoFiles.h"
 #include "Platform.h"
+#include "SavedChoices.h"
 #include "TipDialog.h"
 #include "VNMessageBox.h"
 #include "VNStyleCheckBox.h"
@@ -15,9 +16,9 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QTableWidgetItem>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -43,6 +44,7 @@ HeicFileTable::HeicFileTable(QWidget* parent)
 {
     ui->setupUi(this);
     setUpTable();
+    m_choices = SavedChoices::output();
 
     m_run = new BatchRunController(
         this, [this](QDialog* dialog) { return runModal(dialog); },
@@ -51,6 +53,7 @@ HeicFileTable::HeicFileTable(QWidget* parent)
     connect(ui->pushButton_Clear, SIGNAL(clicked()), this, SLOT(slot_ClearTableView()));
     connect(ui->pushButton_Delete, SIGNAL(clicked()), this, SLOT(slot_DeleteTableItem()));
     connect(ui->pushButton_Add, SIGNAL(clicked()), this, SLOT(slot_AddItem()));
+    connect(ui->pushButton_AddFolder, &QPushButton::clicked, this, &HeicFileTable::slot_AddFolder);
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_BatchConvert()));
     connect(m_selectAll, SIGNAL(signal_StateChanged(int, int)), this,
             SLOT(slot_setAllCheckBoxState(int, int)));
@@ -58,6 +61,13 @@ HeicFileTable::HeicFileTable(QWidget* parent)
     connect(m_run, SIGNAL(signal_ConvertSuccessCount(int)), this, SIGNAL(signal_ConvertSuccessCount(int)));
     connect(m_run, SIGNAL(signal_ConvertSuccessAll()), this, SIGNAL(signal_ConvertSuccessAll()));
     connect(m_run, &BatchRunController::signal_RunStateChanged, this, &HeicFileTable::runStateChanged);
+    // Each row shows how its photo ended as soon as it has.
+    connect(m_run, &BatchRunController::signal_PhotoEnded, this, [this](const QString& source) {
+        for (int row = 0; row < m_files.size(); ++row) {
+            if (m_files.at(row).filePath() == source)
+                showMark(row);
+        }
+    });
     setAcceptDrops(true);
 }
 
@@ -75,6 +85,9 @@ void HeicFileTable::setUpTable()
     ui->pushButton_Add->setImages(skin + "/Button/add_icon_normal.png",
                                   skin + "/Button/add_icon_hover.png",
                                   skin + "/Button/add_icon_pressing.png", QString());
+    ui->pushButton_AddFolder->setImages(skin + "/Button/addfolder_icon_normal.png",
+                                        skin + "/Button/addfolder_icon_hover.png",
+                                        skin + "/Button/addfolder_icon_pressing.png", QString());
     ui->pushButton_Delete->setImages(skin + "/Button/delete_icon_normal.png",
                                      skin + "/Button/delete_icon_hover.png",
                                      skin + "/Button/delete_icon_pressing.png",
@@ -108,6 +121,10 @@ void HeicFileTable::setUpTable()
     table->setShowGrid(false);
     table->setFrameShape(QFrame::NoFrame);
     table->setAlternatingRowColors(true);
+    // One keyboard stop for the whole list: Tab goes on to the next control
+    // (the arrow keys move within the table) and Space ticks the current row.
+    table->setTabKeyNavigation(false);
+    table->installEventFilter(this);
     table->horizontalHeader()->setStyleSheet(QStringLiteral(
         "QHeaderView::section {background-color: #ffffff;color: #484848;border: 0px solid "
         "#eeeeee;border-width: 0px 0px 1px 0px;border-color: #eeeeee;}"));
@@ -148,6 +165,7 @@ void HeicFileTable::fillRow(int row, const QFileInfo& info)
     m_rowBoxes.append(box);
     connect(box, SIGNAL(signal_StateChanged(int, int)), this, SLOT(slot_ChooseItem(int, int)));
     connect(box, SIGNAL(signal_Clicked()), this, SLOT(slot_setSelectAllCheckBoxState()));
+    showMark(row);
 }
 
 void HeicFileTable::showTotals()
@@ -179,8 +197,11 @@ void HeicFileTable::updateButtons()
 void HeicFileTable::runStateChanged()
 {
     updateButtons();
-    // A run may have taken a while; files may have gone meanwhile.
-    if (!m_run->isRunning())
+    // A new run starts without the last one's marks; once it ends, files
+    // may have gone meanwhile.
+    if (m_run->isRunning())
+        forgetMarks();
+    else
         refreshMissing();
 }
 
@@ -210,8 +231,64 @@ void HeicFileTable::refreshMissing()
         } else {
             table->setItem(row, 2, missingItem());
         }
+        showMark(row);
     }
     showTotals();
+}
+
+void HeicFileTable::showMark(int row)
+{
+    QTableWidget* table = ui->tableWidget;
+    QTableWidgetItem* name = table->item(row, 1);
+    if (!name || row >= m_files.size())
+        return;
+    QString reason;
+    const BatchRunController::Outcome outcome = m_run->outcome(m_files.at(row).filePath(), &reason);
+    QString mark;
+    QString hover;
+    if (outcome == BatchRunController::Converted) {
+        mark = QStringLiteral("/Label/row_converted.png");
+        hover = tr("Converted");
+    } else if (outcome == BatchRunController::Failed) {
+        mark = QStringLiteral("/Label/row_failed.png");
+        hover = tr("Not converted: %1").arg(reason);
+    }
+    name->setIcon(mark.isEmpty() ? QIcon()
+                                 : QIcon(SkinStyle::pixmap(m_skin.skinDir() + mark, devicePixelRatioF())));
+    // The whole row tells it on hover, except a size cell that says the
+    // file is gone.
+    for (int column = 1; column < table->columnCount(); ++column) {
+        if (QTableWidgetItem* item = table->item(row, column); item && !(column == 2 && isMissing(row)))
+            item->setToolTip(hover);
+    }
+}
+
+void HeicFileTable::forgetMarks()
+{
+    m_run->forgetOutcomes();
+    for (int row = 0; row < m_files.size(); ++row)
+        showMark(row);
+}
+
+bool HeicFileTable::eventFilter(QObject* watched, QEvent* event)
+{
+    QTableWidget* table = ui->tableWidget;
+    if (watched != table)
+        return QWidget::eventFilter(watched, event);
+    // Arriving by keyboard shows where one is: the current row is framed
+    // while the table has the focus (NoFocusDelegate).
+    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
+        if (table->currentRow() < 0 && table->rowCount() > 0)
+            table->setCurrentCell(0, 1);
+        table->viewport()->update();
+    }
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        if (auto* box = qobject_cast<VNStyleCheckBox*>(table->cellWidget(table->currentRow(), 0))) {
+            box->click();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 bool HeicFileTable::event(QEvent* event)
@@ -240,6 +317,12 @@ QStringList HeicFileTable::chooseFiles(const QString& startLocation)
                                          PhotoFiles::nameFilter());
 }
 
+QString HeicFileTable::chooseFolder(const QString& startLocation)
+{
+    return QFileDialog::getExistingDirectory(this, tr("Choose a Folder"), startLocation,
+                                             QFileDialog::ShowDirsOnly);
+}
+
 int HeicFileTable::runModal(QDialog* dialog)
 {
     return dialog->exec();
@@ -247,10 +330,22 @@ int HeicFileTable::runModal(QDialog* dialog)
 
 void HeicFileTable::showFolder(const QString& folder)
 {
-    Platform::openFolder(folder);
+    if (Platform::openFolder(folder))
+        return;
+    VNMessageBox box(FolderView::notShownText(folder), VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+    runModal(&box);
 }
 
 int HeicFileTable::addFiles(const QVector<QString>& paths)
+{
+    QVector<InputScanner::Photo> photos;
+    photos.reserve(paths.size());
+    for (const QString& path : paths)
+        photos.append({path, QString()});
+    return addPhotos(photos);
+}
+
+int HeicFileTable::addPhotos(const QVector<InputScanner::Photo>& photos)
 {
     QSet<QString> present;
     for (const QFileInfo& info : qAsConst(m_files))
@@ -258,14 +353,18 @@ int HeicFileTable::addFiles(const QVector<QString>& paths)
 
     QTableWidget* table = ui->tableWidget;
     int added = 0;
-    for (const QString& path : paths) {
-        const QFileInfo info(path);
+    for (const InputScanner::Photo& photo : photos) {
+        const QFileInfo info(photo.path);
         // A path that vanished between the chooser and here gets no row, and
         // a photo already listed is not listed twice.
         const QString key = QDir::cleanPath(info.absoluteFilePath());
         if (!info.exists() || present.contains(key))
             continue;
         present.insert(key);
+        if (photo.root.isEmpty())
+            m_roots.remove(key);
+        else
+            m_roots.insert(key, photo.root);
         m_files.append(info);
         const int row = m_files.size() - 1;
         table->setRowCount(m_files.size());
@@ -274,11 +373,21 @@ int HeicFileTable::addFiles(const QVector<QString>& paths)
         m_rowBoxes.last()->setCheckState(Qt::Checked);
         ++added;
     }
-    if (!paths.isEmpty())
-        PhotoFiles::rememberFolder(paths.last());
+    // The last run's marks were about another list.
+    if (added > 0)
+        forgetMarks();
+    if (!photos.isEmpty())
+        PhotoFiles::rememberFolder(photos.last().root.isEmpty() ? photos.last().path : photos.last().root);
     showTotals();
     slot_setSelectAllCheckBoxState();
     updateButtons();
+    return added;
+}
+
+int HeicFileTable::addCollected(const PhotoFiles::Collected& collected)
+{
+    const int added = addPhotos(collected.photos);
+    tellLater(PhotoFiles::addedText(collected, added));
     return added;
 }
 
@@ -329,9 +438,11 @@ void HeicFileTable::slot_ClearTable()
     ui->tableWidget->clearContents();
     ui->tableWidget->setRowCount(0);
     m_files.clear();
+    m_roots.clear();
     m_rowBoxes.clear();
     m_tickedRows.clear();
     m_run->clearQueuedPaths();
+    m_run->forgetOutcomes();
     ui->pushButton_Delete->setEnabled(false);
     ui->pushButton_Clear->setEnabled(false);
     if (m_clearTip) {
@@ -361,6 +472,7 @@ void HeicFileTable::slot_DeleteTableItem()
             m_files.removeAt(row);
     }
     m_tickedRows.clear();
+    m_run->forgetOutcomes();
     rebuildTable();
     slot_setSelectAllCheckBoxState();
     updateButtons();
@@ -374,6 +486,15 @@ void HeicFileTable::slot_AddItem()
     addFiles(chosen.toVector());
 }
 
+void HeicFileTable::slot_AddFolder()
+{
+    if (m_run->isRunning())
+        return;
+    const QString folder = chooseFolder(PhotoFiles::startFolder());
+    if (!folder.isEmpty())
+        addCollected(PhotoFiles::collect(QStringList{folder}));
+}
+
 void HeicFileTable::dragEnterEvent(QDragEnterEvent* event)
 {
     if (!m_run->isRunning() && event->mimeData()->hasUrls())
@@ -382,26 +503,14 @@ void HeicFileTable::dragEnterEvent(QDragEnterEvent* event)
 
 void HeicFileTable::dropEvent(QDropEvent* event)
 {
-    int leftOut = 0;
-    const QStringList photos = PhotoFiles::heifPaths(event->mimeData()->urls(), &leftOut);
     event->acceptProposedAction();
-    addFiles(photos.toVector());
-    tellLeftOut(leftOut);
+    addCollected(PhotoFiles::collect(event->mimeData()->urls()));
 }
 
-void HeicFileTable::tellLeftOut(int leftOut)
+void HeicFileTable::tellLater(const QString& text)
 {
-    if (leftOut <= 0)
-        return;
     // Not from inside the drop: the file manager waits for the drop to end.
-    QPointer<HeicFileTable> self(this);
-    QTimer::singleShot(0, this, [self, leftOut] {
-        if (!self)
-            return;
-        VNMessageBox box(PhotoFiles::leftOutText(leftOut), VNMessageBox::defaultTitle(),
-                         VNMessageBox::Ok, self);
-        self->runModal(&box);
-    });
+    VNMessageBox::tellLater(this, text, [this](QDialog* box) { return runModal(box); });
 }
 
 void HeicFileTable::slot_setAllCheckBoxState(int State, int nIndex)
@@ -451,9 +560,18 @@ void HeicFileTable::slot_BatchConvert()
         return;
     auto* dialog = new ConvertsionSet(this);
     m_settings = dialog;
-    dialog->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
+    dialog->showSaveFolder(OutputNaming::openFolderPath(m_choices.saveFolder));
+    dialog->showChoices(m_choices.quality, m_choices.options, m_choices.besidePhotos);
     connect(dialog, SIGNAL(signal_SendSavePath(QString)), this, SLOT(slot_SavePath(QString)));
     connect(dialog, SIGNAL(signal_SetConvertQuality(int)), this, SLOT(slot_ConvertQuality(int)));
+    connect(dialog, &ConvertsionSet::signal_SetOptions, this, [this](const ConversionOptions& options) {
+        m_choices.options = options;
+        saveChoices();
+    });
+    connect(dialog, &ConvertsionSet::signal_BesidePhotos, this, [this](bool beside) {
+        m_choices.besidePhotos = beside;
+        saveChoices();
+    });
     connect(dialog, SIGNAL(signal_Convert()), this, SLOT(slot_StartConvert()));
     runModal(dialog);
     // Closed from its title bar without starting a run: nobody needs it.
@@ -466,15 +584,22 @@ void HeicFileTable::slot_BatchConvert()
 
 void HeicFileTable::slot_SavePath(QString strPath)
 {
-    m_savePath = strPath;
+    m_choices.saveFolder = strPath;
     PhotoFiles::rememberFolder(strPath);
+    saveChoices();
     if (m_settings)
-        m_settings->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
+        m_settings->showSaveFolder(OutputNaming::openFolderPath(m_choices.saveFolder));
 }
 
 void HeicFileTable::slot_ConvertQuality(int nValue)
 {
-    m_quality = nValue;
+    m_choices.quality = nValue;
+    saveChoices();
+}
+
+void HeicFileTable::saveChoices() const
+{
+    SavedChoices::setOutput(m_choices);
 }
 
 void HeicFileTable::slot_StartConvert()
@@ -485,12 +610,14 @@ void HeicFileTable::slot_StartConvert()
         m_settings = nullptr;
     }
     // The ticked rows in tick order, each photo once.
-    QStringList sources;
+    QStringList sources, roots;
     for (int row : qAsConst(m_tickedRows)) {
-        if (row >= 0 && row < m_files.size() && !sources.contains(m_files.at(row).filePath()))
+        if (row >= 0 && row < m_files.size() && !sources.contains(m_files.at(row).filePath())) {
             sources << m_files.at(row).filePath();
+            roots << m_roots.value(QDir::cleanPath(m_files.at(row).absoluteFilePath()));
+        }
     }
-    m_run->start(sources, m_savePath, m_quality);
+    m_run->start(sources, roots, m_choices);
 }
 
 void HeicFileTable::slot_ConvertProgress()
@@ -525,5 +652,5 @@ void HeicFileTable::slot_ConvertSuccess()
 
 void HeicFileTable::slot_OpenFolder()
 {
-    m_run->openFolder(m_savePath);
+    m_run->openFolder(m_choices.saveFolder);
 }

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "Heif2JpgFn.h"
+#include "PhotoFiles.h"
+#include "SavedChoices.h"
 #include "SkinStyle.h"
 
 #include "BatchRunController.h"
 
 #include <QFileInfo>
+#include <QHash>
 #include <QList>
 #include <QPair>
 #include <QPointer>
@@ -42,6 +45,14 @@ public:
     // Adds the paths that exist and are not in the table yet, ticked, and
     // returns how many were added.
     int addFiles(const QVector<QString>& paths);
+    // The same for photos found in folders: each keeps the folder it was
+    // found in, and its JPEG goes below the output folder in the sub-folders
+    // between that folder and the photo.
+    int addPhotos(const QVector<InputScanner::Photo>& photos);
+    // Adds what a drop or a chosen folder held and tells the person what was
+    // added and left out (at once for a folder, or when anything was left
+    // out); returns how many were added.
+    int addCollected(const PhotoFiles::Collected& collected);
     // Ignored when null, so a missing library never replaces a bound one.
     void setDecoder(Heif2JpgFn decoder);
 
@@ -49,8 +60,10 @@ public:
     const QList<QFileInfo>& files() const { return m_files; }
     const QList<int>& tickedRows() const { return m_tickedRows; }
     const QStringList& queuedPaths() const { return m_run->queuedPaths(); }
-    QString savePath() const { return m_savePath; }
-    int quality() const { return m_quality; }
+    QString savePath() const { return m_choices.saveFolder; }
+    int quality() const { return m_choices.quality; }
+    ConversionOptions options() const { return m_choices.options; }
+    bool besidePhotos() const { return m_choices.besidePhotos; }
     // The run in progress, or the last one.
     const BatchRunController& run() const { return *m_run; }
     int successCount() const { return m_run->successCount(); }
@@ -73,6 +86,7 @@ public slots:
     void slot_ClearTable();
     void slot_DeleteTableItem();
     void slot_AddItem();
+    void slot_AddFolder();
     void slot_setAllCheckBoxState(int State, int nIndex);
     void slot_setSelectAllCheckBoxState();
     void slot_BatchConvert();
@@ -91,10 +105,12 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     // The places where the page waits for the user or hands off to the
     // system. Tests replace them so they need no real dialog or file manager.
     virtual QStringList chooseFiles(const QString& startLocation);
+    virtual QString chooseFolder(const QString& startLocation);
     virtual int runModal(QDialog* dialog);
     virtual void showFolder(const QString& folder);
 
@@ -105,9 +121,14 @@ private:
     void showTotals();
     void updateButtons();
     void refreshMissing();
+    // The row's mark of the last run: converted or failed, with the reason
+    // on hover; none for a photo the run did not take.
+    void showMark(int row);
+    void forgetMarks();
     // The size cell of a row whose file has gone.
     QTableWidgetItem* missingItem() const;
-    void tellLeftOut(int leftOut);
+    void tellLater(const QString& text);
+    void saveChoices() const;
     QList<VNStyleCheckBox*> liveRowBoxes() const;
     void runStateChanged();
 
@@ -122,8 +143,11 @@ private:
     QList<QPointer<VNStyleCheckBox>> m_rowBoxes;
     VNStyleCheckBox* m_selectAll = nullptr;
 
-    QString m_savePath;
-    int m_quality = 100;
+    // Folder, quality and options, as remembered from before and changed here.
+    SavedChoices::Output m_choices;
+    // The folder each photo was found in, by its path; none for a photo
+    // added on its own.
+    QHash<QString, QString> m_roots;
     ConvertsionSet* m_settings = nullptr;
     BatchRunController* m_run = nullptr;
 

@@ -31,8 +31,11 @@ void HEICTojpg::setPreviewSize(const QSize& box)
 void HEICTojpg::run()
 {
     HeicDecoder decoder(m_decoderFn);
+    decoder.setOptions(m_options);
     HeicDecoder::Result result =
         decoder.convertFile(m_filePath, m_quality, kScratchFileName, [&](const QByteArray& input) {
+            if (!isInterruptionRequested())
+                emit signal_FileRead();
             const QImage thumbnail = decoder.thumbnail(input);
             if (!thumbnail.isNull() && !isInterruptionRequested())
                 emit signal_SendThumbnail(thumbnail);

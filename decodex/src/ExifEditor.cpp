@@ -202,6 +202,36 @@ int ExifEditor::orientation(const uint8_t* tiff, size_t size)
     return 0;
 }
 
+bool ExifEditor::dropLocation(uint8_t* tiff, size_t size)
+{
+    Tiff t(tiff, size);
+    if (!t.valid())
+        return false;
+    const size_t ifd0 = t.ifd0();
+    for (size_t i = 0; ifd0 && i < t.entries(ifd0); ++i) {
+        const size_t e = t.entry(ifd0, i);
+        if (t.u16(e) != kGpsIfd)
+            continue;
+        if (const size_t gps = t.subIfd(ifd0, kGpsIfd)) {
+            const size_t table = 2 + t.entries(gps) * 12 + 4;
+            for (size_t j = 0; j < t.entries(gps); ++j) {
+                const size_t g = t.entry(gps, j);
+                const uint64_t bytes = uint64_t(Tiff::typeSize(t.u16(g + 2))) * t.u32(g + 4);
+                if (bytes > 4 && t.fits(t.u32(g + 8), size_t(bytes)))
+                    std::memset(tiff + t.u32(g + 8), 0, size_t(bytes));
+            }
+            std::memset(tiff + gps, 0, table);
+        }
+        // The entries after it and the next-IFD pointer move up one place.
+        const size_t end = t.nextPointer(ifd0) + 4;
+        std::memmove(tiff + e, tiff + e + 12, end - e - 12);
+        std::memset(tiff + end - 12, 0, 12);
+        t.put16(ifd0, uint16_t(t.entries(ifd0) - 1));
+        return true;
+    }
+    return false;
+}
+
 size_t ExifEditor::dropThumbnail(uint8_t* tiff, size_t size)
 {
     Tiff t(tiff, size);

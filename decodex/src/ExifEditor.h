@@ -39,6 +39,12 @@ public:
     // Reads IFD0's Orientation; 0 when absent or unreadable.
     static int orientation(const uint8_t* tiff, size_t size);
 
+    // Takes the GPS directory out: its values and its own table are
+    // overwritten with zeros (a JPEG keeps unreferenced bytes as they are,
+    // and the coordinates must not survive in them) and its entry leaves
+    // IFD0. Returns true when there was one.
+    static bool dropLocation(uint8_t* tiff, size_t size);
+
     // Unlinks the thumbnail IFD and returns how many bytes of the block are
     // still referenced from the remaining IFDs, so the rest can be cut off.
     // Returns 0 when the block cannot be walked.

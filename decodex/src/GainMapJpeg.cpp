@@ -3,6 +3,7 @@
 #include "GainMap.h"
 #include "JpegWriter.h"
 #include "PlanarImage.h"
+#include "Resampler.h"
 #include "ToneMapItem.h"
 
 #include <algorithm>
@@ -202,7 +203,8 @@ size_t GainMapJpeg::assemble(uint8_t* output, size_t capacity, size_t primarySiz
 }
 
 int32_t GainMapJpeg::attach(int32_t primarySize, const GainMap& gainMap, const std::vector<PlaneTransform::Step>& steps,
-                            int photoWidth, int photoHeight, int quality, uint8_t* output, size_t capacity)
+                            int photoWidth, int photoHeight, int quality, uint8_t* output, size_t capacity,
+                            double shrink)
 {
     if (primarySize <= 0 || !gainMap.present())
         return primarySize;
@@ -215,6 +217,12 @@ int32_t GainMapJpeg::attach(int32_t primarySize, const GainMap& gainMap, const s
     if (std::fabs(across - down) > 0.05 * std::max(across, down)) {
         GainMap::log("gain map left out: %dx%d does not line up with the %dx%d photo", plane.width(), plane.height(),
                      photoWidth, photoHeight);
+        return primarySize;
+    }
+    if (shrink < 1.0
+        && !Resampler::shrink(plane, std::max(1, int(std::lround(plane.width() * shrink))),
+                              std::max(1, int(std::lround(plane.height() * shrink))))) {
+        GainMap::log("gain map left out: no memory to shrink it with the photo");
         return primarySize;
     }
     JpegMetadata metadata;

@@ -28,9 +28,11 @@ public:
     // new size. When the map cannot be added (it does not decode, does not
     // line up with the photo, or does not fit the capacity) the photo's JPEG
     // is returned alone, as it was, with a debug line; an error code given
-    // as primarySize is returned as it is.
+    // as primarySize is returned as it is. `shrink` below 1 is the factor by
+    // which the photo was shrunk; the map shrinks by it too.
     static int32_t attach(int32_t primarySize, const GainMap& gainMap, const std::vector<PlaneTransform::Step>& steps,
-                          int photoWidth, int photoHeight, int quality, uint8_t* output, size_t capacity);
+                          int photoWidth, int photoHeight, int quality, uint8_t* output, size_t capacity,
+                          double shrink = 1.0);
 
     // The gain-map image's XMP packet.
     static std::vector<uint8_t> gainMapXmp(const GainMapParameters& parameters);

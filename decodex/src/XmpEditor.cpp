@@ -9,6 +9,14 @@ namespace {
 
 const char kContainerNamespace[] = "http://ns.google.com/photos/1.0/container/";
 const char kHdrgmNamespace[] = "http://ns.adobe.com/hdr-gain-map/1.0/";
+const char kExifNamespace[] = "http://ns.adobe.com/exif/1.0/";
+// The GPS properties of the EXIF schema for XMP (CIPA DC-010).
+const char* const kGpsProperties[] = {
+    "GPSVersionID", "GPSLatitude", "GPSLongitude", "GPSAltitudeRef", "GPSAltitude", "GPSTimeStamp",
+    "GPSSatellites", "GPSStatus", "GPSMeasureMode", "GPSDOP", "GPSSpeedRef", "GPSSpeed", "GPSTrackRef",
+    "GPSTrack", "GPSImgDirectionRef", "GPSImgDirection", "GPSMapDatum", "GPSDestLatitude", "GPSDestLongitude",
+    "GPSDestBearingRef", "GPSDestBearing", "GPSDestDistanceRef", "GPSDestDistance", "GPSProcessingMethod",
+    "GPSAreaInformation", "GPSDifferential", "GPSHPositioningError"};
 constexpr size_t kMaxPacket = 65535;
 
 bool isSpace(char c)
@@ -107,6 +115,22 @@ void XmpEditor::forJpeg(std::vector<uint8_t>& xmp)
         removeAttributes(text, prefix + ":Version");
         removeElements(text, prefix + ":Version");
     }
+    xmp.assign(text.begin(), text.end());
+}
+
+void XmpEditor::dropLocation(std::vector<uint8_t>& xmp)
+{
+    if (xmp.size() > kMaxPacket)
+        return;
+    std::string text(xmp.begin(), xmp.end());
+    const std::vector<std::string> prefixes = prefixesOf(text, kExifNamespace);
+    if (prefixes.empty())
+        return;
+    for (const std::string& prefix : prefixes)
+        for (const char* property : kGpsProperties) {
+            removeAttributes(text, prefix + ":" + property);
+            removeElements(text, prefix + ":" + property);
+        }
     xmp.assign(text.begin(), text.end());
 }
 

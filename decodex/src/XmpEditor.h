@@ -20,6 +20,12 @@ public:
     // JPEG it would announce a gain map that is not there, or a second
     // directory beside the one written with the map.
     static void forJpeg(std::vector<uint8_t>& xmp);
+
+    // Removes where the photo was taken: every GPS property of the EXIF
+    // schema (exif:GPSLatitude and the rest, under whatever prefix the
+    // packet binds to that schema), as an attribute or as an element.
+    // Nothing else changes.
+    static void dropLocation(std::vector<uint8_t>& xmp);
 };
 
 } // namespace decodex

@@ -3,6 +3,7 @@
 
 #include "decodex/heif2jpg.h"
 
+#include "BoxReader.h"
 #include "ColorProfile.h"
 #include "ExifEditor.h"
 #include "GainMap.h"
@@ -11,6 +12,7 @@
 #include "JpegWriter.h"
 #include "PlanarImage.h"
 #include "PlaneTransform.h"
+#include "Resampler.h"
 #include "RgbConverter.h"
 #include "ThreadBudget.h"
 #include "TileDecoder.h"
@@ -20,6 +22,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -39,6 +42,15 @@ void initOnce()
     static std::once_flag once;
     std::call_once(once, [] { heif_init(nullptr); });
 }
+
+// What one call was asked for (heif2jpg_with_options).
+struct Settings
+{
+    int quality = 100;
+    int maxLongSide = 0; // 0: the photo's own size
+    bool gainMap = true;
+    bool keepLocation = true;
+};
 
 struct Colour
 {
@@ -66,6 +78,52 @@ int mapOpenError(const heif_error& err)
     if (err.code == heif_error_Memory_allocation_error && err.subcode == heif_suberror_Security_limit_exceeded)
         return DECODEX_ERR_IMAGE_TOO_LARGE;
     return DECODEX_ERR_NOT_HEIF;
+}
+
+// Tells a person what a file that failed is: "not a HEIF file" only when its
+// 'ftyp' names no HEIF brand; a HEIF file that failed is damaged, unless it
+// is a kind this library does not convert.
+int32_t classifyFailure(const uint8_t* input, int32_t size, int32_t code)
+{
+    if ((code != DECODEX_ERR_NOT_HEIF && code != DECODEX_ERR_DECODE_FAILED) || !input || size <= 0)
+        return code;
+    using B = BoxReader;
+    static constexpr uint32_t images[] = {B::fourcc("mif1"), B::fourcc("mif2"), B::fourcc("miaf"),
+                                          B::fourcc("heic"), B::fourcc("heix"), B::fourcc("heim"),
+                                          B::fourcc("heis"), B::fourcc("avif"), B::fourcc("avci"),
+                                          B::fourcc("jpeg")};
+    static constexpr uint32_t sequences[] = {B::fourcc("msf1"), B::fourcc("hevc"), B::fourcc("hevx"),
+                                             B::fourcc("hevm"), B::fourcc("hevs"), B::fourcc("avis"),
+                                             B::fourcc("avcs"), B::fourcc("jpgs")};
+    auto named = [](uint32_t brand, const auto& list) {
+        return std::find(std::begin(list), std::end(list), brand) != std::end(list);
+    };
+    bool image = false, sequence = false, av1 = false, meta = false, moov = false;
+    BoxReader file(input, size_t(size));
+    uint32_t type = 0;
+    BoxReader body;
+    // A box cut short ends the walk: what came before it still counts.
+    while (file.nextBox(type, body)) {
+        meta |= type == B::fourcc("meta");
+        moov |= type == B::fourcc("moov");
+        if (type != B::fourcc("ftyp"))
+            continue;
+        for (size_t at = 0; body.remaining() >= 4; ++at) {
+            const uint32_t brand = body.u32();
+            if (at == 1)
+                continue; // the minor version
+            image |= named(brand, images);
+            sequence |= named(brand, sequences);
+            av1 |= brand == B::fourcc("avif") || brand == B::fourcc("avis");
+        }
+    }
+    if (!image && !sequence)
+        return DECODEX_ERR_NOT_HEIF;
+    if (!meta && (moov || !image))
+        return DECODEX_ERR_IMAGE_SEQUENCE;
+    if (av1 && !heif_have_decoder_for_format(heif_compression_AV1))
+        return DECODEX_ERR_AV1_UNSUPPORTED;
+    return DECODEX_ERR_DAMAGED;
 }
 
 bool withinLimits(int64_t width, int64_t height)
@@ -152,18 +210,26 @@ Colour colourOf(const heif_image_handle* handle)
     return colour;
 }
 
-JpegMetadata metadataOf(const OpenedFile& file, const Colour& colour)
+JpegMetadata metadataOf(const OpenedFile& file, const Colour& colour, const Settings& settings)
 {
     const heif_image_handle* handle = file.primary.get();
     JpegMetadata metadata;
     const std::vector<uint8_t> exif = metadataBlock(handle, "Exif", nullptr);
     // The camera's pixel size describes the coded picture; once it has been
-    // turned or cropped, the JPEG's own size is the true one.
-    const bool reshaped = file.ispeWidth > 0 && (file.width != file.ispeWidth || file.height != file.ispeHeight);
-    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size(), reshaped ? uint32_t(file.width) : 0,
-                                        reshaped ? uint32_t(file.height) : 0);
+    // turned, cropped or shrunk, the JPEG's own size is the true one.
+    int width = file.width, height = file.height;
+    Resampler::fitLongSide(width, height, settings.maxLongSide);
+    const bool reshaped = (file.ispeWidth > 0 && (width != file.ispeWidth || height != file.ispeHeight))
+                          || width != file.width || height != file.height;
+    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size(), reshaped ? uint32_t(width) : 0,
+                                        reshaped ? uint32_t(height) : 0);
     metadata.xmp = metadataBlock(handle, "mime", "application/rdf+xml");
     XmpEditor::forJpeg(metadata.xmp);
+    if (!settings.keepLocation) {
+        if (metadata.exif.size() > 6)
+            ExifEditor::dropLocation(metadata.exif.data() + 6, metadata.exif.size() - 6);
+        XmpEditor::dropLocation(metadata.xmp);
+    }
     const size_t iccSize = heif_image_handle_get_raw_color_profile_size(handle);
     if (iccSize > 0 && iccSize <= size_t(INT32_MAX)) {
         metadata.icc.resize(iccSize);
@@ -188,8 +254,16 @@ bool codedPicturesPlausible(const HeifLayout& layout, const OpenedFile& file)
     return layout.codedPixels <= 4 * std::max(shown, coded) + (uint64_t(1) << 22);
 }
 
-int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity,
-                bool gainMaps)
+// The size the photo is written at, when the settings bound it.
+template <typename Image>
+bool shrinkToBound(Image& image, int width, int height, int maxLongSide)
+{
+    const int fullWidth = width, fullHeight = height;
+    Resampler::fitLongSide(width, height, maxLongSide);
+    return (width == fullWidth && height == fullHeight) || Resampler::shrink(image, width, height);
+}
+
+int32_t convert(const uint8_t* input, int32_t inputSize, const Settings& settings, uint8_t* output, int32_t capacity)
 {
     if (!input || inputSize <= 0 || !output || capacity <= 0)
         return DECODEX_ERR_BAD_ARGUMENT;
@@ -199,15 +273,16 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         return err;
     const heif_image_handle* handle = file.primary.get();
     const Colour colour = colourOf(handle);
-    const JpegMetadata metadata = metadataOf(file, colour);
+    const JpegMetadata metadata = metadataOf(file, colour, settings);
+    const int quality = settings.quality;
     const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
     if (!layout.structureSound || !codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
-    const GainMap gainMap = gainMaps ? GainMap::find(handle, input, size_t(inputSize)) : GainMap();
-    auto finish = [&](int32_t size) {
+    const GainMap gainMap = settings.gainMap ? GainMap::find(handle, input, size_t(inputSize)) : GainMap();
+    auto finish = [&](int32_t size, int writtenWidth) {
         return GainMapJpeg::attach(size, gainMap, layout.transforms, file.width, file.height, quality, output,
-                                   size_t(capacity));
+                                   size_t(capacity), double(writtenWidth) / file.width);
     };
 
     int shownWidth = layout.width, shownHeight = layout.height;
@@ -222,8 +297,15 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         && shownWidth == file.width && shownHeight == file.height) {
         PlanarImage planes;
         switch (TileDecoder::decode(layout, budget.threads(), planeColour, planes)) {
-        case TileDecoder::Outcome::Decoded:
-            return finish(writer.writePlanar(planes, quality, metadata, PlaneTransform::fold(layout.transforms)));
+        case TileDecoder::Outcome::Decoded: {
+            // Shrunk before it is turned (the long side is the same either
+            // way), and turned while it is written.
+            const PlaneTransform::Orientation orientation = PlaneTransform::fold(layout.transforms);
+            if (!shrinkToBound(planes, planes.width(), planes.height(), settings.maxLongSide))
+                return DECODEX_ERR_ENCODE_FAILED;
+            return finish(writer.writePlanar(planes, quality, metadata, orientation),
+                          orientation.transpose ? planes.height() : planes.width());
+        }
         case TileDecoder::Outcome::Damaged:
             return DECODEX_ERR_DECODE_FAILED; // libheif's decoder would only paper over it
         case TileDecoder::Outcome::Refused:
@@ -236,8 +318,24 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     RgbImage rgb;
     if (const int err = RgbConverter::decode(handle, colour.haveNclx ? colour.transfer : 2, rgb))
         return err;
+    if (!shrinkToBound(rgb, rgb.width, rgb.height, settings.maxLongSide))
+        return DECODEX_ERR_ENCODE_FAILED;
     const int chroma = layout.chromaFormat >= 0 ? layout.chromaFormat : 1;
-    return finish(writer.writeRgb(rgb, chroma, quality, metadata));
+    return finish(writer.writeRgb(rgb, chroma, quality, metadata), rgb.width);
+}
+
+// convert() with every exception turned into a result code: nothing may
+// leave a C function.
+int32_t convertGuarded(const uint8_t* input, int32_t inputSize, const Settings& settings, uint8_t* output,
+                       int32_t capacity)
+{
+    try {
+        return classifyFailure(input, inputSize, convert(input, inputSize, settings, output, capacity));
+    } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (...) {
+        return classifyFailure(input, inputSize, DECODEX_ERR_DECODE_FAILED);
+    }
 }
 
 int32_t capacity(const uint8_t* input, int32_t inputSize)
@@ -313,33 +411,53 @@ DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t q
                              int32_t output_capacity, const char* scratch_name)
 {
     (void)scratch_name; // decoding happens in memory; no file is ever made
-    try {
-        return decodex::convert(input, input_size, quality, output, output_capacity, true);
-    } catch (const std::bad_alloc&) {
-        return DECODEX_ERR_ENCODE_FAILED;
-    } catch (...) {
-        return DECODEX_ERR_DECODE_FAILED;
-    }
+    decodex::Settings settings;
+    settings.quality = quality;
+    return decodex::convertGuarded(input, input_size, settings, output, output_capacity);
 }
 
 DECODEX_API int32_t heif2jpg_no_gain_map(const uint8_t* input, int32_t input_size, int32_t quality,
                                          uint8_t* output, int32_t output_capacity, const char* scratch_name)
 {
     (void)scratch_name;
-    try {
-        return decodex::convert(input, input_size, quality, output, output_capacity, false);
-    } catch (const std::bad_alloc&) {
-        return DECODEX_ERR_ENCODE_FAILED;
-    } catch (...) {
-        return DECODEX_ERR_DECODE_FAILED;
-    }
+    decodex::Settings settings;
+    settings.quality = quality;
+    settings.gainMap = false;
+    return decodex::convertGuarded(input, input_size, settings, output, output_capacity);
+}
+
+DECODEX_API void heif2jpg_options_init(struct decodex_options* options)
+{
+    if (!options)
+        return;
+    *options = decodex_options();
+    options->version = DECODEX_OPTIONS_VERSION;
+    options->quality = 100;
+}
+
+DECODEX_API int32_t heif2jpg_with_options(const uint8_t* input, int32_t input_size,
+                                          const struct decodex_options* options, uint8_t* output,
+                                          int32_t output_capacity)
+{
+    const uint32_t known = DECODEX_OPTION_NO_GAIN_MAP | DECODEX_OPTION_NO_LOCATION;
+    // Version 1 is the only layout so far; an option this library does not
+    // know is refused, never skipped.
+    if (!options || options->version < 1 || options->version > DECODEX_OPTIONS_VERSION
+        || (options->flags & ~known) != 0 || options->max_long_side < 0)
+        return DECODEX_ERR_BAD_ARGUMENT;
+    decodex::Settings settings;
+    settings.quality = options->quality;
+    settings.maxLongSide = options->max_long_side;
+    settings.gainMap = (options->flags & DECODEX_OPTION_NO_GAIN_MAP) == 0;
+    settings.keepLocation = (options->flags & DECODEX_OPTION_NO_LOCATION) == 0;
+    return decodex::convertGuarded(input, input_size, settings, output, output_capacity);
 }
 
 DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, int32_t quality)
 {
     (void)quality; // the bound holds for every quality
     try {
-        return decodex::capacity(input, input_size);
+        return decodex::classifyFailure(input, input_size, decodex::capacity(input, input_size));
     } catch (...) {
         return DECODEX_ERR_ENCODE_FAILED;
     }
@@ -368,6 +486,9 @@ DECODEX_API const char* heif2jpg_error_text(int32_t code)
     case DECODEX_ERR_IMAGE_TOO_LARGE: return "the image is too large";
     case DECODEX_ERR_OUTPUT_TOO_SMALL: return "the output buffer is too small";
     case DECODEX_ERR_ENCODE_FAILED: return "the JPEG could not be written";
+    case DECODEX_ERR_DAMAGED: return "damaged or incomplete HEIF file";
+    case DECODEX_ERR_AV1_UNSUPPORTED: return "AV1 image (AVIF), which no installed decoder can read";
+    case DECODEX_ERR_IMAGE_SEQUENCE: return "image sequence (animation) without a still image";
     default: return "unknown error";
     }
 }

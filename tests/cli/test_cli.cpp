@@ -274,31 +274,42 @@ private slots:
     }
 
     // The real library under four workers, one photo in ten broken in one of
-    // four ways: every good photo a whole JPEG, every broken one reported,
-    // nothing else left. PICTOVA_STRESS_FILES makes the run bigger.
+    // five ways: every good photo a whole JPEG, every broken one reported
+    // with what it is (the window shows the same words), nothing else left.
+    // PICTOVA_STRESS_FILES makes the run bigger.
     void brokenPhotosAmongGoodOnes()
     {
         const QByteArray good = HeicFixture::encode(HeicFixture::quadrants(48, 48));
         if (good.isEmpty())
             QSKIP("libheif has no HEVC encoder here");
-        const QByteArray kinds[] = {good.left(good.size() / 2), QByteArray(good.size(), '\x5A'), QByteArray(),
-                                    EngineTest::jpeg(48, 48)};
+        // An animation kept only as a track ('moov'), with no still image.
+        const QByteArray sequence = QByteArray::fromHex("00000018667479706d736631000000006d73663168657663"
+                                                        "000000106d6f6f76000000086d766864");
+        const QPair<QByteArray, QString> kinds[] = {
+            {good.left(good.size() / 2), "damaged or incomplete HEIF file"},
+            {QByteArray(good.size(), '\x5A'), "not a HEIF file"},
+            {QByteArray(), "file is empty"},
+            {EngineTest::jpeg(48, 48), "not a HEIF file"},
+            {sequence, "image sequence (animation) without a still image"}};
+        QMap<QString, QString> reasons;
         const int count = qMax(qEnvironmentVariableIntValue("PICTOVA_STRESS_FILES"), 60);
         QVERIFY(QDir().mkpath(path("card")));
         QStringList broken;
         for (int i = 0; i < count; ++i) {
             const QString name = path(QStringLiteral("card/p%1.heic").arg(i, 4, 10, QChar('0')));
-            if (i % 10 == 9)
+            const auto& kind = kinds[(i / 10) % 5];
+            if (i % 10 == 9) {
                 broken << name;
-            QVERIFY(EngineTest::writeFile(name, i % 10 == 9 ? kinds[(i / 10) % 4] : good));
+                reasons[name] = kind.second;
+            }
+            QVERIFY(EngineTest::writeFile(name, i % 10 == 9 ? kind.first : good));
         }
         const CliRun run = convert({"-o", "out", "card"}, false);
         QCOMPARE(run.exitCode, 1);
         QVERIFY2(run.err.contains(QStringLiteral("pictova-convert: %1 converted, %2 failed, 0 skipped")
                                       .arg(count - broken.size()).arg(broken.size())), qPrintable(run.err.join('\n')));
-        const QString said = run.err.join('\n');
         for (const QString& name : broken)
-            QVERIFY2(said.contains("  " + name + ": "), qPrintable(name + " not reported"));
+            QVERIFY2(run.err.contains("  " + name + ": " + reasons[name]), qPrintable(run.err.join(QLatin1Char('\n'))));
         const QStringList written = EngineTest::entries(path("out"));
         QCOMPARE(written.size(), count - broken.size());
         for (const QString& name : written) {
@@ -306,6 +317,31 @@ private slots:
             const QByteArray jpeg = EngineTest::readFile(path("out/" + name));
             QVERIFY2(jpeg.endsWith("\xFF\xD9") && QImage::fromData(jpeg, "JPG").size() == QSize(48, 48), qPrintable(name));
         }
+    }
+
+    // --max-size and --no-location reach the JPEG on disk: the longer side
+    // at the bound, no coordinates, the date kept. A decoding library that
+    // predates them fails every photo with the reason instead of writing
+    // them full size with the location.
+    void shrinkingAndLocationReachTheFile()
+    {
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(1, "2023:08:09 10:11:12");
+        QVERIFY(QDir().mkpath(path("trip")));
+        if (!HeicFixture::write(path("trip/IMG_1.HEIC"), HeicFixture::quadrants(120, 80), options))
+            QSKIP("libheif has no HEVC encoder here");
+        const CliRun run = convert({"--max-size", "60", "--no-location", "-o", "out", "trip"}, false);
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err.join('\n')));
+        const QByteArray jpeg = EngineTest::readFile(path("out/IMG_1.jpg"));
+        QCOMPARE(QImage::fromData(jpeg, "JPG").size(), QSize(60, 40));
+        QVERIFY(jpeg.contains("2023:08:09 10:11:12"));
+        QVERIFY(!jpeg.contains(HeicFixture::gpsLatitude()));
+
+        QVERIFY(photo("old/a.heic"));
+        const CliRun old = convert({"--max-size", "60", "old"});
+        QCOMPARE(old.exitCode, 1);
+        QVERIFY2(old.err.join('\n').contains("too old"), qPrintable(old.err.join('\n')));
+        QVERIFY(!QFileInfo::exists(path("old/a.jpg")));
     }
 
 private:

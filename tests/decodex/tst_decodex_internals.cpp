@@ -383,7 +383,7 @@ private slots:
         std::vector<uint8_t> out(size_t(heic.size()) * 100);
         QCOMPARE(heif2jpg(reinterpret_cast<const uint8_t*>(heic.constData()), heic.size(), 90, out.data(),
                           int32_t(out.size()), nullptr),
-                 int32_t(DECODEX_ERR_DECODE_FAILED));
+                 int32_t(DECODEX_ERR_DAMAGED));
     }
 
     // HDR photos take the direct path; it must land where the libheif path

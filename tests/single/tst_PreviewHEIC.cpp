@@ -13,6 +13,7 @@
 #include "EngineTestSupport.h"
 #include "HeicFixture.h"
 #include "PreviewHEIC.h"
+#include "SavedChoices.h"
 #include "SingleConverting.h"
 #include "VNStyleButton.h"
 
@@ -39,7 +40,6 @@ public:
     QString folderAnswer;
     QStringList startFolders;
     int dialogsRun = 0;
-    QStringList messages;
 
 protected:
     QString chooseSaveFolder(const QString& startFolder) override
@@ -48,6 +48,16 @@ protected:
         return folderAnswer;
     }
     void runConvertingDialog(SingleConverting*) override { ++dialogsRun; }
+    bool showFolder(const QString& folder) override
+    {
+        return !noFileManager && PreviewHEIC::showFolder(folder);
+    }
+
+public:
+    bool noFileManager = false;
+    QStringList messages;
+
+protected:
     void runMessage(QDialog* box) override
     {
         messages << box->findChild<QLabel*>("label")->text();
@@ -74,6 +84,9 @@ public:
     TestPreviewHEIC() : m_home(TestSandbox::home()) {}
 
 private slots:
+    // Every test starts as a first start does: no choices kept from before.
+    void init() { SavedChoices::forget(); }
+
     void initTestCase()
     {
         const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
@@ -182,6 +195,11 @@ private slots:
         QTest::mouseClick(page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder"), Qt::LeftButton);
         QDesktopServices::unsetUrlHandler("file");
         QCOMPARE(opener.opened, QList<QUrl>{QUrl::fromLocalFile(out + "/Vantora")});
+        // Without a file manager (no xdg-open) the person is told where to look.
+        page.noFileManager = true;
+        QTest::mouseClick(page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder"), Qt::LeftButton);
+        QVERIFY(!page.messages.isEmpty() && page.messages.last().contains(QDir::toNativeSeparators(out + "/Vantora")));
+        page.noFileManager = false;
 
         slider->setValue(100);
         QTest::mouseClick(convert, Qt::LeftButton);
@@ -205,6 +223,29 @@ private slots:
                  QStringList{"gradient.jpg"});
     }
 
+    // Convert is ready once the photo is read; pressed while the preview
+    // still decodes, it takes that decode's JPEG rather than making another.
+    void convertWhileThePreviewDecodesWaitsForIt()
+    {
+        const QString path = m_work.filePath("slow.HEIC");
+        QVERIFY(EngineTest::writeFile(path, EngineTest::fakeNamed("slow", EngineTest::jpeg(64, 48))));
+        EngineTest::fakeReset();
+        EngineTest::fakeGate(true);
+        ScriptedPreview page(path);
+        page.setDecoderEntry(DecoderLibrary::bindFrom(EngineTest::fakeLibrary()).convert);
+        QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+        page.slot_Preview();
+        auto* convert = page.findChild<QPushButton*>("pushButton_Convert");
+        QTRY_VERIFY(convert->isEnabled());
+        QTRY_COMPARE(EngineTest::fakeEntered(), 1);
+        page.slot_Convert();
+        QCOMPARE(page.dialogsRun, 1);
+        EngineTest::fakeGate(false);
+        QTRY_COMPARE(saved.count(), 1);
+        QVERIFY(page.isPreviewShown() && !page.isConverting());
+        QCOMPARE(EngineTest::fakeEntered(), 1);
+    }
+
     void defaultFolderIsVantoraOnTheDesktop()
     {
         const QString heic = writeHeic("a.heic.HEIC", HeicFixture::quadrants(64, 48));
@@ -216,7 +257,7 @@ private slots:
         QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
         page.slot_Preview();
         QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
-        page.slot_Preview();
+        page.slot_Convert();
         QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
 
         const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
@@ -243,13 +284,13 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
 
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot write .*blocked.jpg"));
-        page.slot_Preview();
-        QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
+        page.slot_Convert();
+        QTRY_VERIFY_WITH_TIMEOUT(!page.isConverting(), 20000);
         QCOMPARE(saved.count(), 0);
-        QCOMPARE(page.dialogsRun, 0);
-        // The person is told, naming the photo; Convert is ready to try again.
-        QCOMPARE(page.messages.size(), 1);
-        QVERIFY2(page.messages.first().contains("blocked.HEIC"), qPrintable(page.messages.first()));
+        // The conversion's dialog tells the person, naming the photo; Convert
+        // is ready to try again.
+        const QString told = page.convertingDialog()->findChild<QLabel*>("label_States")->text();
+        QVERIFY2(told.contains("blocked.HEIC"), qPrintable(told));
         QVERIFY(page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
         QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
     }
