@@ -31,7 +31,7 @@ struct DecodedPicture
 };
 
 // Decodes the one picture a HEIF item holds. Two libraries can do the job:
-// FFmpeg's libavcodec, several times faster, and libde265, which libheif
+// FFmpeg's libavcodec, two to four times faster, and libde265, which libheif
 // uses too. create() picks them in this one place, and the decoder it gives
 // falls back to libde265 on its own when libavcodec is not built in or
 // refuses a stream, so callers never learn which one ran. A decoder is for
