@@ -77,7 +77,8 @@ HdrToneMapper::HdrToneMapper(int bitDepth, int transfer, int matrix, bool fullRa
     // inner loop clips by looking up, without a branch a noisy highlight
     // would keep mispredicting.
     const float chromaMost = std::max(std::fabs(m_chroma.front()), std::fabs(m_chroma.back()));
-    const float shareMost = chromaMost * std::max({std::fabs(m_rCr), std::fabs(m_gCb) + std::fabs(m_gCr), std::fabs(m_bCb)});
+    const float shareMost =
+        chromaMost * std::max({std::fabs(m_rCr), std::fabs(m_gCb) + std::fabs(m_gCr), std::fabs(m_bCb)});
     m_toneOffset = int(std::ceil(shareMost - std::min(m_luma.front(), 0.0f))) + 2;
     const int highest = int(std::ceil(std::max(m_luma.back(), float(m_maxCode)) + shareMost)) + 2;
     const std::vector<uint8_t> tone = RgbConverter::toneTable(bitDepth, transfer);

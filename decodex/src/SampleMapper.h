@@ -27,7 +27,10 @@ public:
 
     // True when the planes can be mapped here; otherwise libheif converts.
     static bool supports(const Colour& colour);
-    static bool hdr(const Colour& colour) { return colour.fromFile && (colour.transfer == 16 || colour.transfer == 18); }
+    static bool hdr(const Colour& colour)
+    {
+        return colour.fromFile && (colour.transfer == 16 || colour.transfer == 18); // PQ, HLG
+    }
 
     SampleMapper(int bitDepth, const Colour& colour);
     ~SampleMapper();

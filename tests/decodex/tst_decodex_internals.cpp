@@ -344,9 +344,10 @@ private slots:
             QCOMPARE(a.fullRange, b.fullRange);
             QCOMPARE(a.matrix, b.matrix);
             for (int c = 0; c < a.components(); ++c) {
-                const int shift = c > 0 && a.chromaFormat != 3 ? 1 : 0;
-                const int width = (layout.tileWidth + shift) >> shift;
-                const int height = (layout.tileHeight + (a.chromaFormat == 1 ? shift : 0)) >> (a.chromaFormat == 1 ? shift : 0);
+                const int across = c > 0 && a.chromaFormat != 3 ? 1 : 0;
+                const int down = c > 0 && a.chromaFormat == 1 ? 1 : 0;
+                const int width = (layout.tileWidth + across) >> across;
+                const int height = (layout.tileHeight + down) >> down;
                 const int bytes = width * (a.bitDepth > 8 ? 2 : 1);
                 QVERIFY(a.planes[c].width >= width && a.planes[c].height >= height);
                 QVERIFY2(samples(a.planes[c], bytes, height) == samples(b.planes[c], bytes, height),
