@@ -3,6 +3,7 @@
 #include "TestSandbox.h"
 
 #include <QProcess>
+#include <QStandardPaths>
 #include <QtTest>
 
 #include <memory>
@@ -13,11 +14,16 @@ class tst_SingleInstance : public QObject
 
     // The copies inherit the test's temporary home, so a Pictova the
     // developer has open does not count.
+    static QString program()
+    {
+        return QStandardPaths::findExecutable("Pictova", {QCoreApplication::applicationDirPath()});
+    }
+
     static std::unique_ptr<QProcess> start()
     {
         auto process = std::make_unique<QProcess>();
         process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process->start(QCoreApplication::applicationDirPath() + "/Pictova", QStringList());
+        process->start(program(), QStringList());
         return process;
     }
 
@@ -31,7 +37,7 @@ class tst_SingleInstance : public QObject
 private slots:
     void secondCopyIsRefusedAndKilledCopyFreesTheLock()
     {
-        if (!QFileInfo(QCoreApplication::applicationDirPath() + "/Pictova").isExecutable())
+        if (program().isEmpty())
             QSKIP("the Pictova executable is not built beside the tests");
         qputenv("QT_QPA_PLATFORM", "offscreen");
         auto first = start();
