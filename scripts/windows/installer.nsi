@@ -76,10 +76,15 @@ FunctionEnd
 
 Function .onInit
   SetRegView 64
-  Call ChooseInstallMode
-  ; A folder given with /D= wins over the default.
+  ; A folder given with /D= wins over the default of either mode.
+  SetShellVarContext current
+  StrCpy $R9 0
   ${If} $INSTDIR == "$LOCALAPPDATA\Programs\Pictova"
-  ${AndIf} $AllUsers == 1
+    StrCpy $R9 1
+  ${EndIf}
+  Call ChooseInstallMode
+  ${If} $AllUsers == 1
+  ${AndIf} $R9 == 1
     StrCpy $INSTDIR "$PROGRAMFILES64\Pictova"
   ${EndIf}
 FunctionEnd
