@@ -4,7 +4,8 @@
 
 bool InstanceMutex::tryCreate(const QString& name)
 {
-    return Platform::acquireInstanceLock(name, &m_handle);
+    m_problem.clear();
+    return Platform::acquireInstanceLock(name, &m_handle, &m_problem);
 }
 
 bool InstanceMutex::release()

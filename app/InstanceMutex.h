@@ -13,7 +13,8 @@ public:
 
     // True when this process is the first holder of `name`, false when another
     // running copy already holds it. A lock that cannot be created at all
-    // counts as the first copy: better two windows than none.
+    // counts as the first copy (better two windows than none); problem() then
+    // says why.
     bool tryCreate(const QString& name);
 
     // Forgets the handle without giving the lock back: it must stay held until
@@ -21,8 +22,10 @@ public:
     bool release();
 
     quintptr handle() const { return m_handle; }
+    QString problem() const { return m_problem; }
 
 private:
     [[maybe_unused]] quintptr m_reserved = 0;
     quintptr m_handle = 0;
+    QString m_problem;
 };

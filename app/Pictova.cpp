@@ -4,6 +4,7 @@
 #include "API_VersionControl.h"
 #include "HeicFileTable.h"
 #include "MenuLinks.h"
+#include "PhotoFiles.h"
 #include "PhotoInfo.h"
 #include "PreviewHEIC.h"
 #include "SingalConverterHome.h"
@@ -13,15 +14,22 @@
 #include "VNStyleButton.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
 #include <QDesktopServices>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QLoggingCategory>
 #include <QMenu>
 #include <QScreen>
 #include <QTextOption>
+#include <QTimer>
+
+// What the window opened from its arguments or a later start; silent unless
+// asked for (QT_LOGGING_RULES="pictova.window.info=true").
+Q_LOGGING_CATEGORY(lcWindow, "pictova.window", QtWarningMsg)
 
 Pictova::Pictova(QWidget* parent)
     : QMainWindow(parent)
@@ -239,16 +247,103 @@ void Pictova::slot_addHeicFileToTable(QVector<QString> vStrPath)
     // instead of landing on an empty table.
     if (vStrPath.isEmpty() && !m_fileTable)
         return;
+    // Files and folders alike: a folder brings its photos and sub-folders.
+    openList(PhotoFiles::collect(QStringList(vStrPath.toList())));
+}
+
+void Pictova::openList(const PhotoFiles::Collected& collected)
+{
     if (!m_fileTable) {
+        if (collected.photos.isEmpty()) {
+            tell(PhotoFiles::addedText(collected, 0));
+            return;
+        }
+        openPageHeader(QStringLiteral("Convert Photos in Batch"));
         m_fileTable = new HeicFileTable(this);
         m_fileTable->setGeometry(ui->widget_Main->rect());
         ui->mainLayout->addWidget(m_fileTable);
-        m_fileTable->addFiles(vStrPath);
         m_fileTable->setDecoder(m_decoder);
+        destroyCurrentPage();
+        m_fileTable->show();
+        m_currentPage = m_fileTable;
     }
-    destroyCurrentPage();
-    m_fileTable->show();
-    m_currentPage = m_fileTable;
+    m_fileTable->addCollected(collected);
+}
+
+void Pictova::tell(const QString& text)
+{
+    if (text.isEmpty())
+        return;
+    // Never from inside a drop: the file manager waits for the drop to end.
+    QTimer::singleShot(0, this, [this, text] {
+        VNMessageBox box(text, VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+        box.exec();
+    });
+}
+
+void Pictova::bringToFront()
+{
+    if (isMinimized())
+        showNormal();
+    show();
+    raise();
+    activateWindow();
+}
+
+void Pictova::openFiles(const QStringList& paths)
+{
+    m_pendingFiles += paths;
+    openPendingFiles();
+}
+
+bool Pictova::pageIsBusy() const
+{
+    return (m_fileTable && m_fileTable->isRunning()) || (m_previewPage && m_previewPage->isConverting());
+}
+
+void Pictova::openPendingFiles()
+{
+    if (m_pendingFiles.isEmpty())
+        return;
+    // A page must not change under a question the person is answering, nor
+    // while it converts: the files wait until both are over.
+    if (QApplication::activeModalWidget() || pageIsBusy()) {
+        if (!m_pendingTimer) {
+            m_pendingTimer = new QTimer(this);
+            m_pendingTimer->setInterval(300);
+            connect(m_pendingTimer, &QTimer::timeout, this, &Pictova::openPendingFiles);
+        }
+        m_pendingTimer->start();
+        return;
+    }
+    if (m_pendingTimer)
+        m_pendingTimer->stop();
+    const QStringList paths = m_pendingFiles;
+    m_pendingFiles.clear();
+
+    const PhotoFiles::Collected collected = PhotoFiles::collect(paths);
+    // A list open (or about to be, on the batch drop page) takes them all.
+    const bool toList = m_fileTable || (m_dropPage && m_dropPage->isBatchMode())
+                        || collected.photos.size() > 1 || collected.fromFolder;
+    if (!collected.photos.isEmpty()) {
+        QStringList photos;
+        for (const InputScanner::Photo& photo : collected.photos)
+            photos << photo.path;
+        qCInfo(lcWindow).noquote() << (toList ? "list:" : "preview:") << photos.join(QLatin1Char(' '));
+    }
+    if (toList) {
+        openList(collected);
+        return;
+    }
+    if (!collected.photos.isEmpty()) {
+        // The preview page of another photo, or a drop page, makes way.
+        destroyCurrentPage();
+        openPageHeader(QStringLiteral("Conver Single Photo"));
+        ui->pushButton_BackHome->setStyleSheet(
+            QStringLiteral("text-align: right; color: #3598fe;margin-top:5px"));
+        slot_ToPreviewView(collected.photos.first().path);
+    }
+    tell(PhotoFiles::notTakenText(collected));
 }
 
 void Pictova::slot_ToHome()

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "DecoderLibrary.h"
+#include "PhotoFiles.h"
 #include "ShadowFrame.h"
 #include "SkinStyle.h"
 
 #include <QMainWindow>
 #include <QString>
+#include <QStringList>
 #include <QUrl>
 #include <QVector>
 
@@ -18,6 +20,7 @@ class PictovaClass;
 class QAction;
 class QLabel;
 class QMenu;
+class QTimer;
 class HeicFileTable;
 class PhotoInfo;
 class PreviewHEIC;
@@ -59,6 +62,14 @@ public:
     // page shipped with the program; empty when there is neither.
     QUrl linkTarget(int id, bool reportRefusal);
 
+    // Opens photos handed to the program (its arguments, a later start):
+    // into the batch list when one is open, else one photo on its own on the
+    // preview page, several photos or a folder on a new batch list. While a
+    // question is open or the page is converting, they wait for it.
+    void openFiles(const QStringList& paths);
+    // Shows the window in front of the others, restored if minimised.
+    void bringToFront();
+
     // The page now in the content area, or null on the home screen.
     QWidget* currentPage() const { return m_currentPage; }
     QMenu* toolsMenu() const { return m_toolsMenu.get(); }
@@ -97,6 +108,11 @@ private:
     void destroyCurrentPage();
     void openMenuLink(int id);
     void buildToolsMenu();
+    void openPendingFiles();
+    // Shows the batch list (made when there is none yet) with these photos.
+    void openList(const PhotoFiles::Collected& collected);
+    void tell(const QString& text);
+    bool pageIsBusy() const;
 
     std::unique_ptr<Ui::PictovaClass> ui;
     SkinStyle m_style;
@@ -111,6 +127,8 @@ private:
     HeicFileTable* m_fileTable = nullptr;
     TipDialog* m_exitTip = nullptr;
     bool m_quitConfirmed = false;
+    QStringList m_pendingFiles;
+    QTimer* m_pendingTimer = nullptr;
 
     // The menu has no parent widget (it pops up as its own window), so the
     // window owns it directly.

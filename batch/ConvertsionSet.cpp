@@ -3,6 +3,7 @@
 #include "StyleHelpers.h"
 #include "PhotoFiles.h"
 
+#include <QCheckBox>
 #include <QEvent>
 #include <QDir>
 #include <QFileDialog>
@@ -43,13 +44,18 @@ ConvertsionSet::ConvertsionSet(QWidget* parent)
                        static_cast<QWidget*>(ui->label_SavePath),
                        static_cast<QWidget*>(ui->label_SaveFolder),
                        static_cast<QWidget*>(ui->pushButton_OpenFolder),
-                       static_cast<QWidget*>(ui->pushButton_Convert)})
+                       static_cast<QWidget*>(ui->pushButton_Convert),
+                       static_cast<QWidget*>(ui->checkBox_BesidePhotos)})
         w->setFont(regular);
+    ui->widget_Choices->setTextFont(regular);
+    ui->widget_Choices->setRowSpacing(ui->verticalLayout_3->spacing());
+    ConversionChoices::styleCheckBox(ui->checkBox_BesidePhotos, m_skin.skinDir());
 
     const QString skin = m_skin.skinDir();
     ui->pushButton_OpenFolder->setImages(skin + "/Button/button100_normal.png",
                                          skin + "/Button/button100_hover.png",
-                                         skin + "/Button/button100_pressing.png");
+                                         skin + "/Button/button100_pressing.png",
+                                         skin + "/Button/button100_disable.png");
     ui->pushButton_Convert->setImages(skin + "/Button/button100_2_normal.png",
                                       skin + "/Button/button100_2_hover.png",
                                       skin + "/Button/button100_2_pressing.png");
@@ -61,6 +67,11 @@ ConvertsionSet::ConvertsionSet(QWidget* parent)
     connect(ui->pushButton_OpenFolder, SIGNAL(clicked()), this, SLOT(slot_OpenFolder()));
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Convert()));
     connect(ui->Slider, SIGNAL(valueChanged(int)), this, SLOT(slot_setQualityValue(int)));
+    connect(ui->widget_Choices, &ConversionChoices::optionsChanged, this, &ConvertsionSet::signal_SetOptions);
+    connect(ui->checkBox_BesidePhotos, &QCheckBox::toggled, this, [this](bool beside) {
+        showBesidePhotos(beside);
+        emit signal_BesidePhotos(beside);
+    });
 }
 
 ConvertsionSet::~ConvertsionSet()
@@ -70,7 +81,31 @@ ConvertsionSet::~ConvertsionSet()
 
 void ConvertsionSet::showSaveFolder(const QString& folder)
 {
-    const QString shown = QDir::toNativeSeparators(folder);
+    m_saveFolder = folder;
+    showBesidePhotos(ui->checkBox_BesidePhotos->isChecked());
+}
+
+void ConvertsionSet::showChoices(int quality, const ConversionOptions& options, bool besidePhotos)
+{
+    {
+        const QSignalBlocker quiet(ui->Slider);
+        ui->Slider->setValue(quality);
+    }
+    ui->label_QualityVakue->setText(QString::number(quality) + QLatin1Char('%'));
+    ui->widget_Choices->setOptions(options);
+    {
+        const QSignalBlocker quiet(ui->checkBox_BesidePhotos);
+        ui->checkBox_BesidePhotos->setChecked(besidePhotos);
+    }
+    showBesidePhotos(besidePhotos);
+}
+
+void ConvertsionSet::showBesidePhotos(bool besidePhotos)
+{
+    // Beside the photos there is no folder to pick.
+    ui->pushButton_OpenFolder->setEnabled(!besidePhotos);
+    const QString shown = besidePhotos ? tr("Each JPEG goes into the folder of its photo.")
+                                       : QDir::toNativeSeparators(m_saveFolder);
     ui->label_SaveFolder->setText(
         ui->label_SaveFolder->fontMetrics().elidedText(shown, Qt::ElideMiddle, 410));
     ui->label_SaveFolder->setToolTip(shown);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConversionOptions.h"
 #include "SkinStyle.h"
 #include "VNStyleDialog.h"
 
@@ -21,11 +22,16 @@ public:
     // Shows where the JPEGs will go (the chosen folder with its Vantora
     // sub-folder).
     void showSaveFolder(const QString& folder);
+    // Shows the choices in force (remembered from before) without emitting.
+    void showChoices(int quality, const ConversionOptions& options, bool besidePhotos);
 
 signals:
     void signal_SendSavePath(QString strPath);
     void signal_SetConvertQuality(int nValue);
     void signal_Convert();
+    void signal_SetOptions(const ConversionOptions& options);
+    // Each JPEG beside its photo (true) or into the chosen folder.
+    void signal_BesidePhotos(bool besidePhotos);
 
 public slots:
     void slot_OpenFolder();
@@ -40,6 +46,9 @@ protected:
     virtual QString chooseFolder();
 
 private:
+    void showBesidePhotos(bool besidePhotos);
+
     Ui::ConvertsionSet* ui;
+    QString m_saveFolder;
     SkinStyle m_skin;
 };

@@ -1,37 +1,28 @@
 #include "HeicFileTable.h"
 #include "ui_HeicFileTable.h"
 
-#include "BatchConvertProgress.h"
 #include "BatchRules.h"
-#include "ConvertThread.h"
 #include "ConvertsionSet.h"
+#include "FolderView.h"
 #include "OutputNaming.h"
-#include "PhotoFiles.h"
 #include "Platform.h"
+#include "SavedChoices.h"
 #include "TipDialog.h"
 #include "VNMessageBox.h"
 #include "VNStyleCheckBox.h"
-#include "WorkQueue.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QMimeData>
-#include <QMutexLocker>
 #include <QTableWidgetItem>
 #include <QTimer>
 
 #include <algorithm>
 
 namespace {
-
-// One scratch name per worker, in worker order. The workers keep the
-// pointers, so these must live as long as the program.
-const char* const kScratchNames[HeicFileTable::kWorkerCount] = {
-    "temp1.hevc", "temp2.hevc", "temp3.hevc", "temp4.hevc"};
 
 const int kColumnWidths[] = {84, 176, 190, 400};
 const int kRowHeight = 44;
@@ -53,43 +44,32 @@ HeicFileTable::HeicFileTable(QWidget* parent)
 {
     ui->setupUi(this);
     setUpTable();
+    m_choices = SavedChoices::output();
 
-    for (auto& worker : m_workers)
-        worker = new ConvertThread(this);
+    m_run = new BatchRunController(
+        this, [this](QDialog* dialog) { return runModal(dialog); },
+        [this](const QString& folder) { showFolder(folder); });
 
     connect(ui->pushButton_Clear, SIGNAL(clicked()), this, SLOT(slot_ClearTableView()));
     connect(ui->pushButton_Delete, SIGNAL(clicked()), this, SLOT(slot_DeleteTableItem()));
     connect(ui->pushButton_Add, SIGNAL(clicked()), this, SLOT(slot_AddItem()));
+    connect(ui->pushButton_AddFolder, &QPushButton::clicked, this, &HeicFileTable::slot_AddFolder);
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_BatchConvert()));
     connect(m_selectAll, SIGNAL(signal_StateChanged(int, int)), this,
             SLOT(slot_setAllCheckBoxState(int, int)));
-    connect(this, SIGNAL(signal_ConvertSuccessCount(int)), this, SLOT(slot_SetConvertProgress(int)));
-    connect(this, SIGNAL(signal_ConvertSuccessAll()), this, SLOT(slot_ConvertSuccess()));
-    for (ConvertThread* worker : m_workers) {
-        connect(worker, SIGNAL(signal_ConvertSuccess()), this, SLOT(slot_ConvertProgress()));
-        connect(worker, SIGNAL(signal_FileFailed(QString, QString)), this,
-                SLOT(slot_ConvertFailed(QString, QString)));
-        connect(worker, SIGNAL(finished()), this, SLOT(slot_WorkerFinished()));
-    }
+    // The run's progress reaches whoever listens to the page.
+    connect(m_run, SIGNAL(signal_ConvertSuccessCount(int)), this, SIGNAL(signal_ConvertSuccessCount(int)));
+    connect(m_run, SIGNAL(signal_ConvertSuccessAll()), this, SIGNAL(signal_ConvertSuccessAll()));
+    connect(m_run, &BatchRunController::signal_RunStateChanged, this, &HeicFileTable::runStateChanged);
     setAcceptDrops(true);
 }
 
 HeicFileTable::~HeicFileTable()
 {
-    // A QThread destroyed while it runs takes the process down, and a worker
-    // may be half way through a file. Each one finishes the file it holds
-    // (written whole or not at all) and then sees the flag.
-    WorkQueue::global().clear();
-    stopWorkersAndWait();
+    // The run goes first: its destructor waits for the photos in hand, whose
+    // reports must not reach a table that is half gone.
+    delete m_run;
     delete ui;
-}
-
-void HeicFileTable::stopWorkersAndWait()
-{
-    for (ConvertThread* worker : m_workers)
-        worker->setStopFlag(true);
-    for (ConvertThread* worker : m_workers)
-        worker->wait();
 }
 
 void HeicFileTable::setUpTable()
@@ -98,6 +78,9 @@ void HeicFileTable::setUpTable()
     ui->pushButton_Add->setImages(skin + "/Button/add_icon_normal.png",
                                   skin + "/Button/add_icon_hover.png",
                                   skin + "/Button/add_icon_pressing.png", QString());
+    ui->pushButton_AddFolder->setImages(skin + "/Button/addfolder_icon_normal.png",
+                                        skin + "/Button/addfolder_icon_hover.png",
+                                        skin + "/Button/addfolder_icon_pressing.png", QString());
     ui->pushButton_Delete->setImages(skin + "/Button/delete_icon_normal.png",
                                      skin + "/Button/delete_icon_hover.png",
                                      skin + "/Button/delete_icon_pressing.png",
@@ -190,12 +173,21 @@ void HeicFileTable::updateButtons()
 {
     const bool any = !m_files.isEmpty();
     const bool ticked = !m_tickedRows.isEmpty();
-    ui->pushButton_Clear->setEnabled(any && !m_running);
-    ui->pushButton_Delete->setEnabled(ticked && !m_running);
-    ui->pushButton_Add->setEnabled(!m_running);
+    const bool running = m_run->isRunning();
+    ui->pushButton_Clear->setEnabled(any && !running);
+    ui->pushButton_Delete->setEnabled(ticked && !running);
+    ui->pushButton_Add->setEnabled(!running);
     // One run at a time: Convert waits for the run on screen to end.
-    ui->pushButton_Convert->setEnabled(ticked && !m_running);
+    ui->pushButton_Convert->setEnabled(ticked && !running);
     m_selectAll->setEnabled(any);
+}
+
+void HeicFileTable::runStateChanged()
+{
+    updateButtons();
+    // A run may have taken a while; files may have gone meanwhile.
+    if (!m_run->isRunning())
+        refreshMissing();
 }
 
 QTableWidgetItem* HeicFileTable::missingItem() const
@@ -254,6 +246,12 @@ QStringList HeicFileTable::chooseFiles(const QString& startLocation)
                                          PhotoFiles::nameFilter());
 }
 
+QString HeicFileTable::chooseFolder(const QString& startLocation)
+{
+    return QFileDialog::getExistingDirectory(this, tr("Choose a Folder"), startLocation,
+                                             QFileDialog::ShowDirsOnly);
+}
+
 int HeicFileTable::runModal(QDialog* dialog)
 {
     return dialog->exec();
@@ -261,10 +259,22 @@ int HeicFileTable::runModal(QDialog* dialog)
 
 void HeicFileTable::showFolder(const QString& folder)
 {
-    Platform::openFolder(folder);
+    if (Platform::openFolder(folder))
+        return;
+    VNMessageBox box(FolderView::notShownText(folder), VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+    runModal(&box);
 }
 
 int HeicFileTable::addFiles(const QVector<QString>& paths)
+{
+    QVector<InputScanner::Photo> photos;
+    photos.reserve(paths.size());
+    for (const QString& path : paths)
+        photos.append({path, QString()});
+    return addPhotos(photos);
+}
+
+int HeicFileTable::addPhotos(const QVector<InputScanner::Photo>& photos)
 {
     QSet<QString> present;
     for (const QFileInfo& info : qAsConst(m_files))
@@ -272,14 +282,18 @@ int HeicFileTable::addFiles(const QVector<QString>& paths)
 
     QTableWidget* table = ui->tableWidget;
     int added = 0;
-    for (const QString& path : paths) {
-        const QFileInfo info(path);
+    for (const InputScanner::Photo& photo : photos) {
+        const QFileInfo info(photo.path);
         // A path that vanished between the chooser and here gets no row, and
         // a photo already listed is not listed twice.
         const QString key = QDir::cleanPath(info.absoluteFilePath());
         if (!info.exists() || present.contains(key))
             continue;
         present.insert(key);
+        if (photo.root.isEmpty())
+            m_roots.remove(key);
+        else
+            m_roots.insert(key, photo.root);
         m_files.append(info);
         const int row = m_files.size() - 1;
         table->setRowCount(m_files.size());
@@ -288,18 +302,24 @@ int HeicFileTable::addFiles(const QVector<QString>& paths)
         m_rowBoxes.last()->setCheckState(Qt::Checked);
         ++added;
     }
-    if (!paths.isEmpty())
-        PhotoFiles::rememberFolder(paths.last());
+    if (!photos.isEmpty())
+        PhotoFiles::rememberFolder(photos.last().root.isEmpty() ? photos.last().path : photos.last().root);
     showTotals();
     slot_setSelectAllCheckBoxState();
     updateButtons();
     return added;
 }
 
+int HeicFileTable::addCollected(const PhotoFiles::Collected& collected)
+{
+    const int added = addPhotos(collected.photos);
+    tellLater(PhotoFiles::addedText(collected, added));
+    return added;
+}
+
 void HeicFileTable::setDecoder(Heif2JpgFn decoder)
 {
-    if (decoder)
-        m_decoder = decoder;
+    m_run->setDecoder(decoder);
 }
 
 void HeicFileTable::rebuildTable()
@@ -344,9 +364,10 @@ void HeicFileTable::slot_ClearTable()
     ui->tableWidget->clearContents();
     ui->tableWidget->setRowCount(0);
     m_files.clear();
+    m_roots.clear();
     m_rowBoxes.clear();
     m_tickedRows.clear();
-    m_queuedPaths.clear();
+    m_run->clearQueuedPaths();
     ui->pushButton_Delete->setEnabled(false);
     ui->pushButton_Clear->setEnabled(false);
     if (m_clearTip) {
@@ -363,7 +384,7 @@ void HeicFileTable::slot_ClearTable()
 
 void HeicFileTable::slot_DeleteTableItem()
 {
-    if (m_running)
+    if (m_run->isRunning())
         return;
     // Exactly the ticked rows go, taken from the bottom up so the rows still
     // to remove keep their numbers.
@@ -389,32 +410,37 @@ void HeicFileTable::slot_AddItem()
     addFiles(chosen.toVector());
 }
 
+void HeicFileTable::slot_AddFolder()
+{
+    if (m_run->isRunning())
+        return;
+    const QString folder = chooseFolder(PhotoFiles::startFolder());
+    if (!folder.isEmpty())
+        addCollected(PhotoFiles::collect(QStringList{folder}));
+}
+
 void HeicFileTable::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (!m_running && event->mimeData()->hasUrls())
+    if (!m_run->isRunning() && event->mimeData()->hasUrls())
         event->acceptProposedAction();
 }
 
 void HeicFileTable::dropEvent(QDropEvent* event)
 {
-    int leftOut = 0;
-    const QStringList photos = PhotoFiles::heifPaths(event->mimeData()->urls(), &leftOut);
     event->acceptProposedAction();
-    addFiles(photos.toVector());
-    tellLeftOut(leftOut);
+    addCollected(PhotoFiles::collect(event->mimeData()->urls()));
 }
 
-void HeicFileTable::tellLeftOut(int leftOut)
+void HeicFileTable::tellLater(const QString& text)
 {
-    if (leftOut <= 0)
+    if (text.isEmpty())
         return;
     // Not from inside the drop: the file manager waits for the drop to end.
     QPointer<HeicFileTable> self(this);
-    QTimer::singleShot(0, this, [self, leftOut] {
+    QTimer::singleShot(0, this, [self, text] {
         if (!self)
             return;
-        VNMessageBox box(PhotoFiles::leftOutText(leftOut), VNMessageBox::defaultTitle(),
-                         VNMessageBox::Ok, self);
+        VNMessageBox box(text, VNMessageBox::defaultTitle(), VNMessageBox::Ok, self);
         self->runModal(&box);
     });
 }
@@ -462,13 +488,22 @@ void HeicFileTable::slot_setSelectAllCheckBoxState()
 
 void HeicFileTable::slot_BatchConvert()
 {
-    if (m_running || m_tickedRows.isEmpty())
+    if (m_run->isRunning() || m_tickedRows.isEmpty())
         return;
     auto* dialog = new ConvertsionSet(this);
     m_settings = dialog;
-    dialog->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
+    dialog->showSaveFolder(OutputNaming::openFolderPath(m_choices.saveFolder));
+    dialog->showChoices(m_choices.quality, m_choices.options, m_choices.besidePhotos);
     connect(dialog, SIGNAL(signal_SendSavePath(QString)), this, SLOT(slot_SavePath(QString)));
     connect(dialog, SIGNAL(signal_SetConvertQuality(int)), this, SLOT(slot_ConvertQuality(int)));
+    connect(dialog, &ConvertsionSet::signal_SetOptions, this, [this](const ConversionOptions& options) {
+        m_choices.options = options;
+        saveChoices();
+    });
+    connect(dialog, &ConvertsionSet::signal_BesidePhotos, this, [this](bool beside) {
+        m_choices.besidePhotos = beside;
+        saveChoices();
+    });
     connect(dialog, SIGNAL(signal_Convert()), this, SLOT(slot_StartConvert()));
     runModal(dialog);
     // Closed from its title bar without starting a run: nobody needs it.
@@ -481,15 +516,22 @@ void HeicFileTable::slot_BatchConvert()
 
 void HeicFileTable::slot_SavePath(QString strPath)
 {
-    m_savePath = strPath;
+    m_choices.saveFolder = strPath;
     PhotoFiles::rememberFolder(strPath);
+    saveChoices();
     if (m_settings)
-        m_settings->showSaveFolder(OutputNaming::openFolderPath(m_savePath));
+        m_settings->showSaveFolder(OutputNaming::openFolderPath(m_choices.saveFolder));
 }
 
 void HeicFileTable::slot_ConvertQuality(int nValue)
 {
-    m_quality = nValue;
+    m_choices.quality = nValue;
+    saveChoices();
+}
+
+void HeicFileTable::saveChoices() const
+{
+    SavedChoices::setOutput(m_choices);
 }
 
 void HeicFileTable::slot_StartConvert()
@@ -499,189 +541,48 @@ void HeicFileTable::slot_StartConvert()
         m_settings->deleteLater();
         m_settings = nullptr;
     }
-    if (m_running)
-        return;
-
-    // A run converts exactly the rows ticked for it, in tick order, into its
-    // own folder; nothing a cancelled run left over may join it.
-    WorkQueue::global().clear();
-    QStringList sources;
+    // The ticked rows in tick order, each photo once.
+    QStringList sources, roots;
     for (int row : qAsConst(m_tickedRows)) {
-        if (row >= 0 && row < m_files.size() && !sources.contains(m_files.at(row).filePath()))
+        if (row >= 0 && row < m_files.size() && !sources.contains(m_files.at(row).filePath())) {
             sources << m_files.at(row).filePath();
-    }
-    m_runFolder = OutputNaming::openFolderPath(m_savePath);
-    const QStringList targets = OutputNaming::runTargets(m_runFolder, sources);
-    for (int i = 0; i < sources.size(); ++i) {
-        m_queuedPaths.append(sources.at(i));
-        WorkQueue::global().put(ConvertJob{sources.at(i), targets.at(i)});
-    }
-
-    // A worker still running here is finishing the one file it held when
-    // the previous run ended. Waiting for it (at most that one file) lets
-    // every run start four workers with its own settings.
-    for (ConvertThread* worker : m_workers) {
-        if (worker->isRunning()) {
-            worker->setStopFlag(true);
-            worker->wait();
+            roots << m_roots.value(QDir::cleanPath(m_files.at(row).absoluteFilePath()));
         }
     }
-    {
-        QMutexLocker locker(&m_countLock);
-        m_successCount = 0;
-    }
-    m_runFailures.clear();
-    m_runTotal = sources.size();
-    m_running = true;
-    m_cancelling = false;
-    updateButtons();
-
-    for (ConvertThread* worker : m_workers)
-        worker->setDecoder(m_decoder);
-    for (ConvertThread* worker : m_workers)
-        worker->setQuality(m_quality);
-    for (ConvertThread* worker : m_workers)
-        worker->setSavePath(m_savePath);
-    for (int i = 0; i < kWorkerCount; ++i)
-        m_workers[size_t(i)]->setScratchFileName(kScratchNames[i]);
-    for (ConvertThread* worker : m_workers)
-        worker->setStopFlag(false);
-    for (ConvertThread* worker : m_workers)
-        worker->start(QThread::InheritPriority);
-
-    if (m_progress) {
-        m_progress->deleteLater();
-        m_progress = nullptr;
-    }
-    auto* dialog = new BatchConvertProgress(this);
-    m_progress = dialog;
-    dialog->setProgress(0, BatchRules::progressText(0, m_runTotal));
-    connect(dialog, SIGNAL(signal_CancelConvert()), this, SLOT(slot_StopConvert()));
-    connect(dialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
-    QPointer<BatchConvertProgress> shown(dialog);
-    runModal(dialog);
-    // The finished dialog stays on screen until the user closes it; once
-    // closed and no longer the current run's, it is of no further use.
-    if (shown && shown != m_progress && !shown->isVisible())
-        shown->deleteLater();
+    m_run->start(sources, roots, m_choices);
 }
 
 void HeicFileTable::slot_ConvertProgress()
 {
-    QMutexLocker locker(&m_countLock);
-    ++m_successCount;
-    // Delivered directly, so slot_SetConvertProgress runs inside the lock and
-    // must not take it again.
-    emit signal_ConvertSuccessCount(m_successCount);
+    m_run->slot_ConvertProgress();
 }
 
 void HeicFileTable::slot_ConvertFailed(const QString& source, const QString& reason)
 {
-    m_runFailures.append(qMakePair(source, reason));
-    countDone();
+    m_run->slot_ConvertFailed(source, reason);
 }
 
 void HeicFileTable::slot_SetConvertProgress(int nCurProgress)
 {
-    Q_UNUSED(nCurProgress)
-    countDone();
-}
-
-void HeicFileTable::countDone()
-{
-    if (!m_running)
-        return;
-    // Every photo ends converted or failed; both move the bar.
-    const int done = m_successCount + m_runFailures.size();
-    if (m_progress && !m_cancelling)
-        m_progress->setProgress(BatchRules::progressPercent(done, m_runTotal),
-                                BatchRules::progressText(done, m_runTotal));
-    if (done >= m_runTotal && !m_cancelling)
-        emit signal_ConvertSuccessAll();
+    m_run->slot_SetConvertProgress(nCurProgress);
 }
 
 void HeicFileTable::slot_WorkerFinished()
 {
-    // A run ends on its count (every job reports exactly once); only a
-    // cancelled run ends on its workers, once the photos in hand are done.
-    if (!m_cancelling)
-        return;
-    for (ConvertThread* worker : m_workers) {
-        if (worker->isRunning())
-            return;
-    }
-    finishCancel();
+    m_run->slot_WorkerFinished();
 }
 
 void HeicFileTable::slot_StopConvert()
 {
-    if (!m_running || m_cancelling)
-        return;
-    m_cancelling = true;
-    // Nothing not yet taken is converted; the photos in hand finish (whole
-    // or not at all) and are counted before the notice is shown.
-    WorkQueue::global().clear();
-    for (ConvertThread* worker : m_workers)
-        worker->setStopFlag(true);
-    if (m_progress)
-        m_progress->setCancelling();
-    slot_WorkerFinished();
-}
-
-void HeicFileTable::finishCancel()
-{
-    if (m_finishingCancel)
-        return;
-    // The last reports of the workers may still wait in the event queue
-    // behind an earlier "finished"; count them before telling the total.
-    m_finishingCancel = true;
-    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
-    m_finishingCancel = false;
-    m_cancelling = false;
-    m_running = false;
-    if (m_progress) {
-        m_progress->hide();
-        m_progress->deleteLater();
-        m_progress = nullptr;
-    }
-    updateButtons();
-    refreshMissing();
-    if (!m_stopTip) {
-        m_stopTip = new TipDialog(this);
-        m_stopTip->setConvertCancelledTip();
-        m_stopTip->setConvertedCount(m_successCount);
-        m_stopTip->setDetailText(BatchRules::cancelDetailText(m_runFailures.size(), m_runFolder));
-        connect(m_stopTip, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
-    }
-    TipDialog* tip = m_stopTip;
-    runModal(tip);
-    if (m_stopTip == tip)
-        m_stopTip = nullptr;
-    delete tip;
+    m_run->slot_StopConvert();
 }
 
 void HeicFileTable::slot_ConvertSuccess()
 {
-    if (!m_running)
-        return;
-    m_running = false;
-    if (m_progress)
-        m_progress->setFinished(m_successCount, m_runFailures, m_runFolder);
-    m_progress = nullptr;
-    for (ConvertThread* worker : m_workers)
-        worker->setStopFlag(true);
-    updateButtons();
-    refreshMissing();
+    m_run->slot_ConvertSuccess();
 }
 
 void HeicFileTable::slot_OpenFolder()
 {
-    const QString folder = m_runFolder.isEmpty() ? OutputNaming::openFolderPath(m_savePath)
-                                                 : m_runFolder;
-    showFolder(folder);
-    if (m_progress && !m_running) {
-        m_progress->close();
-        m_progress->deleteLater();
-        m_progress = nullptr;
-    }
+    m_run->openFolder(m_choices.saveFolder);
 }

@@ -1,18 +1,20 @@
 #pragma once
 
 #include "Heif2JpgFn.h"
+#include "PhotoFiles.h"
+#include "SavedChoices.h"
 #include "SkinStyle.h"
 
+#include "BatchRunController.h"
+
 #include <QFileInfo>
+#include <QHash>
 #include <QList>
-#include <QMutex>
 #include <QPair>
 #include <QPointer>
 #include <QStringList>
 #include <QVector>
 #include <QWidget>
-
-#include <array>
 
 class BatchConvertProgress;
 class ConvertThread;
@@ -27,11 +29,11 @@ class HeicFileTable;
 }
 
 // The batch page: a table of HEIC files with tick boxes, the count and size
-// of what it holds, and the run that converts the ticked rows with four
-// workers while a progress dialog counts the files written.
+// of what it holds, and the settings of a run. The run itself (queue,
+// workers, counts, result) is its BatchRunController's; the page's run slots
+// hand over to it.
 //
-// Everything here runs on the GUI thread; the workers only ever talk back
-// through queued signals.
+// Everything here runs on the GUI thread.
 class HeicFileTable : public QWidget
 {
     Q_OBJECT
@@ -43,28 +45,36 @@ public:
     // Adds the paths that exist and are not in the table yet, ticked, and
     // returns how many were added.
     int addFiles(const QVector<QString>& paths);
+    // The same for photos found in folders: each keeps the folder it was
+    // found in, and its JPEG goes below the output folder in the sub-folders
+    // between that folder and the photo.
+    int addPhotos(const QVector<InputScanner::Photo>& photos);
+    // Adds what a drop or a chosen folder held and tells the person what was
+    // added and left out (at once for a folder, or when anything was left
+    // out); returns how many were added.
+    int addCollected(const PhotoFiles::Collected& collected);
     // Ignored when null, so a missing library never replaces a bound one.
     void setDecoder(Heif2JpgFn decoder);
 
     // What the page holds, for the main window and for tests.
     const QList<QFileInfo>& files() const { return m_files; }
     const QList<int>& tickedRows() const { return m_tickedRows; }
-    const QStringList& queuedPaths() const { return m_queuedPaths; }
-    QString savePath() const { return m_savePath; }
-    int quality() const { return m_quality; }
-    int successCount() const { return m_successCount; }
-    // The run in progress (or the last one): photos it holds, its failures
-    // (source, reason) and the folder its JPEGs go to.
-    bool isRunning() const { return m_running; }
-    int runTotal() const { return m_runTotal; }
-    const QVector<QPair<QString, QString>>& runFailures() const { return m_runFailures; }
-    QString runFolder() const { return m_runFolder; }
+    const QStringList& queuedPaths() const { return m_run->queuedPaths(); }
+    QString savePath() const { return m_choices.saveFolder; }
+    int quality() const { return m_choices.quality; }
+    ConversionOptions options() const { return m_choices.options; }
+    bool besidePhotos() const { return m_choices.besidePhotos; }
+    // The run in progress, or the last one.
+    const BatchRunController& run() const { return *m_run; }
+    int successCount() const { return m_run->successCount(); }
+    bool isRunning() const { return m_run->isRunning(); }
+    const QVector<QPair<QString, QString>>& runFailures() const { return m_run->runFailures(); }
     // Rows whose file is no longer on disk, as last checked.
     bool isMissing(int row) const;
-    BatchConvertProgress* progressDialog() const { return m_progress; }
+    BatchConvertProgress* progressDialog() const { return m_run->progressDialog(); }
     ConvertsionSet* settingsDialog() const { return m_settings; }
-    ConvertThread* worker(int i) const { return m_workers.at(size_t(i)); }
-    static constexpr int kWorkerCount = 4;
+    ConvertThread* worker(int i) const { return m_run->worker(i); }
+    static constexpr int kWorkerCount = BatchRunController::kWorkerCount;
 
 signals:
     void signal_ConvertSuccessCount(int nCount);
@@ -76,6 +86,7 @@ public slots:
     void slot_ClearTable();
     void slot_DeleteTableItem();
     void slot_AddItem();
+    void slot_AddFolder();
     void slot_setAllCheckBoxState(int State, int nIndex);
     void slot_setSelectAllCheckBoxState();
     void slot_BatchConvert();
@@ -98,6 +109,7 @@ protected:
     // The places where the page waits for the user or hands off to the
     // system. Tests replace them so they need no real dialog or file manager.
     virtual QStringList chooseFiles(const QString& startLocation);
+    virtual QString chooseFolder(const QString& startLocation);
     virtual int runModal(QDialog* dialog);
     virtual void showFolder(const QString& folder);
 
@@ -110,11 +122,10 @@ private:
     void refreshMissing();
     // The size cell of a row whose file has gone.
     QTableWidgetItem* missingItem() const;
-    void countDone();
-    void finishCancel();
-    void tellLeftOut(int leftOut);
+    void tellLater(const QString& text);
+    void saveChoices() const;
     QList<VNStyleCheckBox*> liveRowBoxes() const;
-    void stopWorkersAndWait();
+    void runStateChanged();
 
     Ui::HeicFileTable* ui;
     SkinStyle m_skin;
@@ -127,23 +138,13 @@ private:
     QList<QPointer<VNStyleCheckBox>> m_rowBoxes;
     VNStyleCheckBox* m_selectAll = nullptr;
 
-    Heif2JpgFn m_decoder = nullptr;
-    QString m_savePath;
-    int m_quality = 100;
-    std::array<ConvertThread*, kWorkerCount> m_workers{};
-    QStringList m_queuedPaths;
+    // Folder, quality and options, as remembered from before and changed here.
+    SavedChoices::Output m_choices;
+    // The folder each photo was found in, by its path; none for a photo
+    // added on its own.
+    QHash<QString, QString> m_roots;
     ConvertsionSet* m_settings = nullptr;
-    int m_successCount = 0;
-    BatchConvertProgress* m_progress = nullptr;
-    QMutex m_countLock;
-    TipDialog* m_stopTip = nullptr;
-
-    bool m_running = false;
-    bool m_cancelling = false;
-    bool m_finishingCancel = false;
-    int m_runTotal = 0;
-    QVector<QPair<QString, QString>> m_runFailures;
-    QString m_runFolder;
+    BatchRunController* m_run = nullptr;
 
     QString m_lastAddedPath;
 };

@@ -1,35 +1,42 @@
 #!/usr/bin/env bash
-# What keeping the HDR gain map costs: converts one photo with a gain map
-# through the library with and without the map, alternating, and prints
-# min/median wall time and the JPEG sizes.
-#   bench/gainmap.sh PHOTO_WITH_GAIN_MAP.heic [REPETITIONS] [QUALITY] [BUILD_DIR]
+# What keeping the HDR gain map costs: converts each photo through the
+# library with and without the map, alternating run by run, and prints the
+# best wall time, the median CPU time (user + system) and the JPEG sizes.
+#   bench/gainmap.sh REPETITIONS QUALITY PHOTO_WITH_GAIN_MAP.heic... [BUILD=dir]
+# The photos of each kind phones write: build/bin/make-gainmap-photo IN.heic DIR
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-photo=${1:?photo with a gain map}
-reps=${2:-9}
-quality=${3:-100}
-build=${4:-$root/build}
+reps=${1:?repetitions}
+quality=${2:?quality}
+shift 2
+build=${BUILD:-$root/build}
 driver=$build/bin/heif2jpg-file
 [ -x "$driver" ] || { echo "build first: $driver missing" >&2; exit 1; }
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 echo "machine: $(nproc) cores, load $(cut -d' ' -f1-3 /proc/loadavg); quality $quality, $reps runs each, alternating"
-ms() { local s e; s=$(date +%s%N); "$@"; e=$(date +%s%N); echo $(((e - s) / 1000000)); }
-stats() { sort -n | awk '{a[NR]=$1} END {printf "%d %d\n", a[1], a[int((NR+1)/2)]}'; }
-"$driver" -q "$quality" "$photo" "$work/with.jpg"
-"$driver" -q "$quality" --no-gain-map "$photo" "$work/without.jpg"
-with=() without=()
-for ((i = 0; i < reps; i++)); do
-  with+=("$(ms "$driver" -q "$quality" "$photo" "$work/with.jpg")")
-  without+=("$(ms "$driver" -q "$quality" --no-gain-map "$photo" "$work/without.jpg")")
+min() { sort -n | head -1; }
+median() { sort -n | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}'; }
+# One run: prints "wall_ms cpu_ms".
+run() {
+  local s e
+  s=$(date +%s%N)
+  /usr/bin/time -f "%U %S" -o "$work/t" "$driver" -q "$quality" "$@" >/dev/null
+  e=$(date +%s%N)
+  echo "$(((e - s) / 1000000)) $(awk '{printf "%d", ($1 + $2) * 1000}' "$work/t")"
+}
+echo "| photo | map | best wall ms | median CPU ms | JPEG bytes |"
+echo "| --- | --- | ---: | ---: | ---: |"
+for photo in "$@"; do
+  : >"$work/with"; : >"$work/without"
+  for ((i = 0; i < reps; i++)); do
+    run "$photo" "$work/with.jpg" >>"$work/with"
+    run --no-gain-map "$photo" "$work/without.jpg" >>"$work/without"
+  done
+  name=$(basename "$photo" .heic)
+  for kind in without with; do
+    wall=$(cut -d' ' -f1 "$work/$kind" | min); cpu=$(cut -d' ' -f2 "$work/$kind" | median)
+    echo "| $name | $kind | $wall | $cpu | $(stat -c %s "$work/$kind.jpg") |"
+  done
 done
-read -r wmin wmed < <(printf '%s\n' "${with[@]}" | stats)
-read -r omin omed < <(printf '%s\n' "${without[@]}" | stats)
-wsize=$(stat -c %s "$work/with.jpg"); osize=$(stat -c %s "$work/without.jpg")
-echo "| | min ms | median ms | JPEG bytes |"
-echo "| --- | ---: | ---: | ---: |"
-echo "| without the gain map | $omin | $omed | $osize |"
-echo "| with the gain map | $wmin | $wmed | $wsize |"
-awk -v a="$wmed" -v b="$omed" -v c="$wsize" -v d="$osize" \
-  'BEGIN {printf "time: %+.1f %% (median), size: %+.1f %%\n", (a / b - 1) * 100, (c / d - 1) * 100}'

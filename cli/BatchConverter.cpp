@@ -67,6 +67,7 @@ BatchConverter::Result BatchConverter::convert(const QVector<ConvertJob>& work, 
         ConvertThread* worker = m_workers[size_t(i)].get();
         worker->setDecoder(m_decoder);
         worker->setQuality(quality);
+        worker->setOptions(m_options);
         worker->setSavePath(savePath);
         worker->setScratchFileName(m_scratchNames[size_t(i)].constData());
         worker->setStopFlag(false);

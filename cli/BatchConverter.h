@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConversionOptions.h"
 #include "Heif2JpgFn.h"
 #include "WorkQueue.h"
 
@@ -59,6 +60,9 @@ public:
     // The desktop program's rules for every photo.
     Result convert(const QStringList& sources, const QString& savePath, int quality, int jobs);
 
+    // Applied to every photo of the runs that follow.
+    void setOptions(const ConversionOptions& options) { m_options = options; }
+
     void stop();
     bool isRunning() const { return m_loop != nullptr; }
 
@@ -73,6 +77,7 @@ private:
     void workerFailedHere(const QString& reason);
 
     Heif2JpgFn m_decoder;
+    ConversionOptions m_options;
     // The scratch names must outlive the workers that point at them.
     std::vector<QByteArray> m_scratchNames;
     std::vector<std::unique_ptr<ConvertThread>> m_workers;

@@ -35,7 +35,14 @@ CommandLine::CommandLine()
                 text("LIBRARY")),
       m_noGainMap(text("no-gain-map"),
                   text("Leave out the HDR gain map that recent phones store beside the photo "
-                       "(kept by default, so HDR screens show the highlights brighter)."))
+                       "(kept by default, so HDR screens show the highlights brighter).")),
+      m_maxSize(text("max-size"),
+                text("Shrink photos whose longer side is more than PX pixels to that size, "
+                     "keeping their shape (default: every photo at its own size)."),
+                text("PX")),
+      m_noLocation(text("no-location"),
+                   text("Leave out where the photos were taken (the GPS position in EXIF and "
+                        "XMP); the date and everything else are kept."))
 {
     m_parser.setApplicationDescription(text(
         "Converts HEIC/HEIF photos to JPEG files. Each JPEG is written beside its photo,\n"
@@ -67,7 +74,7 @@ CommandLine::CommandLine()
     m_parser.addVersionOption();
     m_decoder.setFlags(QCommandLineOption::HiddenFromHelp);
     m_parser.addOptions({m_quality, m_output, m_jobs, m_memory, m_recursive, m_noClobber,
-                         m_noGainMap, m_decoder});
+                         m_maxSize, m_noLocation, m_noGainMap, m_decoder});
     m_parser.addPositionalArgument(text("FILE|FOLDER"), text("HEIC photos, or folders of them."),
                                    text("FILE|FOLDER..."));
 }
@@ -107,6 +114,14 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
                              .arg(m_parser.value(m_memory)));
     }
 
+    if (m_parser.isSet(m_maxSize)) {
+        m_options.conversion.maxLongSide = m_parser.value(m_maxSize).toInt(&ok);
+        if (!ok || m_options.conversion.maxLongSide < 1 || m_options.conversion.maxLongSide > kMaxSize)
+            return usage(text("max-size must be a whole number of pixels from 1 to %1, not \"%2\"")
+                             .arg(kMaxSize)
+                             .arg(m_parser.value(m_maxSize)));
+    }
+
     if (m_parser.isSet(m_output)) {
         m_options.outputFolder = m_parser.value(m_output);
         if (m_options.outputFolder.isEmpty())
@@ -114,7 +129,8 @@ CommandLine::Action CommandLine::parse(const QStringList& arguments)
     }
     m_options.recursive = m_parser.isSet(m_recursive);
     m_options.noClobber = m_parser.isSet(m_noClobber);
-    m_options.gainMap = !m_parser.isSet(m_noGainMap);
+    m_options.conversion.keepGainMap = !m_parser.isSet(m_noGainMap);
+    m_options.conversion.keepLocation = !m_parser.isSet(m_noLocation);
     m_options.decoderPath = m_parser.value(m_decoder);
     m_options.inputs = m_parser.positionalArguments();
     if (m_options.inputs.isEmpty())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ConversionOptions.h"
+
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QString>
@@ -15,6 +17,8 @@ public:
     // Each worker holds a whole decoded photo (a 48 MP picture is about
     // 150 MB), so more than this only trades speed for swapping.
     static constexpr int kMaxJobs = 64;
+    // The largest side a photo can have at all.
+    static constexpr int kMaxSize = 65535;
 
     struct Options
     {
@@ -23,7 +27,7 @@ public:
         int memoryMB = 0;     // working memory of all photos in flight; 0: a quarter of the machine's
         bool recursive = false;
         bool noClobber = false;
-        bool gainMap = true;  // keep an HDR gain map in the JPEG
+        ConversionOptions conversion; // --max-size, --no-location, --no-gain-map
         QString outputFolder; // as given; empty: beside each photo
         QString decoderPath;  // empty: the Decodex beside the program
         QStringList inputs;   // files and folders, as given
@@ -50,6 +54,8 @@ private:
     QCommandLineOption m_noClobber;
     QCommandLineOption m_decoder;
     QCommandLineOption m_noGainMap;
+    QCommandLineOption m_maxSize;
+    QCommandLineOption m_noLocation;
     Options m_options;
     QString m_error;
 };

@@ -33,6 +33,7 @@ public:
 
     void setStopFlag(bool stop);
     void setQuality(int quality);
+    void setOptions(const ConversionOptions& options) { m_decoder.setOptions(options); }
     void setSavePath(const QString& path);
     // The string must outlive the worker (pass a string literal). Our
     // decoding library ignores it; it keeps the call contract.

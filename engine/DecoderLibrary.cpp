@@ -20,8 +20,22 @@ struct Partners
     Heif2JpgFn convert;
     Heif2JpgCapacityFn capacity;
     Heif2JpgThumbnailFn thumbnail;
+    Heif2JpgWithOptionsFn withOptions;
 };
 std::vector<Partners> g_pairs;
+
+// One function of the library `convert` came from; null when unknown.
+template <typename Fn>
+Fn partnerOf(Heif2JpgFn convert, Fn Partners::*function)
+{
+    if (!convert)
+        return nullptr;
+    const std::lock_guard<std::mutex> lock(g_pairsLock);
+    for (const Partners& partners : g_pairs)
+        if (partners.convert == convert)
+            return partners.*function;
+    return nullptr;
+}
 
 template <typename Fn>
 Fn resolve(const QString& library, const char* symbol, QString* error = nullptr)
@@ -39,16 +53,15 @@ DecoderLibrary::Functions DecoderLibrary::bindFrom(const QString& libraryPath)
         return functions;
     functions.capacity = resolve<Heif2JpgCapacityFn>(libraryPath, "heif2jpg_capacity");
     functions.errorText = resolve<Heif2JpgErrorTextFn>(libraryPath, "heif2jpg_error_text");
-    functions.convertWithoutGainMap = resolve<Heif2JpgFn>(libraryPath, "heif2jpg_no_gain_map");
     functions.thumbnail = resolve<Heif2JpgThumbnailFn>(libraryPath, "heif2jpg_thumbnail");
+    functions.withOptions = resolve<Heif2JpgWithOptionsFn>(libraryPath, "heif2jpg_with_options");
     registerCapacity(functions.convert, functions.capacity);
-    registerCapacity(functions.convertWithoutGainMap, functions.capacity);
-    if (functions.thumbnail) {
-        const std::lock_guard<std::mutex> lock(g_pairsLock);
-        for (Partners& partners : g_pairs)
-            if (partners.convert == functions.convert
-                || partners.convert == functions.convertWithoutGainMap)
-                partners.thumbnail = functions.thumbnail;
+    const std::lock_guard<std::mutex> lock(g_pairsLock);
+    for (Partners& partners : g_pairs) {
+        if (partners.convert == functions.convert) {
+            partners.thumbnail = functions.thumbnail;
+            partners.withOptions = functions.withOptions;
+        }
     }
     return functions;
 }
@@ -82,24 +95,17 @@ DecoderLibrary::Functions DecoderLibrary::bind()
 
 Heif2JpgCapacityFn DecoderLibrary::capacityFor(Heif2JpgFn convert)
 {
-    if (!convert)
-        return nullptr;
-    const std::lock_guard<std::mutex> lock(g_pairsLock);
-    for (const Partners& partners : g_pairs)
-        if (partners.convert == convert)
-            return partners.capacity;
-    return nullptr;
+    return partnerOf(convert, &Partners::capacity);
 }
 
 Heif2JpgThumbnailFn DecoderLibrary::thumbnailFor(Heif2JpgFn convert)
 {
-    if (!convert)
-        return nullptr;
-    const std::lock_guard<std::mutex> lock(g_pairsLock);
-    for (const Partners& partners : g_pairs)
-        if (partners.convert == convert)
-            return partners.thumbnail;
-    return nullptr;
+    return partnerOf(convert, &Partners::thumbnail);
+}
+
+Heif2JpgWithOptionsFn DecoderLibrary::withOptionsFor(Heif2JpgFn convert)
+{
+    return partnerOf(convert, &Partners::withOptions);
 }
 
 void DecoderLibrary::registerCapacity(Heif2JpgFn convert, Heif2JpgCapacityFn capacity)
@@ -113,5 +119,5 @@ void DecoderLibrary::registerCapacity(Heif2JpgFn convert, Heif2JpgCapacityFn cap
             return;
         }
     }
-    g_pairs.push_back({convert, capacity, nullptr});
+    g_pairs.push_back({convert, capacity, nullptr, nullptr});
 }

@@ -18,10 +18,10 @@ public:
     struct Functions
     {
         Heif2JpgFn convert = nullptr;
-        Heif2JpgFn convertWithoutGainMap = nullptr; // optional: the same without an HDR gain map
         Heif2JpgCapacityFn capacity = nullptr;   // optional: sizes the output buffer
         Heif2JpgErrorTextFn errorText = nullptr; // optional
         Heif2JpgThumbnailFn thumbnail = nullptr; // optional: the preview's first picture
+        Heif2JpgWithOptionsFn withOptions = nullptr; // optional: resize, location, gain map
         QString error;                           // why `convert` is null
 
         bool isBound() const { return convert != nullptr; }
@@ -48,4 +48,8 @@ public:
 
     // The thumbnail function from the same library as `convert`, or null.
     static Heif2JpgThumbnailFn thumbnailFor(Heif2JpgFn convert);
+
+    // The conversion with options from the same library as `convert`, or
+    // null (a library older than the options).
+    static Heif2JpgWithOptionsFn withOptionsFor(Heif2JpgFn convert);
 };

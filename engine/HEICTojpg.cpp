@@ -31,6 +31,7 @@ void HEICTojpg::setPreviewSize(const QSize& box)
 void HEICTojpg::run()
 {
     HeicDecoder decoder(m_decoderFn);
+    decoder.setOptions(m_options);
     HeicDecoder::Result result =
         decoder.convertFile(m_filePath, m_quality, kScratchFileName, [&](const QByteArray& input) {
             const QImage thumbnail = decoder.thumbnail(input);

@@ -45,6 +45,7 @@ public:
     ~HEICTojpg() override;
 
     void setQuality(int quality);
+    void setOptions(const ConversionOptions& options) { m_options = options; }
     // When set, the picture is read from the JPEG at about this size (libjpeg
     // scales while decoding, which is much cheaper than a full-size read for
     // a 12 MP photo shown in a 510 x 340 label). width and height in the
@@ -76,6 +77,7 @@ private:
     QString m_filePath;
     std::atomic<qint32> m_fileSize{0};
     int m_quality = 100;
+    ConversionOptions m_options;
     QSize m_previewSize;
     QByteArray m_jpeg;
     QString m_failure;

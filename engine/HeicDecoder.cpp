@@ -31,8 +31,8 @@ bool looksLikeJpeg(const uint8_t* data, int32_t size)
 // buffer is only allocated, not cleared: the system maps the pages the
 // encoder touches, so a generous capacity costs address space, not memory,
 // and the JPEG is trimmed in place rather than copied.
-int32_t callLibrary(Heif2JpgFn convert, const QByteArray& input, int quality,
-                    const char* scratchName, int32_t capacity, QByteArray& jpeg)
+int32_t callLibrary(Heif2JpgFn convert, Heif2JpgWithOptionsFn withOptions, const decodex_options& options,
+                    const char* scratchName, const QByteArray& input, int32_t capacity, QByteArray& jpeg)
 {
     QByteArray output;
     try {
@@ -41,8 +41,10 @@ int32_t callLibrary(Heif2JpgFn convert, const QByteArray& input, int quality,
         return DECODEX_ERR_ENCODE_FAILED;
     }
     auto* data = reinterpret_cast<uint8_t*>(output.data());
-    const int32_t written = convert(reinterpret_cast<const uint8_t*>(input.constData()),
-                                    int32_t(input.size()), quality, data, capacity, scratchName);
+    const auto* bytes = reinterpret_cast<const uint8_t*>(input.constData());
+    const int32_t written = withOptions
+        ? withOptions(bytes, int32_t(input.size()), &options, data, capacity)
+        : convert(bytes, int32_t(input.size()), options.quality, data, capacity, scratchName);
     if (written > 0 && written <= capacity && looksLikeJpeg(data, written)) {
         output.resize(written);
         output.squeeze();
@@ -109,8 +111,26 @@ HeicDecoder::Result HeicDecoder::decodeToJpeg(const QByteArray& input, int quali
     if (const Heif2JpgCapacityFn bound = DecoderLibrary::capacityFor(m_convert))
         capacity = qMax(capacity, bound(bytes, size, quality));
 
+    // Without options the plain export does, and every library has that.
+    Heif2JpgWithOptionsFn withOptions = nullptr;
+    if (!m_options.isDefault()) {
+        withOptions = DecoderLibrary::withOptionsFor(m_convert);
+        if (!withOptions) {
+            result.failure = tr("the decoding library is too old to shrink photos or leave out their "
+                                "location or gain map");
+            return result;
+        }
+    }
+    decodex_options options = {};
+    options.version = DECODEX_OPTIONS_VERSION;
+    options.quality = quality;
+    options.max_long_side = qMax(m_options.maxLongSide, 0);
+    options.flags = (m_options.keepLocation ? 0u : DECODEX_OPTION_NO_LOCATION)
+                    | (m_options.keepGainMap ? 0u : DECODEX_OPTION_NO_GAIN_MAP);
+
     const MemoryBudget::Lease lease(MemoryBudget::global(), workingMemory(size, capacity));
-    const int32_t written = callLibrary(m_convert, input, quality, scratchName, capacity, result.jpeg);
+    const int32_t written =
+        callLibrary(m_convert, withOptions, options, scratchName, input, capacity, result.jpeg);
     if (!result.jpeg.isEmpty())
         return result;
     result.failure = written < 0 ? describeError(written)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConversionOptions.h"
 #include "Heif2JpgFn.h"
 
 #include <QByteArray>
@@ -35,6 +36,11 @@ public:
 
     void setDecoder(Heif2JpgFn convert) { m_convert = convert; }
     Heif2JpgFn decoder() const { return m_convert; }
+
+    // Applied to every later decode; a library without the options export
+    // then fails each photo with a reason rather than ignoring them.
+    void setOptions(const ConversionOptions& options) { m_options = options; }
+    ConversionOptions options() const { return m_options; }
 
     // Size of the last file measured by readHeicFile(); 0 before the first.
     qint32 fileSize() const { return m_fileSize; }
@@ -87,5 +93,6 @@ public:
 
 private:
     Heif2JpgFn m_convert = nullptr;
+    ConversionOptions m_options;
     qint32 m_fileSize = 0;
 };

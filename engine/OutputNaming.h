@@ -46,6 +46,24 @@ public:
     // " (3)"... before ".jpg", so no photo of a run replaces another. Names
     // are compared without regard to case, as on Windows and macOS disks.
     static QStringList runTargets(const QString& folder, const QStringList& sources);
+    // The same for photos that go into folders of their own (`folders`, one
+    // per source): names are kept apart within each folder. With
+    // `keepExisting` a file already at a name is kept too, and the JPEG
+    // takes the next free " (n)": beside the photos, a camera's own JPEG of
+    // the same name must never be replaced.
+    static QStringList runTargets(const QStringList& folders, const QStringList& sources, bool keepExisting);
+
+    // The folder each photo of a run goes into: `runFolder`, with the
+    // sub-folders between the folder a photo was added from (`roots`, one per
+    // source; empty for a photo added on its own) and the photo made again
+    // below it, as pictova-convert -r -o does; or, `besidePhotos`, the
+    // photo's own folder.
+    static QStringList runFolders(const QString& runFolder, const QStringList& sources, const QStringList& roots,
+                                  bool besidePhotos);
+
+    // The deepest folder that holds all of `folders` (what "Open Folder"
+    // shows when the JPEGs went beside their photos); empty for none.
+    static QString commonFolder(const QStringList& folders);
 
     // The command-line converter's name: a HEIF ending (".heic", ".heif",
     // ".hif", any case) replaced by ".jpg", any other name with ".jpg"

@@ -1,10 +1,10 @@
 #include "PhotoFiles.h"
 
+#include "SavedChoices.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QStandardPaths>
 
 #include <libexif/exif-data.h>
@@ -12,9 +12,6 @@
 #include <memory>
 
 namespace {
-
-QMutex g_folderLock;
-QString g_lastFolder;
 
 QDateTime exifDate(ExifData* data, ExifTag tag)
 {
@@ -63,6 +60,73 @@ QString PhotoFiles::leftOutText(int leftOut)
               .arg(leftOut);
 }
 
+PhotoFiles::Collected PhotoFiles::collect(const QStringList& paths)
+{
+    Collected collected;
+    const InputScanner::Result scan = InputScanner::scan(paths, true);
+    for (const InputScanner::Photo& photo : scan.photos) {
+        // A file named on its own is taken for its name, as in a chooser.
+        if (photo.root.isEmpty() && !isHeifName(photo.path))
+            ++collected.leftOut;
+        else
+            collected.photos.append(photo);
+        collected.fromFolder = collected.fromFolder || !photo.root.isEmpty();
+    }
+    for (const QString& path : paths)
+        collected.fromFolder = collected.fromFolder || QFileInfo(path).isDir();
+    collected.leftOut += scan.otherFiles;
+    for (const InputScanner::Problem& problem : scan.failed)
+        collected.unreadable << QDir::toNativeSeparators(problem.path) + QStringLiteral(": ") + problem.reason;
+    return collected;
+}
+
+PhotoFiles::Collected PhotoFiles::collect(const QList<QUrl>& urls)
+{
+    QStringList paths;
+    int others = 0;
+    for (const QUrl& url : urls) {
+        const QString path = url.toLocalFile();
+        if (path.isEmpty())
+            ++others;
+        else
+            paths << path;
+    }
+    Collected collected = collect(paths);
+    collected.leftOut += others;
+    return collected;
+}
+
+QString PhotoFiles::notTakenText(const Collected& collected)
+{
+    QStringList lines;
+    if (collected.leftOut > 0)
+        lines << leftOutText(collected.leftOut);
+    if (!collected.unreadable.isEmpty())
+        lines << QCoreApplication::translate("PhotoFiles", "These could not be read:") + QLatin1Char('\n')
+                     + collected.unreadable.join(QLatin1Char('\n'));
+    return lines.join(QStringLiteral("\n\n"));
+}
+
+QString PhotoFiles::addedText(const Collected& collected, int added)
+{
+    QStringList parts;
+    if (collected.fromFolder) {
+        QString text = added == 1 ? QCoreApplication::translate("PhotoFiles", "1 photo was added.")
+                                  : QCoreApplication::translate("PhotoFiles", "%1 photos were added.").arg(added);
+        const int listed = collected.photos.size() - added;
+        if (listed > 0)
+            text += QLatin1Char(' ')
+                    + (listed == 1 ? QCoreApplication::translate("PhotoFiles", "1 was in the list already.")
+                                   : QCoreApplication::translate("PhotoFiles", "%1 were in the list already.")
+                                         .arg(listed));
+        parts << text;
+    }
+    const QString notTaken = notTakenText(collected);
+    if (!notTaken.isEmpty())
+        parts << notTaken;
+    return parts.join(QStringLiteral("\n\n"));
+}
+
 QString PhotoFiles::nameFilter()
 {
     return QStringLiteral("Image Files(*.HEIC *.HEIF *.HIF)");
@@ -70,11 +134,9 @@ QString PhotoFiles::nameFilter()
 
 QString PhotoFiles::startFolder()
 {
-    {
-        QMutexLocker locker(&g_folderLock);
-        if (!g_lastFolder.isEmpty() && QFileInfo(g_lastFolder).isDir())
-            return g_lastFolder;
-    }
+    const QString last = SavedChoices::lastFolder();
+    if (!last.isEmpty())
+        return last;
     const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
     if (!pictures.isEmpty() && QFileInfo(pictures).isDir())
         return pictures;
@@ -86,9 +148,7 @@ void PhotoFiles::rememberFolder(const QString& fileOrFolder)
     if (fileOrFolder.isEmpty())
         return;
     const QFileInfo info(fileOrFolder);
-    const QString folder = info.isDir() ? info.absoluteFilePath() : info.absolutePath();
-    QMutexLocker locker(&g_folderLock);
-    g_lastFolder = folder;
+    SavedChoices::setLastFolder(info.isDir() ? info.absoluteFilePath() : info.absolutePath());
 }
 
 QDateTime PhotoFiles::captureDate(const QByteArray& jpeg)

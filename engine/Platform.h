@@ -18,9 +18,23 @@ public:
     // time. True when this process is the first holder, false when another
     // running process holds it. `handle` receives the lock's handle (0 when
     // none); the lock is never given back: the system drops it when the
-    // process ends, crashes included. A lock that cannot be made at all
-    // counts as held by us, so a broken set-up never stops the program.
-    static bool acquireInstanceLock(const QString& name, quintptr* handle);
+    // process ends, crashes included. The lock lives where only this user
+    // can reach it (a session-local mutex on Windows, a file in a folder
+    // that only the user owns elsewhere), so nobody else can take it. A lock
+    // that cannot be made at all counts as held by us, so a broken set-up
+    // never stops the program; `problem` then says why (empty otherwise).
+    static bool acquireInstanceLock(const QString& name, quintptr* handle,
+                                    QString* problem = nullptr);
+
+    // The name the first copy's QLocalServer listens on, for later starts of
+    // the same user in the same session: a socket beside the lock file here,
+    // a per-user, per-session pipe name on Windows. Empty when there is no
+    // safe place for it (`problem` says why).
+    static QString instanceChannelName(const QString& name, QString* problem = nullptr);
+
+    // Lets the running copy bring its window to the front when this process
+    // hands it work (Windows only lets the foreground process do that).
+    static void allowForegroundHandoff();
 
     // The file name a shared library with this base name has here:
     // "Decodex.dll" on Windows, "libDecodex.so" on Linux.

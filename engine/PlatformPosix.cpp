@@ -13,42 +13,109 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-bool Platform::acquireInstanceLock(const QString& name, quintptr* handle)
+namespace {
+
+// A folder that only this user can enter, for the lock and the socket:
+// $XDG_RUNTIME_DIR when it is set and sound, else "pictova-UID" in the
+// temporary folder, made 0700 here. Anybody may make a folder of that name
+// in /tmp first, so it is checked through the descriptor we opened (no link
+// followed): it must be ours and closed to everyone else. Empty when no such
+// folder can be had; `problem` says why.
+QString privateFolder(QString* problem)
+{
+    const uid_t uid = ::getuid();
+    auto sound = [uid](const QString& path, bool fixMode, QString* why) {
+        const int fd = ::open(QFile::encodeName(path).constData(),
+                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd < 0) {
+            *why = QStringLiteral("cannot open %1: %2").arg(path, QString::fromLocal8Bit(strerror(errno)));
+            return false;
+        }
+        struct stat info = {};
+        bool ok = ::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode);
+        if (ok && info.st_uid != uid) {
+            *why = QStringLiteral("%1 belongs to another user").arg(path);
+            ok = false;
+        } else if (ok && (info.st_mode & 077) != 0 && !(fixMode && ::fchmod(fd, 0700) == 0)) {
+            *why = QStringLiteral("%1 is open to other users").arg(path);
+            ok = false;
+        }
+        ::close(fd);
+        return ok;
+    };
+
+    QString why;
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty() && sound(runtime, false, &why))
+        return runtime;
+    QString problems = runtime.isEmpty() ? QString() : why + QStringLiteral("; ");
+    const QString folder = QStringLiteral("%1/pictova-%2").arg(QDir::tempPath()).arg(uid);
+    if (::mkdir(QFile::encodeName(folder).constData(), 0700) != 0 && errno != EEXIST) {
+        why = QStringLiteral("cannot make %1: %2").arg(folder, QString::fromLocal8Bit(strerror(errno)));
+    } else if (sound(folder, true, &why)) {
+        return folder;
+    }
+    if (problem)
+        *problem = problems + why;
+    return QString();
+}
+
+} // namespace
+
+bool Platform::acquireInstanceLock(const QString& name, quintptr* handle, QString* problem)
 {
     *handle = 0;
-    // The runtime folder is per user and per session, like the name space of
-    // a Windows named mutex. flock() belongs to the open file, so the kernel
-    // drops it when the process dies, however it dies.
-    // Without a runtime folder (a bare session), the shared temp folder with
-    // the user id in the name keeps users apart; a file another user made
-    // there only fails the open, which counts as the first copy.
-    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (folder.isEmpty() || !QDir(folder).exists())
-        folder = QDir::tempPath();
-    const QString path =
-        QStringLiteral("%1/%2-%3.lock").arg(folder, name, QString::number(::getuid()));
+    // flock() belongs to the open file, so the kernel drops it when the
+    // process dies, however it dies.
+    QString why;
+    const QString folder = privateFolder(&why);
+    if (folder.isEmpty()) {
+        if (problem)
+            *problem = QStringLiteral("no private folder for the one-copy lock (%1)").arg(why);
+        return true;
+    }
+    const QString path = folder + QLatin1Char('/') + name + QStringLiteral(".lock");
     // Close-on-exec: a browser or file manager started by us must not inherit
-    // the lock and keep the next copy out after we have gone. No following a
-    // link planted in a shared temp folder.
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    // the lock and keep the next copy out after we have gone.
+    const QByteArray file = QFile::encodeName(path);
+    int fd = ::open(file.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    struct stat info = {};
+    if (fd >= 0 && ::fstat(fd, &info) == 0 && info.st_uid != ::getuid()) {
+        // Left by someone while the folder stood open (we have just closed
+        // it): theirs to lock, so it is replaced by one of ours.
+        ::close(fd);
+        ::unlink(file.constData());
+        fd = ::open(file.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+    }
     if (fd < 0) {
-        qWarning("Pictova: cannot create the instance lock %s: %s", qPrintable(path),
-                 strerror(errno));
+        if (problem)
+            *problem = QStringLiteral("cannot make the lock %1: %2").arg(path, QString::fromLocal8Bit(strerror(errno)));
         return true;
     }
     if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        const bool heldByOther = errno == EWOULDBLOCK;
-        if (heldByOther) {
+        if (errno == EWOULDBLOCK) {
             ::close(fd);
             return false;
         }
-        qWarning("Pictova: cannot lock %s: %s", qPrintable(path), strerror(errno));
+        if (problem)
+            *problem = QStringLiteral("cannot lock %1: %2").arg(path, QString::fromLocal8Bit(strerror(errno)));
     }
     *handle = static_cast<quintptr>(fd);
     return true;
 }
+
+QString Platform::instanceChannelName(const QString& name, QString* problem)
+{
+    // A full path: QLocalServer uses it as the socket's file name, inside
+    // the folder nobody else can enter.
+    const QString folder = privateFolder(problem);
+    return folder.isEmpty() ? QString() : folder + QLatin1Char('/') + name + QStringLiteral(".socket");
+}
+
+void Platform::allowForegroundHandoff() {}
 
 QString Platform::libraryFileName(const QString& baseName)
 {

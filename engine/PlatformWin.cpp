@@ -11,15 +11,41 @@
 #include <memory>
 #include <vector>
 
-bool Platform::acquireInstanceLock(const QString& name, quintptr* handle)
+bool Platform::acquireInstanceLock(const QString& name, quintptr* handle, QString* problem)
 {
     // Initial owner, no security attributes, the name in the session's name
-    // space. The handle is never closed: Windows removes the mutex with the
-    // process's last handle, also after a crash.
+    // space, which other users' sessions cannot reach. The handle is never
+    // closed: Windows removes the mutex with the process's last handle, also
+    // after a crash.
     const HANDLE mutex = ::CreateMutexW(nullptr, TRUE, reinterpret_cast<const wchar_t*>(name.utf16()));
     const DWORD error = ::GetLastError();
     *handle = reinterpret_cast<quintptr>(mutex);
+    if (!mutex && problem)
+        *problem = QStringLiteral("cannot make the one-copy mutex: %1").arg(qt_error_string(int(error)));
     return error != ERROR_ALREADY_EXISTS;
+}
+
+QString Platform::instanceChannelName(const QString& name, QString* problem)
+{
+    // Pipe names are shared by the whole machine, unlike the mutex: the
+    // user and the session keep two people's copies apart. QLocalServer's
+    // UserAccessOption keeps everybody else out of the pipe itself.
+    DWORD session = 0;
+    ::ProcessIdToSessionId(::GetCurrentProcessId(), &session);
+    wchar_t user[257] = {};
+    DWORD length = 257;
+    if (!::GetUserNameW(user, &length)) {
+        if (problem)
+            *problem = QStringLiteral("cannot tell the user's name: %1")
+                           .arg(qt_error_string(int(::GetLastError())));
+        return QString();
+    }
+    return QStringLiteral("%1-%2-%3").arg(name).arg(session).arg(QString::fromWCharArray(user));
+}
+
+void Platform::allowForegroundHandoff()
+{
+    ::AllowSetForegroundWindow(ASFW_ANY);
 }
 
 QString Platform::libraryFileName(const QString& baseName)

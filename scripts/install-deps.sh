@@ -10,6 +10,7 @@ packages=(
   libjpeg62-turbo-dev libturbojpeg0-dev liblcms2-dev libexif-dev
   xvfb xauth libimage-exiftool-perl libvips-tools time
   fonts-open-sans libxcb1-dev
+  help2man lintian appstream appstream-util desktop-file-utils
 )
 if [ "${PICTOVA_FUZZ:-0}" = 1 ]; then
   packages+=(clang libclang-rt-14-dev)
@@ -24,5 +25,5 @@ done
 sudo=""
 [ "$(id -u)" -ne 0 ] && sudo="sudo"
 echo "Installing: ${missing[*]}"
-$sudo apt-get update -qq
-DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+$sudo apt-get -o DPkg::Lock::Timeout=900 update -qq
+DEBIAN_FRONTEND=noninteractive $sudo apt-get -o DPkg::Lock::Timeout=900 install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -2,6 +2,8 @@
 #include "ui_PreviewHEIC.h"
 
 #include "AtomicFileWriter.h"
+#include "ConversionChoices.h"
+#include "FolderView.h"
 #include "OutputNaming.h"
 #include "PhotoFiles.h"
 #include "Platform.h"
@@ -9,6 +11,7 @@
 #include "StyleHelpers.h"
 #include "VNMessageBox.h"
 
+#include <QCheckBox>
 #include <QDateTime>
 #include <QDir>
 #include <QEvent>
@@ -57,19 +60,29 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     ui->pushButton_SelectFolder->setFont(m_skin.font(0));
     ui->label_SaveFolder->setFont(m_skin.font(0));
     ui->pushButton_Convert->setFont(m_skin.font(16));
+    ui->widget_Choices->setTextFont(regular16);
+    ui->widget_Choices->setRowSpacing(ui->verticalLayout_3->spacing());
+    ui->checkBox_BesidePhoto->setFont(m_skin.font(0));
+    ConversionChoices::styleCheckBox(ui->checkBox_BesidePhoto, m_skin.skinDir());
 
     ui->Slider_PhotoQuality->setStyleSheet(QString::fromLatin1(kSliderStyle));
 
     const QString skinDir = m_skin.skinDir();
     ui->pushButton_SelectFolder->setImages(skinDir + "/Button/button100_normal.png",
                                            skinDir + "/Button/button100_hover.png",
-                                           skinDir + "/Button/button100_pressing.png", QString());
+                                           skinDir + "/Button/button100_pressing.png",
+                                           skinDir + "/Button/button100_disable.png");
     ui->pushButton_Convert->setImages(skinDir + "/Button/big_button_normal.png",
                                       skinDir + "/Button/big_button_hover.png",
                                       skinDir + "/Button/big_button_pressing.png",
                                       skinDir + "/Button/big_button_disable.png");
 
-    ui->Slider_PhotoQuality->setValue(100);
+    // The choices of the last conversion, in either flow, hold here too.
+    m_choices = SavedChoices::output();
+    ui->Slider_PhotoQuality->setValue(m_choices.quality);
+    ui->label_QualityValue->setText(QString::number(m_choices.quality) + QLatin1Char('%'));
+    ui->widget_Choices->setOptions(m_choices.options);
+    ui->checkBox_BesidePhoto->setChecked(m_choices.besidePhotos);
     ui->pushButton_SelectFolder->setAttribute(Qt::WA_Hover);
     ui->pushButton_SelectFolder->installEventFilter(this);
 
@@ -77,6 +90,15 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     connect(ui->pushButton_SelectFolder, SIGNAL(clicked()), this, SLOT(slot_SelectSaveFolder()));
     connect(ui->Slider_PhotoQuality, SIGNAL(valueChanged(int)), this, SLOT(setChangeQuality(int)));
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Convert()));
+    connect(ui->widget_Choices, &ConversionChoices::optionsChanged, this, [this](const ConversionOptions& options) {
+        m_choices.options = options;
+        SavedChoices::setOutput(m_choices);
+    });
+    connect(ui->checkBox_BesidePhoto, &QCheckBox::toggled, this, [this](bool beside) {
+        m_choices.besidePhotos = beside;
+        SavedChoices::setOutput(m_choices);
+        showSaveFolder();
+    });
 
     gatherDetails();
     showSaveFolder();
@@ -154,10 +176,17 @@ void PreviewHEIC::gatherDetails()
     m_createdDate = createdDateText(info, QByteArray());
 }
 
+QString PreviewHEIC::outputFolder() const
+{
+    return m_choices.besidePhotos ? QFileInfo(m_filePath).absolutePath()
+                                  : OutputNaming::previewFolder(m_choices.saveFolder, OutputNaming::desktopFolder());
+}
+
 void PreviewHEIC::showSaveFolder()
 {
-    const QString folder =
-        QDir::toNativeSeparators(OutputNaming::previewFolder(m_savePath, OutputNaming::desktopFolder()));
+    // Beside the photo there is no folder to pick.
+    ui->pushButton_SelectFolder->setEnabled(!m_choices.besidePhotos);
+    const QString folder = QDir::toNativeSeparators(outputFolder());
     ui->label_SaveFolder->setText(
         ui->label_SaveFolder->fontMetrics().elidedText(folder, Qt::ElideMiddle, 330));
     ui->label_SaveFolder->setToolTip(folder);
@@ -198,7 +227,11 @@ void PreviewHEIC::slot_Preview()
 {
     auto* thread = new HEICTojpg(m_filePath, m_decoderEntry, this);
     m_decoderThread = thread;
-    thread->setQuality(m_quality);
+    thread->setQuality(m_choices.quality);
+    // The first run only shows the photo, at its own size; the options are
+    // for the JPEG that a Convert writes.
+    if (m_previewShown)
+        thread->setOptions(m_choices.options);
     // Only the label's worth of pixels is shown; the saved file is the
     // library's JPEG, so nothing needs the full-size picture.
     thread->setPreviewSize(ui->label_HEIC->size());
@@ -218,8 +251,9 @@ void PreviewHEIC::slot_Preview()
 
 void PreviewHEIC::setChangeQuality(int nValue)
 {
-    m_quality = nValue;
+    m_choices.quality = nValue;
     ui->label_QualityValue->setText(QString::number(nValue) + QLatin1Char('%'));
+    SavedChoices::setOutput(m_choices);
 }
 
 void PreviewHEIC::slot_SelectSaveFolder()
@@ -227,9 +261,10 @@ void PreviewHEIC::slot_SelectSaveFolder()
     const QString folder = chooseSaveFolder(m_lastFolder);
     if (folder.isEmpty())
         return;
-    m_savePath = folder;
+    m_choices.saveFolder = folder;
     m_lastFolder = folder;
     PhotoFiles::rememberFolder(folder);
+    SavedChoices::setOutput(m_choices);
     showSaveFolder();
 }
 
@@ -272,13 +307,13 @@ void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
         ui->pushButton_Convert->setEnabled(false);
         return;
     }
-    m_resolution = QString::number(nWidth) + QLatin1Char('*') + QString::number(nHeight);
-
     if (m_previewShown) {
         slot_SaveJpg();
         setConverting(false);
         return;
     }
+    // The photo's own size (a Convert may write it smaller).
+    m_resolution = QString::number(nWidth) + QLatin1Char('*') + QString::number(nHeight);
 
     const QDateTime taken = PhotoFiles::captureDate(m_jpeg);
     if (taken.isValid())
@@ -294,9 +329,15 @@ void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
 
 void PreviewHEIC::slot_SaveJpg()
 {
-    const QString folder = OutputNaming::previewFolder(m_savePath, OutputNaming::desktopFolder());
-    m_savePath = folder;
-    const QString target = folder + QLatin1Char('/') + OutputNaming::desktopJpegName(m_fileName);
+    const QString folder = outputFolder();
+    // Beside the photo a file already there (the camera's own JPEG) is kept
+    // and the JPEG takes the next free " (n)" name.
+    const QString target = m_choices.besidePhotos
+        ? OutputNaming::runTargets(QStringList{folder}, QStringList{m_filePath}, true).first()
+        : folder + QLatin1Char('/') + OutputNaming::desktopJpegName(m_fileName);
+    if (!m_choices.besidePhotos)
+        m_choices.saveFolder = folder;
+    m_writtenFolder = folder;
 
     QString error;
     if (m_jpeg.isEmpty()) {
@@ -332,8 +373,16 @@ void PreviewHEIC::runConvertingDialog(SingleConverting* dialog)
 
 void PreviewHEIC::slot_OpenFolder()
 {
-    if (!Platform::openFolder(m_savePath))
-        qWarning("Open Folder: no file manager could show %s", qUtf8Printable(m_savePath));
+    const QString folder = m_writtenFolder.isEmpty() ? outputFolder() : m_writtenFolder;
+    if (!showFolder(folder)) {
+        VNMessageBox box(FolderView::notShownText(folder), VNMessageBox::defaultTitle(), VNMessageBox::Ok, this);
+        runMessage(&box);
+    }
+}
+
+bool PreviewHEIC::showFolder(const QString& folder)
+{
+    return Platform::openFolder(folder);
 }
 
 bool PreviewHEIC::eventFilter(QObject* watched, QEvent* event)

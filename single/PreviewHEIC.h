@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include "HEICTojpg.h"
+#include "SavedChoices.h"
 #include "SkinStyle.h"
 
 namespace Ui {
@@ -42,12 +43,14 @@ public:
     void setDecoderEntry(Heif2JpgFn entry);
 
     QString filePath() const { return m_filePath; }
-    QString savePath() const { return m_savePath; }
+    QString savePath() const { return m_choices.saveFolder; }
+    ConversionOptions options() const { return m_choices.options; }
+    bool besidePhoto() const { return m_choices.besidePhotos; }
     QString fileName() const { return m_fileName; }
     QString createdDate() const { return m_createdDate; }
     QString fileSize() const { return m_fileSize; }
     QString resolution() const { return m_resolution; }
-    int quality() const { return m_quality; }
+    int quality() const { return m_choices.quality; }
     bool isPreviewShown() const { return m_previewShown; }
     QPixmap previewPixmap() const { return m_image; }
     SingleConverting* convertingDialog() const { return m_convertingDialog; }
@@ -87,22 +90,28 @@ protected:
     virtual QString chooseSaveFolder(const QString& startFolder);
     virtual void runConvertingDialog(SingleConverting* dialog);
     virtual void runMessage(QDialog* box);
+    // Hands a folder to the file manager; false when none could be started.
+    virtual bool showFolder(const QString& folder);
 
 private:
     void gatherDetails();
     void showSaveFolder();
+    // Where the JPEG goes: the chosen folder's Vantora folder, or the photo's.
+    QString outputFolder() const;
     void setConverting(bool converting);
     void showFailure(const QString& title, const QString& reason);
 
     Ui::PreviewHEIC* ui;
     SkinStyle m_skin;
     QString m_filePath;
-    QString m_savePath;
+    // Folder, quality and options, as remembered from before and changed here.
+    SavedChoices::Output m_choices;
+    // Where the last JPEG went, for "Open Folder".
+    QString m_writtenFolder;
     QString m_fileName;
     QString m_createdDate;
     QString m_fileSize;
     QString m_resolution;
-    int m_quality = 100;
     QPointer<HEICTojpg> m_decoderThread;
     Heif2JpgFn m_decoderEntry = nullptr;
     bool m_previewShown = false;

@@ -121,13 +121,21 @@ void SingalConverterHome::acceptDroppedUrls(const QMimeData* mimeData)
         return;
     }
 
-    // The photos are taken; whatever else came with them is named, so the
-    // person is not left guessing why the table is shorter than the drop.
-    tellLeftOut(leftOut);
-    if (photos.isEmpty())
+    // Files and folders go on as they are: the list takes a folder's photos
+    // with its sub-folders and says what it added and left out.
+    QVector<QString> paths;
+    int notLocal = 0;
+    for (const QUrl& url : urls) {
+        if (url.toLocalFile().isEmpty())
+            ++notLocal;
+        else
+            paths.append(url.toLocalFile());
+    }
+    tellLeftOut(notLocal);
+    if (paths.isEmpty())
         return;
-    m_currentFile = photos.last();
-    emit signal_addHeicFile(photos.toVector());
+    m_currentFile = paths.last();
+    emit signal_addHeicFile(paths);
 }
 
 void SingalConverterHome::tellLeftOut(int leftOut)

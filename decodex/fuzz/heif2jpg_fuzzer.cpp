@@ -3,6 +3,7 @@
 // one that is far too small.
 #include "decodex/heif2jpg.h"
 #include "ExifEditor.h"
+#include "XmpEditor.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,8 +16,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (size == 0 || size > (1u << 24))
         return 0;
     const int32_t inputSize = int32_t(size);
-    // The EXIF walk sees the same bytes as an EXIF item would.
-    decodex::ExifEditor::forJpeg(data, size);
+    // The EXIF walk and the XMP edit see the same bytes as an EXIF or XMP
+    // item would.
+    decodex::ExifEditor::forJpeg(data, size, 640, 480);
+    std::vector<uint8_t> xmp(data, data + size);
+    decodex::XmpEditor::forJpeg(xmp);
 
     std::vector<uint8_t> thumbnail(1 << 16);
     heif2jpg_thumbnail(data, inputSize, 90, thumbnail.data(), int32_t(thumbnail.size()));

@@ -131,8 +131,15 @@ bool AppleMakerNote::readHdrTags(const uint8_t* tiff, size_t size, double& tag33
         return false;
     const Ifds apple(tiff + start, length, 0, order[0] == 'I');
     const size_t headroomEntry = apple.find(14, kHdrHeadroom);
+    if (!headroomEntry || !apple.number(headroomEntry, tag33))
+        return false;
+    // iPhones up to iOS 16 often store tag 33 alone. Apple calls a map
+    // valid only with both tags, but such a photo was shot and kept as HDR
+    // on purpose, and an SDR JPEG would lose that: a missing tag 48 counts
+    // as 0, which the headroom rule turns into 1.8 or 3 stops.
     const size_t gainEntry = apple.find(14, kHdrGain);
-    return headroomEntry && gainEntry && apple.number(headroomEntry, tag33) && apple.number(gainEntry, tag48);
+    tag48 = 0;
+    return !gainEntry || apple.number(gainEntry, tag48);
 }
 
 double AppleMakerNote::headroom(double tag33, double tag48)

@@ -13,7 +13,8 @@ class AppleMakerNote
 {
 public:
     // `tiff` is the EXIF block from its TIFF header on. Returns false when
-    // the block has no Apple maker note with both tags.
+    // the block has no Apple maker note with tag 33; a missing tag 48 reads
+    // as 0.
     static bool readHdrTags(const uint8_t* tiff, size_t size, double& tag33, double& tag48);
 
     // The peak brightness over SDR white the gain map may reach, as a

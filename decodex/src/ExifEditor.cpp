@@ -11,6 +11,8 @@ constexpr uint16_t kOrientation = 0x0112;
 constexpr uint16_t kExifIfd = 0x8769;
 constexpr uint16_t kGpsIfd = 0x8825;
 constexpr uint16_t kInteropIfd = 0xA005;
+constexpr uint16_t kPixelXDimension = 0xA002;
+constexpr uint16_t kPixelYDimension = 0xA003;
 
 class Tiff
 {
@@ -161,6 +163,30 @@ bool ExifEditor::resetOrientation(uint8_t* tiff, size_t size)
     return found;
 }
 
+bool ExifEditor::setPixelSize(uint8_t* tiff, size_t size, uint32_t width, uint32_t height)
+{
+    Tiff t(tiff, size);
+    const size_t ifd0 = t.valid() ? t.ifd0() : 0;
+    const size_t exif = ifd0 ? t.subIfd(ifd0, kExifIfd) : 0;
+    int written = 0;
+    for (size_t i = 0; exif && i < t.entries(exif); ++i) {
+        const size_t e = t.entry(exif, i);
+        const uint16_t tag = t.u16(e);
+        if ((tag != kPixelXDimension && tag != kPixelYDimension) || t.u32(e + 4) != 1)
+            continue;
+        const uint32_t value = tag == kPixelXDimension ? width : height;
+        if (t.u16(e + 2) == 3 && value <= 0xFFFF) {
+            t.put16(e + 8, uint16_t(value));
+            t.put16(e + 10, 0);
+            ++written;
+        } else if (t.u16(e + 2) == 4) {
+            t.put32(e + 8, value);
+            ++written;
+        }
+    }
+    return written == 2;
+}
+
 int ExifEditor::orientation(const uint8_t* tiff, size_t size)
 {
     // The walk only reads; the cast lets the reader share the writer's code.
@@ -174,6 +200,36 @@ int ExifEditor::orientation(const uint8_t* tiff, size_t size)
             return t.u16(e + 8);
     }
     return 0;
+}
+
+bool ExifEditor::dropLocation(uint8_t* tiff, size_t size)
+{
+    Tiff t(tiff, size);
+    if (!t.valid())
+        return false;
+    const size_t ifd0 = t.ifd0();
+    for (size_t i = 0; ifd0 && i < t.entries(ifd0); ++i) {
+        const size_t e = t.entry(ifd0, i);
+        if (t.u16(e) != kGpsIfd)
+            continue;
+        if (const size_t gps = t.subIfd(ifd0, kGpsIfd)) {
+            const size_t table = 2 + t.entries(gps) * 12 + 4;
+            for (size_t j = 0; j < t.entries(gps); ++j) {
+                const size_t g = t.entry(gps, j);
+                const uint64_t bytes = uint64_t(Tiff::typeSize(t.u16(g + 2))) * t.u32(g + 4);
+                if (bytes > 4 && t.fits(t.u32(g + 8), size_t(bytes)))
+                    std::memset(tiff + t.u32(g + 8), 0, size_t(bytes));
+            }
+            std::memset(tiff + gps, 0, table);
+        }
+        // The entries after it and the next-IFD pointer move up one place.
+        const size_t end = t.nextPointer(ifd0) + 4;
+        std::memmove(tiff + e, tiff + e + 12, end - e - 12);
+        std::memset(tiff + end - 12, 0, 12);
+        t.put16(ifd0, uint16_t(t.entries(ifd0) - 1));
+        return true;
+    }
+    return false;
 }
 
 size_t ExifEditor::dropThumbnail(uint8_t* tiff, size_t size)
@@ -196,7 +252,7 @@ size_t ExifEditor::dropThumbnail(uint8_t* tiff, size_t size)
     return end;
 }
 
-std::vector<uint8_t> ExifEditor::forJpeg(const uint8_t* item, size_t size)
+std::vector<uint8_t> ExifEditor::forJpeg(const uint8_t* item, size_t size, uint32_t width, uint32_t height)
 {
     const long start = tiffStart(item, size);
     if (start < 0)
@@ -206,6 +262,8 @@ std::vector<uint8_t> ExifEditor::forJpeg(const uint8_t* item, size_t size)
     uint8_t* tiff = out.data() + 6;
     size_t tiffSize = out.size() - 6;
     resetOrientation(tiff, tiffSize);
+    if (width && height)
+        setPixelSize(tiff, tiffSize, width, height);
     if (out.size() > kMaxPayload) {
         const size_t kept = dropThumbnail(tiff, tiffSize);
         if (kept == 0 || kept + 6 > kMaxPayload)

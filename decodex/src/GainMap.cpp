@@ -211,7 +211,7 @@ GainMap GainMap::find(const heif_image_handle* primary, const uint8_t* file, siz
         return map;
     }
     if (maker != Maker::Apple) {
-        log("gain map left out: the file stores no 'tmap' item or hdrgm values for it");
+        log("gain map left out: the file stores no usable 'tmap' item or hdrgm values for it");
         return map;
     }
 
@@ -221,7 +221,7 @@ GainMap GainMap::find(const heif_image_handle* primary, const uint8_t* file, siz
         const long tiff = ExifEditor::tiffStart(exif.data(), exif.size());
         double tag33 = 0, tag48 = 0;
         if (tiff < 0 || !AppleMakerNote::readHdrTags(exif.data() + tiff, exif.size() - size_t(tiff), tag33, tag48)) {
-            log("gain map left out: no HDRGainMapHeadroom in its XMP and no maker-note tags 33 and 48");
+            log("gain map left out: no HDRGainMapHeadroom in its XMP and no usable maker-note tags 33 and 48");
             return map;
         }
         headroom = AppleMakerNote::headroom(tag33, tag48);
@@ -250,7 +250,8 @@ uint64_t GainMap::capacity(const heif_image_handle* primary)
     const uint64_t w = uint64_t(std::max(heif_image_handle_get_width(handle.get()), 0));
     const uint64_t h = uint64_t(std::max(heif_image_handle_get_height(handle.get()), 0));
     // One component at libjpeg's worst case, its headers and XMP, the MPF
-    // index and the container directory added to the photo's XMP.
+    // index, the container directory added to the photo's XMP and the two
+    // ISO 21496-1 segments.
     return ((w + 15) & ~uint64_t(15)) * ((h + 15) & ~uint64_t(15)) * 6 + 16384;
 }
 
@@ -259,8 +260,10 @@ bool GainMap::decode(const std::vector<PlaneTransform::Step>& steps, PlanarImage
     if (!m_handle)
         return false;
     heif_decoding_options* options = heif_decoding_options_alloc();
-    if (!options)
+    if (!options) {
+        log("gain map left out: no memory for its decoding options");
         return false;
+    }
     // Turned below with the photo's own steps, whatever the map's item says.
     options->ignore_transformations = 1;
     heif_image* raw = nullptr;
@@ -272,13 +275,25 @@ bool GainMap::decode(const std::vector<PlaneTransform::Step>& steps, PlanarImage
         log("gain map left out: %s", err.message ? err.message : "it could not be decoded");
         return false;
     }
+    // A single image comes as its luma. libheif 1.15 pastes a grid's tiles
+    // (Samsung's maps are grids of 4:2:0 tiles with neutral chroma) into RGB
+    // planes instead, each of which then holds the map; green, which weighs
+    // most in luma, is taken.
+    const heif_channel channel = heif_image_has_channel(raw, heif_channel_Y) ? heif_channel_Y : heif_channel_G;
     int stride = 0;
-    const uint8_t* samples = heif_image_get_plane_readonly(raw, heif_channel_Y, &stride);
-    const int width = heif_image_get_width(raw, heif_channel_Y);
-    const int height = heif_image_get_height(raw, heif_channel_Y);
-    const int bits = heif_image_get_bits_per_pixel_range(raw, heif_channel_Y);
-    if (!samples || stride <= 0 || bits < 1 || bits > 16 || !plane.allocate(width, height, 0))
+    const uint8_t* samples = heif_image_get_plane_readonly(raw, channel, &stride);
+    const int width = heif_image_get_width(raw, channel);
+    const int height = heif_image_get_height(raw, channel);
+    const int bits = heif_image_get_bits_per_pixel_range(raw, channel);
+    if (!samples || stride <= 0 || bits < 1 || bits > 16) {
+        log("gain map left out: libheif gave it without a luma or green plane (colour space %d, chroma %d)",
+            int(heif_image_get_colorspace(raw)), int(heif_image_get_chroma_format(raw)));
         return false;
+    }
+    if (!plane.allocate(width, height, 0)) {
+        log("gain map left out: no memory for its %dx%d plane", width, height);
+        return false;
+    }
     const uint32_t top = (1u << bits) - 1;
     for (int y = 0; y < height; ++y) {
         const uint8_t* in = samples + size_t(y) * size_t(stride);
@@ -293,7 +308,11 @@ bool GainMap::decode(const std::vector<PlaneTransform::Step>& steps, PlanarImage
             out[x] = m_remap ? m_table[v] : uint8_t(v);
         }
     }
-    return PlaneTransform::apply(steps, plane);
+    if (!PlaneTransform::apply(steps, plane)) {
+        log("gain map left out: it could not be turned with the photo");
+        return false;
+    }
+    return true;
 }
 
 } // namespace decodex

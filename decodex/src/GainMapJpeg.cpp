@@ -3,6 +3,8 @@
 #include "GainMap.h"
 #include "JpegWriter.h"
 #include "PlanarImage.h"
+#include "Resampler.h"
+#include "ToneMapItem.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,6 +19,7 @@ namespace decodex {
 namespace {
 
 const char kXmpNamespace[] = "http://ns.adobe.com/xap/1.0/"; // with its NUL
+const char kIsoNamespace[] = "urn:iso:std:iso:ts:21496:-1";  // with its NUL
 constexpr size_t kMaxSegment = 65533;
 constexpr size_t kMpfTiffSize = 82; // header, a three-entry IFD, two MP entries
 constexpr size_t kMpfSegmentSize = 4 + 4 + kMpfTiffSize;
@@ -96,6 +99,18 @@ std::vector<uint8_t> mpfSegment(uint32_t primarySize, uint32_t gainMapSize, uint
     return s;
 }
 
+// APP2 with the ISO 21496-1 name and `body`: on the photo, the four bytes
+// of the standard's versions, which say a gain map follows; on the map,
+// its metadata.
+std::vector<uint8_t> isoSegment(const std::vector<uint8_t>& body)
+{
+    std::vector<uint8_t> s{0xFF, 0xE2, 0, 0};
+    put16(s.data() + 2, uint32_t(2 + sizeof kIsoNamespace + body.size()));
+    s.insert(s.end(), kIsoNamespace, kIsoNamespace + sizeof kIsoNamespace);
+    s.insert(s.end(), body.begin(), body.end());
+    return s;
+}
+
 std::string number(double value)
 {
     std::ostringstream out;
@@ -124,15 +139,19 @@ std::vector<uint8_t> GainMapJpeg::gainMapXmp(const GainMapParameters& p)
 size_t GainMapJpeg::assemble(uint8_t* output, size_t capacity, size_t primarySize,
                              const std::vector<uint8_t>& gainMapJpeg)
 {
-    if (primarySize < 4 || output[0] != 0xFF || output[1] != 0xD8)
+    if (primarySize < 4 || output[0] != 0xFF || output[1] != 0xD8) {
+        GainMap::log("gain map left out: the photo's JPEG does not start as one");
         return 0;
+    }
     // The APPn segments at the head of the file: the photo's XMP, and where
     // a new one would go (after the JFIF and EXIF segments).
     size_t pos = 2, xmpStart = 0, xmpEnd = 0, insertAt = 2;
     while (pos + 4 <= primarySize && output[pos] == 0xFF && output[pos + 1] >= 0xE0 && output[pos + 1] <= 0xEF) {
         const size_t end = pos + 2 + (size_t(output[pos + 2]) << 8 | output[pos + 3]);
-        if (end > primarySize)
+        if (end > primarySize) {
+            GainMap::log("gain map left out: a segment of the photo's JPEG runs past its end");
             return 0;
+        }
         if (output[pos + 1] == 0xE1 && end - pos - 4 >= sizeof kXmpNamespace
             && std::memcmp(output + pos + 4, kXmpNamespace, sizeof kXmpNamespace) == 0) {
             xmpStart = pos;
@@ -160,10 +179,13 @@ size_t GainMapJpeg::assemble(uint8_t* output, size_t capacity, size_t primarySiz
         GainMap::log("gain map left out: the photo's XMP would outgrow its segment");
         return 0;
     }
+    // The XMP with the directory, the ISO 21496-1 version, the MPF index.
     std::vector<uint8_t> segments{0xFF, 0xE1, 0, 0};
     put16(segments.data() + 2, uint32_t(2 + sizeof kXmpNamespace + xmp.size()));
     segments.insert(segments.end(), kXmpNamespace, kXmpNamespace + sizeof kXmpNamespace);
     segments.insert(segments.end(), xmp.begin(), xmp.end());
+    const std::vector<uint8_t> version = isoSegment({0, 0, 0, 0});
+    segments.insert(segments.end(), version.begin(), version.end());
     const size_t mpfTiff = xmpStart + segments.size() + 8;
 
     const size_t newPrimary = primarySize - (xmpEnd - xmpStart) + segments.size() + kMpfSegmentSize;
@@ -181,7 +203,8 @@ size_t GainMapJpeg::assemble(uint8_t* output, size_t capacity, size_t primarySiz
 }
 
 int32_t GainMapJpeg::attach(int32_t primarySize, const GainMap& gainMap, const std::vector<PlaneTransform::Step>& steps,
-                            int photoWidth, int photoHeight, int quality, uint8_t* output, size_t capacity)
+                            int photoWidth, int photoHeight, int quality, uint8_t* output, size_t capacity,
+                            double shrink)
 {
     if (primarySize <= 0 || !gainMap.present())
         return primarySize;
@@ -196,6 +219,12 @@ int32_t GainMapJpeg::attach(int32_t primarySize, const GainMap& gainMap, const s
                      photoWidth, photoHeight);
         return primarySize;
     }
+    if (shrink < 1.0
+        && !Resampler::shrink(plane, std::max(1, int(std::lround(plane.width() * shrink))),
+                              std::max(1, int(std::lround(plane.height() * shrink))))) {
+        GainMap::log("gain map left out: no memory to shrink it with the photo");
+        return primarySize;
+    }
     JpegMetadata metadata;
     metadata.xmp = gainMapXmp(gainMap.parameters());
     std::vector<uint8_t> jpeg(size_t((plane.width() + 15) & ~15) * size_t((plane.height() + 15) & ~15) * 3 + 8192
@@ -206,6 +235,14 @@ int32_t GainMapJpeg::attach(int32_t primarySize, const GainMap& gainMap, const s
         return primarySize;
     }
     jpeg.resize(size_t(size));
+    // The same values in the standard's binary form, after the XMP, where
+    // readers of either form look.
+    size_t afterApp = 2;
+    while (afterApp + 4 <= jpeg.size() && jpeg[afterApp] == 0xFF && jpeg[afterApp + 1] >= 0xE0
+           && jpeg[afterApp + 1] <= 0xEF)
+        afterApp += 2 + (size_t(jpeg[afterApp + 2]) << 8 | jpeg[afterApp + 3]);
+    const std::vector<uint8_t> iso = isoSegment(ToneMapItem::serialize(gainMap.parameters()));
+    jpeg.insert(jpeg.begin() + std::ptrdiff_t(std::min(afterApp, jpeg.size())), iso.begin(), iso.end());
     const size_t total = assemble(output, capacity, size_t(primarySize), jpeg);
     return total ? int32_t(total) : primarySize;
 }

@@ -3,6 +3,8 @@
 #include "BoxReader.h"
 #include "GainMap.h"
 
+#include <algorithm>
+#include <cmath>
 #include <map>
 
 namespace decodex {
@@ -18,6 +20,10 @@ constexpr uint32_t kIdat = BoxReader::fourcc("idat");
 constexpr uint32_t kDimg = BoxReader::fourcc("dimg");
 constexpr uint32_t kTmap = BoxReader::fourcc("tmap");
 constexpr size_t kMaxPayload = 4096;
+// Flags of the metadata.
+constexpr uint8_t kUseBaseColourSpace = 0x40;
+constexpr uint8_t kCommonDenominator = 0x08;
+constexpr uint8_t kBackwardDirection = 0x04;
 
 struct Extent
 {
@@ -115,29 +121,56 @@ bool ToneMapItem::parse(const uint8_t* payload, size_t size, GainMapParameters& 
 {
     GainMapParameters p;
     BoxReader r(payload, size);
-    if (r.u8() != 0 || r.u16() != 0) // version, minimum version a reader must know
+    if (r.u8() != 0 || r.u16() != 0) { // version, minimum version a reader must know
+        GainMap::log("gain map's 'tmap' payload of a version this reader does not know");
         return false;
+    }
     r.u16(); // writer version
     const uint8_t flags = r.u8();
-    const bool backward = flags & 0x04;
-    const bool commonDenominator = flags & 0x08;
+    const bool commonDenominator = flags & kCommonDenominator;
     uint32_t common = 0;
-    if (commonDenominator && (common = r.u32()) == 0)
+    if (commonDenominator && (common = r.u32()) == 0) {
+        GainMap::log("gain map's 'tmap' payload with a zero denominator");
         return false;
-    double baseHeadroom = 0, alternateHeadroom = 0, baseOffset = 0, alternateOffset = 0;
+    }
     // The first channel's values; a one-channel map only has that one.
-    const bool ok = fraction(r, false, common, baseHeadroom) && fraction(r, false, common, alternateHeadroom)
+    const bool ok = fraction(r, false, common, p.hdrCapacityMin) && fraction(r, false, common, p.hdrCapacityMax)
                     && fraction(r, true, common, p.gainMapMin) && fraction(r, true, common, p.gainMapMax)
-                    && fraction(r, false, common, p.gamma) && fraction(r, true, common, baseOffset)
-                    && fraction(r, true, common, alternateOffset);
-    if (!ok || !r.ok() || backward)
+                    && fraction(r, false, common, p.gamma) && fraction(r, true, common, p.offsetSdr)
+                    && fraction(r, true, common, p.offsetHdr);
+    if (!ok || !r.ok()) {
+        GainMap::log("gain map's 'tmap' payload cut short or with a zero denominator");
         return false;
-    p.hdrCapacityMin = baseHeadroom;
-    p.hdrCapacityMax = alternateHeadroom;
-    p.offsetSdr = baseOffset;
-    p.offsetHdr = alternateOffset;
+    }
+    if (flags & kBackwardDirection) {
+        GainMap::log("gain map's 'tmap' payload for an HDR base image, which a JPEG cannot carry");
+        return false;
+    }
     parameters = p;
     return true;
+}
+
+std::vector<uint8_t> ToneMapItem::serialize(const GainMapParameters& p)
+{
+    const double values[] = {p.hdrCapacityMin, p.hdrCapacityMax, p.gainMapMin, p.gainMapMax,
+                             p.gamma,          p.offsetSdr,      p.offsetHdr};
+    double largest = 0;
+    for (double v : values)
+        largest = std::max(largest, std::fabs(v));
+    // The finest power of two that keeps every numerator inside 31 bits:
+    // 1/64 and the like stay exact, log2 values are off by less than 1e-7.
+    uint32_t denominator = 1u << 24;
+    while (denominator > 1 && largest * denominator >= 2147483647.0)
+        denominator >>= 1;
+    std::vector<uint8_t> out{0, 0, 0, 0, kUseBaseColourSpace | kCommonDenominator}; // versions, flags
+    auto put = [&out](uint32_t v) {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            out.push_back(uint8_t(v >> shift));
+    };
+    put(denominator);
+    for (double v : values)
+        put(uint32_t(int32_t(std::lround(v * denominator))));
+    return out;
 }
 
 bool ToneMapItem::read(const uint8_t* file, size_t size, uint32_t gainMapId, GainMapParameters& parameters)

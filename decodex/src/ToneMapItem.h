@@ -22,6 +22,12 @@ public:
 
     // Reads the binary metadata itself (the 'tmap' item's payload).
     static bool parse(const uint8_t* payload, size_t size, GainMapParameters& parameters);
+
+    // The binary metadata for `parameters` as a JPEG's APP2 segment carries
+    // it after the standard's name: the 'tmap' payload without its leading
+    // version byte. One channel, applied in the base image's colour space,
+    // as the hdrgm XMP says it.
+    static std::vector<uint8_t> serialize(const GainMapParameters& parameters);
 };
 
 } // namespace decodex

@@ -11,9 +11,11 @@
 #include "JpegWriter.h"
 #include "PlanarImage.h"
 #include "PlaneTransform.h"
+#include "Resampler.h"
 #include "RgbConverter.h"
 #include "ThreadBudget.h"
 #include "TileDecoder.h"
+#include "XmpEditor.h"
 
 #include <libheif/heif.h>
 
@@ -38,6 +40,15 @@ void initOnce()
     static std::once_flag once;
     std::call_once(once, [] { heif_init(nullptr); });
 }
+
+// What one call was asked for (heif2jpg_with_options).
+struct Settings
+{
+    int quality = 100;
+    int maxLongSide = 0; // 0: the photo's own size
+    bool gainMap = true;
+    bool keepLocation = true;
+};
 
 struct Colour
 {
@@ -151,12 +162,26 @@ Colour colourOf(const heif_image_handle* handle)
     return colour;
 }
 
-JpegMetadata metadataOf(const heif_image_handle* handle, const Colour& colour)
+JpegMetadata metadataOf(const OpenedFile& file, const Colour& colour, const Settings& settings)
 {
+    const heif_image_handle* handle = file.primary.get();
     JpegMetadata metadata;
     const std::vector<uint8_t> exif = metadataBlock(handle, "Exif", nullptr);
-    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size());
+    // The camera's pixel size describes the coded picture; once it has been
+    // turned, cropped or shrunk, the JPEG's own size is the true one.
+    int width = file.width, height = file.height;
+    Resampler::fitLongSide(width, height, settings.maxLongSide);
+    const bool reshaped = (file.ispeWidth > 0 && (width != file.ispeWidth || height != file.ispeHeight))
+                          || width != file.width || height != file.height;
+    metadata.exif = ExifEditor::forJpeg(exif.data(), exif.size(), reshaped ? uint32_t(width) : 0,
+                                        reshaped ? uint32_t(height) : 0);
     metadata.xmp = metadataBlock(handle, "mime", "application/rdf+xml");
+    XmpEditor::forJpeg(metadata.xmp);
+    if (!settings.keepLocation) {
+        if (metadata.exif.size() > 6)
+            ExifEditor::dropLocation(metadata.exif.data() + 6, metadata.exif.size() - 6);
+        XmpEditor::dropLocation(metadata.xmp);
+    }
     const size_t iccSize = heif_image_handle_get_raw_color_profile_size(handle);
     if (iccSize > 0 && iccSize <= size_t(INT32_MAX)) {
         metadata.icc.resize(iccSize);
@@ -197,8 +222,16 @@ bool jpegNativeColour(const Colour& colour)
     return matrix && sdr;
 }
 
-int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_t* output, int32_t capacity,
-                bool gainMaps)
+// The size the photo is written at, when the settings bound it.
+template <typename Image>
+bool shrinkToBound(Image& image, int width, int height, int maxLongSide)
+{
+    const int fullWidth = width, fullHeight = height;
+    Resampler::fitLongSide(width, height, maxLongSide);
+    return (width == fullWidth && height == fullHeight) || Resampler::shrink(image, width, height);
+}
+
+int32_t convert(const uint8_t* input, int32_t inputSize, const Settings& settings, uint8_t* output, int32_t capacity)
 {
     if (!input || inputSize <= 0 || !output || capacity <= 0)
         return DECODEX_ERR_BAD_ARGUMENT;
@@ -208,15 +241,16 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
         return err;
     const heif_image_handle* handle = file.primary.get();
     const Colour colour = colourOf(handle);
-    const JpegMetadata metadata = metadataOf(handle, colour);
+    const JpegMetadata metadata = metadataOf(file, colour, settings);
+    const int quality = settings.quality;
     const HeifLayout layout = HeifLayout::read(input, size_t(inputSize));
     if (!layout.structureSound || !codedPicturesPlausible(layout, file))
         return DECODEX_ERR_DECODE_FAILED;
     JpegWriter writer(output, size_t(capacity));
-    const GainMap gainMap = gainMaps ? GainMap::find(handle, input, size_t(inputSize)) : GainMap();
-    auto finish = [&](int32_t size) {
+    const GainMap gainMap = settings.gainMap ? GainMap::find(handle, input, size_t(inputSize)) : GainMap();
+    auto finish = [&](int32_t size, int writtenWidth) {
         return GainMapJpeg::attach(size, gainMap, layout.transforms, file.width, file.height, quality, output,
-                                   size_t(capacity));
+                                   size_t(capacity), double(writtenWidth) / file.width);
     };
 
     int shownWidth = layout.width, shownHeight = layout.height;
@@ -233,9 +267,9 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
                                                ? TileDecoder::Matrix::Bt709
                                                : TileDecoder::Matrix::Bt601;
         if (TileDecoder::decode(layout, budget.threads(), range, matrix, planes)) {
-            if (!PlaneTransform::apply(layout.transforms, planes))
+            if (!PlaneTransform::apply(layout.transforms, planes) || !shrinkToBound(planes, planes.width(), planes.height(), settings.maxLongSide))
                 return DECODEX_ERR_ENCODE_FAILED;
-            return finish(writer.writePlanar(planes, quality, metadata));
+            return finish(writer.writePlanar(planes, quality, metadata), planes.width());
         }
         // A tile libde265 did not take; libheif may still manage the file.
     }
@@ -245,8 +279,24 @@ int32_t convert(const uint8_t* input, int32_t inputSize, int32_t quality, uint8_
     RgbImage rgb;
     if (const int err = RgbConverter::decode(handle, colour.haveNclx ? colour.transfer : 2, rgb))
         return err;
+    if (!shrinkToBound(rgb, rgb.width, rgb.height, settings.maxLongSide))
+        return DECODEX_ERR_ENCODE_FAILED;
     const int chroma = layout.chromaFormat >= 0 ? layout.chromaFormat : 1;
-    return finish(writer.writeRgb(rgb, chroma, quality, metadata));
+    return finish(writer.writeRgb(rgb, chroma, quality, metadata), rgb.width);
+}
+
+// convert() with every exception turned into a result code: nothing may
+// leave a C function.
+int32_t convertGuarded(const uint8_t* input, int32_t inputSize, const Settings& settings, uint8_t* output,
+                       int32_t capacity)
+{
+    try {
+        return convert(input, inputSize, settings, output, capacity);
+    } catch (const std::bad_alloc&) {
+        return DECODEX_ERR_ENCODE_FAILED;
+    } catch (...) {
+        return DECODEX_ERR_DECODE_FAILED;
+    }
 }
 
 int32_t capacity(const uint8_t* input, int32_t inputSize)
@@ -322,26 +372,46 @@ DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t q
                              int32_t output_capacity, const char* scratch_name)
 {
     (void)scratch_name; // decoding happens in memory; no file is ever made
-    try {
-        return decodex::convert(input, input_size, quality, output, output_capacity, true);
-    } catch (const std::bad_alloc&) {
-        return DECODEX_ERR_ENCODE_FAILED;
-    } catch (...) {
-        return DECODEX_ERR_DECODE_FAILED;
-    }
+    decodex::Settings settings;
+    settings.quality = quality;
+    return decodex::convertGuarded(input, input_size, settings, output, output_capacity);
 }
 
 DECODEX_API int32_t heif2jpg_no_gain_map(const uint8_t* input, int32_t input_size, int32_t quality,
                                          uint8_t* output, int32_t output_capacity, const char* scratch_name)
 {
     (void)scratch_name;
-    try {
-        return decodex::convert(input, input_size, quality, output, output_capacity, false);
-    } catch (const std::bad_alloc&) {
-        return DECODEX_ERR_ENCODE_FAILED;
-    } catch (...) {
-        return DECODEX_ERR_DECODE_FAILED;
-    }
+    decodex::Settings settings;
+    settings.quality = quality;
+    settings.gainMap = false;
+    return decodex::convertGuarded(input, input_size, settings, output, output_capacity);
+}
+
+DECODEX_API void heif2jpg_options_init(struct decodex_options* options)
+{
+    if (!options)
+        return;
+    *options = decodex_options();
+    options->version = DECODEX_OPTIONS_VERSION;
+    options->quality = 100;
+}
+
+DECODEX_API int32_t heif2jpg_with_options(const uint8_t* input, int32_t input_size,
+                                          const struct decodex_options* options, uint8_t* output,
+                                          int32_t output_capacity)
+{
+    const uint32_t known = DECODEX_OPTION_NO_GAIN_MAP | DECODEX_OPTION_NO_LOCATION;
+    // Version 1 is the only layout so far; an option this library does not
+    // know is refused, never skipped.
+    if (!options || options->version < 1 || options->version > DECODEX_OPTIONS_VERSION
+        || (options->flags & ~known) != 0 || options->max_long_side < 0)
+        return DECODEX_ERR_BAD_ARGUMENT;
+    decodex::Settings settings;
+    settings.quality = options->quality;
+    settings.maxLongSide = options->max_long_side;
+    settings.gainMap = (options->flags & DECODEX_OPTION_NO_GAIN_MAP) == 0;
+    settings.keepLocation = (options->flags & DECODEX_OPTION_NO_LOCATION) == 0;
+    return decodex::convertGuarded(input, input_size, settings, output, output_capacity);
 }
 
 DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, int32_t quality)

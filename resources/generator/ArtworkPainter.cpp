@@ -268,6 +268,23 @@ void glyphAdd(QPainter& p, const QColor& c)
     p.drawLine(QPointF(4, 7), QPointF(10, 7));
 }
 
+void glyphFolder(QPainter& p, const QColor& c)
+{
+    p.setPen(strokePen(c, 1.4));
+    p.setBrush(Qt::NoBrush);
+    QPainterPath folder;
+    folder.moveTo(1, 3);
+    folder.lineTo(5.2, 3);
+    folder.lineTo(6.6, 4.6);
+    folder.lineTo(13, 4.6);
+    folder.lineTo(13, 12);
+    folder.lineTo(1, 12);
+    folder.closeSubpath();
+    p.drawPath(folder);
+    p.drawLine(QPointF(7, 6.6), QPointF(7, 10.2));
+    p.drawLine(QPointF(5.2, 8.4), QPointF(8.8, 8.4));
+}
+
 void glyphTrash(QPainter& p, const QColor& c)
 {
     p.setPen(strokePen(c, 1.4));
@@ -413,22 +430,11 @@ void photoGlyph(QPainter& p, const QRectF& rect, const QColor& frame, const QCol
     p.restore();
 }
 
-// The program icon: a blue rounded square holding a white photo.
 QImage appIcon(QSize size)
 {
     QImage image = canvas(size);
     QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    const qreal s = size.width();
-    const QRectF square(s * 0.03, s * 0.03, s * 0.94, s * 0.94);
-    QLinearGradient fill(square.topLeft(), square.bottomRight());
-    fill.setColorAt(0, kAccentHover);
-    fill.setColorAt(1, kAccentPressed);
-    p.setPen(Qt::NoPen);
-    p.setBrush(fill);
-    p.drawRoundedRect(square, s * 0.22, s * 0.22);
-    const QRectF photo(s * 0.2, s * 0.25, s * 0.6, s * 0.5);
-    photoGlyph(p, photo, Qt::white, Qt::white, QColor(0xff, 0xd2, 0x5c), QColor(0, 0, 0, 0), qMax(1.2, s * 0.06));
+    ArtworkPainter::paintAppIcon(p, size.width());
     return image;
 }
 
@@ -564,6 +570,22 @@ QImage dropZone(QSize size)
 
 } // namespace
 
+// The program icon: a blue rounded square holding a white photo, in a
+// square of `s` units (pixels for a picture, points for the SVG).
+void ArtworkPainter::paintAppIcon(QPainter& p, qreal s)
+{
+    p.setRenderHint(QPainter::Antialiasing);
+    const QRectF square(s * 0.03, s * 0.03, s * 0.94, s * 0.94);
+    QLinearGradient fill(square.topLeft(), square.bottomRight());
+    fill.setColorAt(0, kAccentHover);
+    fill.setColorAt(1, kAccentPressed);
+    p.setPen(Qt::NoPen);
+    p.setBrush(fill);
+    p.drawRoundedRect(square, s * 0.22, s * 0.22);
+    const QRectF photo(s * 0.2, s * 0.25, s * 0.6, s * 0.5);
+    photoGlyph(p, photo, Qt::white, Qt::white, QColor(0xff, 0xd2, 0x5c), QColor(0, 0, 0, 0), qMax(1.2, s * 0.06));
+}
+
 QImage ArtworkPainter::render(const QString& path, QSize size, qreal scale)
 {
     struct ScaleScope
@@ -592,6 +614,8 @@ QImage ArtworkPainter::renderAtScale(const QString& path, QSize size)
 
     if (name.startsWith(QLatin1String("add_icon_")))
         return toolButton(size, look, QStringLiteral("Add"), glyphAdd);
+    if (name.startsWith(QLatin1String("addfolder_icon_")))
+        return toolButton(size, look, QStringLiteral("Add Folder"), glyphFolder);
     if (name.startsWith(QLatin1String("delete_icon_")))
         return toolButton(size, look, QStringLiteral("Delete"), glyphTrash);
     if (name.startsWith(QLatin1String("clear_icon_")))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <QPainter>
 #include <QSize>
 #include <QString>
 
@@ -14,6 +15,10 @@ public:
     // has no drawing. `scale` 2 draws the same picture with twice the pixels
     // (device pixel ratio 2), for high-DPI screens.
     static QImage render(const QString& path, QSize size, qreal scale = 1.0);
+
+    // The program icon in a square of `side` units, for pictures of any
+    // size and for the scalable icon alike.
+    static void paintAppIcon(QPainter& painter, qreal side);
 
 private:
     static QImage renderAtScale(const QString& path, QSize size);

@@ -4,12 +4,19 @@
 #include "TestSandbox.h"
 
 #include "HeicFileTable.h"
+#include "EngineTestSupport.h"
 #include "HeicFixture.h"
 #include "Pictova.h"
 #include "PreviewHEIC.h"
+#include "SavedChoices.h"
 #include "SingalConverterHome.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDirIterator>
+#include <QSignalSpy>
+#include <QSlider>
 #include <QAction>
 #include <QDialog>
 #include <QLabel>
@@ -19,6 +26,7 @@
 #include <QtTest>
 
 #include <functional>
+#include <memory>
 
 namespace {
 
@@ -89,6 +97,9 @@ class tst_MainWindow : public QObject
     QString m_photo;
 
 private slots:
+    // Every test starts as a first start does: no choices kept from before.
+    void init() { SavedChoices::forget(); }
+
     void initTestCase()
     {
         QVERIFY(m_photos.isValid());
@@ -132,6 +143,45 @@ private slots:
             QVERIFY2(next.isNull(), "the page outlived going home");
             QVERIFY(!window.currentPage() && button(&window, "pushButton_SingleStart")->isVisible());
         }
+    }
+
+    // Files handed to the window (its arguments, a later start): one photo
+    // alone opens its preview; a folder opens a list of its photos, sub-
+    // folders included, and says what it left out; later ones join the
+    // list. Under an open question the page stays until it is answered.
+    void handedFilesOpenWhereTheyBelong()
+    {
+        TestPictova window;
+        QDialog question(&window);
+        answerNextModal([&](QWidget* modal) {
+            window.openFiles({m_photo});
+            QCoreApplication::processEvents();
+            QVERIFY(!window.currentPage());
+            modal->close();
+        });
+        question.exec();
+        QTRY_VERIFY(qobject_cast<PreviewHEIC*>(window.currentPage()));
+        QCOMPARE(qobject_cast<PreviewHEIC*>(window.currentPage())->filePath(), m_photo);
+
+        QTemporaryDir folder;
+        QDir(folder.path()).mkpath("sub");
+        for (const char* name : {"x.heic", "sub/y.HIF"})
+            QVERIFY(HeicFixture::write(folder.filePath(name), HeicFixture::quadrants(16, 16)));
+        QFile(folder.filePath("notes.txt")).open(QIODevice::WriteOnly);
+        QString said;
+        answerNextModal([&said](QWidget* modal) {
+            for (const QLabel* label : modal->findChildren<QLabel*>())
+                said += label->text();
+            modal->close();
+        });
+        window.openFiles({folder.path()});
+        auto* table = qobject_cast<HeicFileTable*>(window.currentPage());
+        QVERIFY(table);
+        QCOMPARE(table->files().size(), 2);
+        QTRY_VERIFY2(said.contains("2 photos were added") && said.contains("1 file was left out"), qPrintable(said));
+        window.openFiles({m_photo});
+        QCOMPARE(window.currentPage(), table);
+        QCOMPARE(table->files().size(), 3);
     }
 
     void photoInfoShowsTheCurrentPhotoEveryTime()
@@ -207,18 +257,21 @@ private slots:
         QVERIFY(!window.isVisible());
     }
 
-    // Five photos dropped on the batch page, converted with the settings as
-    // they come: five whole JPEGs with their dates in the desktop's folder.
+    // A folder tree and two photos dropped together on the batch page,
+    // converted with the settings as they come: the folder's photos keep
+    // their sub-folders below the output folder, the others go flat; five
+    // whole JPEGs with their dates.
     void batchFromDropToJpegs()
     {
         const QByteArray date = "2024:05:17 10:11:12";
         HeicFixtureOptions options;
         options.exifTiff = HeicFixture::exifBlock(1, date);
-        QList<QUrl> urls;
-        for (int i = 1; i <= 5; ++i) {
-            const QString path = m_photos.filePath(QStringLiteral("IMG_B%1.HEIC").arg(i));
+        const QStringList photos{"card/a.HEIC", "card/DCIM/b.heic", "card/DCIM/100/c.HIF", "IMG_B1.HEIC", "IMG_B2.HEIC"};
+        const QStringList written{"a.jpg", "DCIM/b.jpg", "DCIM/100/c.jpg", "IMG_B1.jpg", "IMG_B2.jpg"};
+        for (int i = 0; i < photos.size(); ++i) {
+            const QString path = m_photos.filePath(photos.at(i));
+            QVERIFY(QDir().mkpath(QFileInfo(path).path()));
             QVERIFY(HeicFixture::write(path, HeicFixture::gradient(96 + 16 * i, 64), options));
-            urls << QUrl::fromLocalFile(path);
         }
         Pictova window;
         if (!window.decoder())
@@ -226,14 +279,21 @@ private slots:
         click(&window, "pushButton_BatchStart");
         QWidget* drop = window.currentPage();
         QMimeData mime;
-        mime.setUrls(urls);
+        mime.setUrls({QUrl::fromLocalFile(m_photos.filePath("card")), QUrl::fromLocalFile(m_photos.filePath("IMG_B1.HEIC")),
+                      QUrl::fromLocalFile(m_photos.filePath("IMG_B2.HEIC"))});
         QDragEnterEvent enter(drop->rect().center(), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(drop, &enter);
         QVERIFY(enter.isAccepted());
+        QString said;
+        answerNextModal([&said](QWidget* box) {
+            said = box->findChild<QLabel*>("label")->text();
+            box->close();
+        }, "VNMessageBox");
         QDropEvent dropped(drop->rect().center(), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(drop, &dropped);
         auto* table = qobject_cast<HeicFileTable*>(window.currentPage());
         QVERIFY(table && table->tickedRows().size() == 5);
+        QTRY_VERIFY(said.contains("5 photos were added"));
 
         QString progress;
         answerNextModal([&progress](QWidget* settings) {
@@ -253,14 +313,76 @@ private slots:
         QCOMPARE(progress, QStringLiteral("5/5"));
 
         const QString out = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation) + "/Vantora";
-        QCOMPARE(QDir(out).entryList(QDir::Files | QDir::Hidden).size(), 5); // nothing half-written beside them
-        for (int i = 1; i <= 5; ++i) {
-            QFile file(QStringLiteral("%1/IMG_B%2.jpg").arg(out).arg(i));
+        QStringList found;
+        for (QDirIterator it(out, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
+            found << QDir(out).relativeFilePath(it.next());
+        found.sort();
+        QStringList expected = written;
+        expected.sort();
+        QCOMPARE(found, expected); // nothing half-written beside them
+        for (int i = 0; i < written.size(); ++i) {
+            QFile file(out + "/" + written.at(i));
             QVERIFY(file.open(QIODevice::ReadOnly));
             const QByteArray jpeg = file.readAll();
             QVERIFY(jpeg.contains(date));
             QCOMPARE(QImage::fromData(jpeg, "JPG").size(), QSize(96 + 16 * i, 64));
         }
+    }
+
+    // The choices made for one photo hold for the next photo, for the batch
+    // and after a restart. Beside the photo, a camera's own JPEG of that
+    // name stays; the smaller JPEG carries the date but not the location.
+    void choicesHoldAcrossPhotosFlowsAndRestarts()
+    {
+        QTemporaryDir camera;
+        const QString photo = camera.filePath("DSC_0042.HIF");
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(1, "2023:03:04 05:06:07");
+        QVERIFY(HeicFixture::write(photo, HeicFixture::gradient(160, 120), options));
+        QVERIFY(EngineTest::writeFile(camera.filePath("DSC_0042.JPG"), "the camera's own"));
+        auto window = std::make_unique<TestPictova>();
+        if (!window->decoder())
+            QSKIP("the decoding library is not beside the tests");
+        window->openFiles({photo});
+        auto* preview = qobject_cast<PreviewHEIC*>(window->currentPage());
+        QVERIFY(preview);
+        QTRY_VERIFY_WITH_TIMEOUT(preview->isPreviewShown(), 20000);
+        preview->findChild<QSlider*>("Slider_PhotoQuality")->setValue(70);
+        preview->findChild<QCheckBox*>("checkBox_Shrink")->setChecked(true);
+        preview->findChild<QComboBox*>("comboBox_MaxSize")->setCurrentText("40");
+        preview->findChild<QCheckBox*>("checkBox_KeepLocation")->setChecked(false);
+        preview->findChild<QCheckBox*>("checkBox_BesidePhoto")->setChecked(true);
+        QSignalSpy saved(preview, &PreviewHEIC::signal_JpgSaved);
+        answerNextModal([](QWidget* dialog) { dialog->close(); }, "SingleConverting");
+        click(preview, "pushButton_Convert");
+        QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
+        QCOMPARE(saved.at(0).at(0).toString(), camera.filePath("DSC_0042 (2).jpg"));
+        QCOMPARE(EngineTest::readFile(camera.filePath("DSC_0042.JPG")), QByteArray("the camera's own"));
+        const QByteArray jpeg = EngineTest::readFile(camera.filePath("DSC_0042 (2).jpg"));
+        QCOMPARE(QImage::fromData(jpeg, "JPG").size(), QSize(40, 30));
+        QVERIFY(jpeg.contains("2023:03:04 05:06:07"));
+        QVERIFY(!jpeg.contains(HeicFixture::gpsLatitude()));
+
+        click(window.get(), "pushButton_BackHome");
+        window->openFiles({photo, m_photo});
+        auto* table = qobject_cast<HeicFileTable*>(window->currentPage());
+        QVERIFY(table);
+        int sliderShown = -1;
+        answerNextModal([&sliderShown](QWidget* settings) {
+            sliderShown = settings->findChild<QSlider*>("Slider")->value();
+            settings->close();
+        }, "ConvertsionSet");
+        click(table, "pushButton_Convert");
+        QCOMPARE(sliderShown, 70);
+        QVERIFY(table->besidePhotos() && table->options().maxLongSide == 40 && !table->options().keepLocation);
+
+        window.reset();
+        TestPictova restarted;
+        restarted.openFiles({m_photo});
+        auto* again = qobject_cast<PreviewHEIC*>(restarted.currentPage());
+        QVERIFY(again);
+        QCOMPARE(again->quality(), 70);
+        QVERIFY(again->besidePhoto() && again->options().maxLongSide == 40);
     }
 };
 

@@ -2,6 +2,7 @@
 // Delete and Clear remove, the settings and progress dialogs' questions,
 // and the count texts a person reads at the end.
 #include "TestSandbox.h"
+#include "SavedChoices.h"
 #include "TestableFileTable.h"
 
 #include "BatchConvertProgress.h"
@@ -114,6 +115,7 @@ class BatchPageTest : public QObject
 private slots:
     void init()
     {
+        SavedChoices::forget();
         m_dir = new QTemporaryDir;
         QVERIFY(m_dir->isValid());
         m_page = new TestableFileTable;

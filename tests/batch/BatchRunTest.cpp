@@ -1,6 +1,7 @@
 #include "TestSandbox.h"
 #include "DecoderLibrary.h"
 #include "EngineTestSupport.h"
+#include "SavedChoices.h"
 #include "TestableFileTable.h"
 
 #include "BatchConvertProgress.h"
@@ -45,6 +46,7 @@ class BatchRunTest : public QObject
 private slots:
     void init()
     {
+        SavedChoices::forget();
         EngineTest::fakeReset();
         QVERIFY(EngineTest::drainQueue().isEmpty());
         m_sources = new QTemporaryDir;

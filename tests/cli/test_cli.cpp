@@ -311,6 +311,31 @@ private slots:
         }
     }
 
+    // --max-size and --no-location reach the JPEG on disk: the longer side
+    // at the bound, no coordinates, the date kept. A decoding library that
+    // predates them fails every photo with the reason instead of writing
+    // them full size with the location.
+    void shrinkingAndLocationReachTheFile()
+    {
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(1, "2023:08:09 10:11:12");
+        QVERIFY(QDir().mkpath(path("trip")));
+        if (!HeicFixture::write(path("trip/IMG_1.HEIC"), HeicFixture::quadrants(120, 80), options))
+            QSKIP("libheif has no HEVC encoder here");
+        const CliRun run = convert({"--max-size", "60", "--no-location", "-o", "out", "trip"}, false);
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err.join('\n')));
+        const QByteArray jpeg = EngineTest::readFile(path("out/IMG_1.jpg"));
+        QCOMPARE(QImage::fromData(jpeg, "JPG").size(), QSize(60, 40));
+        QVERIFY(jpeg.contains("2023:08:09 10:11:12"));
+        QVERIFY(!jpeg.contains(HeicFixture::gpsLatitude()));
+
+        QVERIFY(photo("old/a.heic"));
+        const CliRun old = convert({"--max-size", "60", "old"});
+        QCOMPARE(old.exitCode, 1);
+        QVERIFY2(old.err.join('\n').contains("too old"), qPrintable(old.err.join('\n')));
+        QVERIFY(!QFileInfo::exists(path("old/a.jpg")));
+    }
+
 private:
     CliRun convert(const QStringList& arguments, bool withFake = true, bool withoutRootPowers = false)
     {

@@ -36,16 +36,18 @@ private slots:
     {
         // Every option of --help, short and long, must parse to its setting.
         QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("settings"); // quality jobs memory recursive no-clobber gain-map output
-        QTest::newRow("defaults") << QStringList{"x"} << "100 %1 0 0 0 1 ";
+        // quality jobs memory recursive no-clobber gain-map output max-size location
+        QTest::addColumn<QString>("settings");
+        QTest::newRow("defaults") << QStringList{"x"} << "100 %1 0 0 0 1  0 1";
         QTest::newRow("short") << QStringList{"-r", "-n", "-j", "1", "-q", "0", "-o", "out", "x", "y"}
-                               << "0 1 0 1 1 1 out";
+                               << "0 1 0 1 1 1 out 0 1";
         QTest::newRow("long") << QStringList{"--recursive", "--no-clobber", "--jobs=64", "--quality=55",
-                                             "--output=o", "--memory=300", "--no-gain-map", "d"}
-                              << "55 64 300 1 1 0 o";
+                                             "--output=o", "--memory=300", "--no-gain-map", "--max-size=2048",
+                                             "--no-location", "d"}
+                              << "55 64 300 1 1 0 o 2048 0";
         QTest::newRow("long, separate values") << QStringList{"--quality", "100", "--jobs", "2", "--memory", "1",
-                                                              "--output", "o", "x"}
-                                               << "100 2 1 0 0 1 o";
+                                                              "--output", "o", "--max-size", "1", "x"}
+                                               << "100 2 1 0 0 1 o 1 1";
     }
 
     void commandLineAccepts()
@@ -56,14 +58,16 @@ private slots:
         const auto action = commandLine.parse(QStringList("pictova-convert") + arguments);
         QVERIFY2(action == CommandLine::Action::Run, qPrintable(commandLine.errorText()));
         const CommandLine::Options& o = commandLine.options();
-        const QString got = QStringLiteral("%1 %2 %3 %4 %5 %6 %7").arg(o.quality).arg(o.jobs).arg(o.memoryMB)
-                                .arg(int(o.recursive)).arg(int(o.noClobber)).arg(int(o.gainMap)).arg(o.outputFolder);
+        const QString got = QStringLiteral("%1 %2 %3 %4 %5 %6 %7 %8 %9").arg(o.quality).arg(o.jobs).arg(o.memoryMB)
+                                .arg(int(o.recursive)).arg(int(o.noClobber)).arg(int(o.conversion.keepGainMap))
+                                .arg(o.outputFolder).arg(o.conversion.maxLongSide).arg(int(o.conversion.keepLocation));
         QCOMPARE(got, settings.contains("%1") ? settings.arg(CommandLine::kDefaultJobs) : settings);
         QVERIFY(!o.inputs.isEmpty());
 
         // The table covers every option --help shows.
         static const QRegularExpression longName(QStringLiteral("--([a-z-]+)"));
-        const QString covered = QStringLiteral("--recursive --no-clobber --jobs --quality --output --memory --no-gain-map");
+        const QString covered = QStringLiteral(
+            "--recursive --no-clobber --jobs --quality --output --memory --no-gain-map --max-size --no-location");
         for (auto m = longName.globalMatch(commandLine.helpText()); m.hasNext();) {
             const QString name = m.next().captured(0);
             if (name != "--help" && name != "--version" && name != "--help-all")
@@ -83,6 +87,8 @@ private slots:
         QTest::newRow("empty -o") << QStringList{"-o", "", "a"} << "output folder is empty";
         QTest::newRow("empty name") << QStringList{""} << "empty file name";
         QTest::newRow("memory 0") << QStringList{"--memory", "0", "a"} << "memory must be";
+        QTest::newRow("max-size 0") << QStringList{"--max-size", "0", "a"} << "max-size must be";
+        QTest::newRow("max-size 70000") << QStringList{"--max-size=70000", "a"} << "max-size must be";
         QTest::newRow("quality not a number") << QStringList{"-q", "high", "a"} << "quality must be";
         QTest::newRow("unknown option") << QStringList{"--fast", "a"} << "Unknown option";
     }

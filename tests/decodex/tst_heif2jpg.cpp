@@ -51,6 +51,20 @@ HeifBuilder::Hevc flatTile(int width, int height, QColor colour)
     return HeifBuilder::hevcOf(HeicFixture::encode(picture, options));
 }
 
+Result convertWith(const QByteArray& heic, int maxLongSide, uint32_t flags, int version = DECODEX_OPTIONS_VERSION)
+{
+    decodex_options options;
+    heif2jpg_options_init(&options);
+    options.version = version;
+    options.quality = 90;
+    options.max_long_side = maxLongSide;
+    options.flags = flags;
+    const auto* in = reinterpret_cast<const uint8_t*>(heic.constData());
+    QByteArray out(qMax(heif2jpg_capacity(in, heic.size(), 90), 1), '\0');
+    const int code = heif2jpg_with_options(in, heic.size(), &options, reinterpret_cast<uint8_t*>(out.data()), out.size());
+    return {code, code > 0 ? out.left(code) : QByteArray()};
+}
+
 QImage decoded(const Result& r)
 {
     return QImage::fromData(r.jpeg, "JPG").convertToFormat(QImage::Format_RGB32);
@@ -271,6 +285,91 @@ private slots:
             QVERIFY(psnr(image, libheifDecode(heic)) >= 40.0);
         else
             QCOMPARE(ifd0Orientation(JpegInspector(r.jpeg).exifTiff()), 1);
+    }
+
+    // A bound shrinks the photo as it is shown (turned upright) to the
+    // bound, keeping its shape, on both ways through the library. Detail
+    // finer than the new pixels averages out rather than aliasing into
+    // stripes; a photo within the bound keeps its size.
+    void maxLongSideShrinksTheUprightPhoto_data()
+    {
+        QTest::addColumn<bool>("throughLibheif");
+        QTest::newRow("direct") << false;
+        QTest::newRow("through libheif") << true; // alpha goes that way
+    }
+
+    void maxLongSideShrinksTheUprightPhoto()
+    {
+        QFETCH(bool, throughLibheif);
+        HeicFixtureOptions options;
+        options.alpha = throughLibheif;
+        options.orientation = 6;
+        const QImage source = HeicFixture::quadrants(200, 120);
+        const QByteArray turned = encodeOrSkip(source, options);
+        const Result small = convertWith(turned, 50, 0);
+        QVERIFY2(small.code > 0, heif2jpg_error_text(small.code));
+        const QImage image = decoded(small);
+        QCOMPARE(image.size(), QSize(30, 50));
+        const QImage expected = oriented(source, 6);
+        for (double fx : {0.25, 0.75})
+            for (double fy : {0.25, 0.75})
+                QVERIFY(close(at(image, fx, fy), at(expected, fx, fy)));
+        QCOMPARE(decoded(convertWith(turned, 1000, 0)).size(), QSize(120, 200));
+
+        QImage stripes(256, 64, QImage::Format_RGB32);
+        for (int x = 0; x < 256; ++x)
+            for (int y = 0; y < 64; ++y)
+                stripes.setPixel(x, y, x % 2 ? qRgb(255, 255, 255) : qRgb(0, 0, 0));
+        options.orientation = 1;
+        options.chroma = 444;
+        options.encoderQuality = 100;
+        const QImage grey = decoded(convertWith(encodeOrSkip(stripes, options), 100, 0));
+        QCOMPARE(grey.size(), QSize(100, 25));
+        for (int x = 4; x < 96; ++x)
+            QVERIFY2(qAbs(qGray(grey.pixel(x, 8)) - 128) < 24, qPrintable(QString("column %1: %2").arg(x).arg(qGray(grey.pixel(x, 8)))));
+    }
+
+    // Without the location, the JPEG has no GPS directory and the bytes of
+    // the coordinates are gone from it, in EXIF and in XMP; the date, the
+    // rest of the XMP and everything else stay. Without the flag all stays.
+    void locationCanBeLeftOut()
+    {
+        HeicFixtureOptions options;
+        options.exifTiff = HeicFixture::exifBlock(1, "2021:05:06 07:08:09");
+        options.xmp = "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF><rdf:Description "
+                      "xmlns:exif=\"http://ns.adobe.com/exif/1.0/\" "
+                      "exif:GPSLatitude=\"51,10.69N\" xmp:Rating=\"3\" exif:GPSLongitude='1,49.6W'>"
+                      "<exif:GPSAltitude>97/1</exif:GPSAltitude><exif:GPSVersionID/><dc:title>Stones</dc:title>"
+                      "</rdf:Description></rdf:RDF></x:xmpmeta>";
+        const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(64, 48), options);
+        for (bool keep : {true, false}) {
+            const Result r = convertWith(heic, 0, keep ? 0 : DECODEX_OPTION_NO_LOCATION);
+            QVERIFY(r.code > 0);
+            const JpegInspector jpeg(r.jpeg);
+            const QByteArray tiff = jpeg.exifTiff();
+            QVERIFY(tiff.contains("2021:05:06 07:08:09"));
+            QCOMPARE(tiff.contains(QByteArray("\x25\x88\x04\x00", 4)), keep); // the GPS IFD pointer
+            QCOMPARE(r.jpeg.contains(HeicFixture::gpsLatitude()), keep);
+            QCOMPARE(ifd0Orientation(tiff), 1);
+            for (const char* property : {"GPSLatitude", "GPSLongitude", "GPSAltitude", "GPSVersionID", "97/1"})
+                QCOMPARE(r.jpeg.contains(property), keep);
+            QVERIFY(r.jpeg.contains("xmp:Rating=\"3\"") && r.jpeg.contains("<dc:title>Stones</dc:title>"));
+        }
+    }
+
+    // A caller asking for what this library does not know is told so
+    // instead of getting a JPEG without it.
+    void unknownOptionsAreRefused()
+    {
+        const QByteArray heic = encodeOrSkip(HeicFixture::quadrants(32, 32));
+        QVERIFY(convertWith(heic, 0, 0).code > 0);
+        QCOMPARE(convertWith(heic, 0, 0, DECODEX_OPTIONS_VERSION + 1).code, int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(convertWith(heic, 0, 0, 0).code, int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(convertWith(heic, 0, 0x80000000u).code, int(DECODEX_ERR_BAD_ARGUMENT));
+        QCOMPARE(convertWith(heic, -1, 0).code, int(DECODEX_ERR_BAD_ARGUMENT));
+        uint8_t out[16];
+        QCOMPARE(heif2jpg_with_options(reinterpret_cast<const uint8_t*>(heic.constData()), heic.size(), nullptr, out, 16),
+                 int32_t(DECODEX_ERR_BAD_ARGUMENT));
     }
 
     void highBitDepthsAreScaled_data()

@@ -72,6 +72,61 @@ private slots:
         QVERIFY(QFileInfo(work.filePath("IMG_0007.jpg")).size() > 0);
     }
 
+    // What a distribution and a software centre check: lintian on the
+    // Debian package (no error, no warning), both AppStream validators on
+    // the metadata, and the desktop database offering the program for
+    // both names of the photos' type. Each check is skipped without its tool.
+    void packageMeetsTheDistributionsChecks_data()
+    {
+        QTest::addColumn<QString>("tool");
+        for (const char* tool : {"lintian", "appstreamcli", "appstream-util", "update-desktop-database"})
+            QTest::newRow(tool) << tool;
+    }
+
+    void packageMeetsTheDistributionsChecks()
+    {
+        QFETCH(QString, tool);
+        if (QStandardPaths::findExecutable(tool).isEmpty())
+            QSKIP(qPrintable(tool + " is not installed (scripts/install-deps.sh installs it)"));
+        const QString metainfo = m_prefix + "/share/metainfo/local.pictova.pictova.metainfo.xml";
+        QTemporaryDir work;
+        QStringList arguments;
+        if (tool == "lintian") {
+            QProcess cpack;
+            cpack.setProcessChannelMode(QProcess::MergedChannels);
+            cpack.setWorkingDirectory(PICTOVA_BUILD_DIR);
+            cpack.start(PICTOVA_CPACK_COMMAND, {"-G", "DEB", "-B", work.path()});
+            QVERIFY(cpack.waitForFinished(300000));
+            QVERIFY2(cpack.exitCode() == 0, cpack.readAll().constData());
+            const QStringList debs = QDir(work.path()).entryList({"*.deb"});
+            QCOMPARE(debs.size(), 1);
+            arguments << "--tag-display-limit" << "0" << work.filePath(debs.first());
+        } else if (tool == "appstreamcli") {
+            arguments << "validate" << "--no-net" << metainfo;
+        } else if (tool == "appstream-util") {
+            arguments << "validate" << "--nonet" << metainfo;
+        } else {
+            QVERIFY(QFile::copy(m_prefix + "/share/applications/pictova.desktop", work.filePath("pictova.desktop")));
+            arguments << work.path();
+        }
+        QProcess check;
+        check.setProcessChannelMode(QProcess::MergedChannels);
+        check.start(tool, arguments);
+        QVERIFY(check.waitForFinished(300000));
+        const QString said = QString::fromLocal8Bit(check.readAll());
+        QVERIFY2(check.exitStatus() == QProcess::NormalExit && check.exitCode() == 0, qPrintable(said));
+        if (tool == "lintian") {
+            static const QRegularExpression complaint(QStringLiteral("^[EW]: "), QRegularExpression::MultilineOption);
+            QVERIFY2(!said.contains(complaint), qPrintable(said));
+        } else if (tool == "update-desktop-database") {
+            QFile cache(work.filePath("mimeinfo.cache"));
+            QVERIFY(cache.open(QIODevice::ReadOnly));
+            const QByteArray types = cache.readAll();
+            QVERIFY2(types.contains("image/heif=pictova.desktop;") && types.contains("image/heic=pictova.desktop;"),
+                     types.constData());
+        }
+    }
+
     void installedProgramStarts()
     {
         QTemporaryDir home;

@@ -13,6 +13,7 @@
 #include "EngineTestSupport.h"
 #include "HeicFixture.h"
 #include "PreviewHEIC.h"
+#include "SavedChoices.h"
 #include "SingleConverting.h"
 #include "VNStyleButton.h"
 
@@ -48,6 +49,15 @@ protected:
         return folderAnswer;
     }
     void runConvertingDialog(SingleConverting*) override { ++dialogsRun; }
+    bool showFolder(const QString& folder) override
+    {
+        return !noFileManager && PreviewHEIC::showFolder(folder);
+    }
+
+public:
+    bool noFileManager = false;
+
+protected:
     void runMessage(QDialog* box) override
     {
         messages << box->findChild<QLabel*>("label")->text();
@@ -74,6 +84,9 @@ public:
     TestPreviewHEIC() : m_home(TestSandbox::home()) {}
 
 private slots:
+    // Every test starts as a first start does: no choices kept from before.
+    void init() { SavedChoices::forget(); }
+
     void initTestCase()
     {
         const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
@@ -184,6 +197,11 @@ private slots:
         QDesktopServices::unsetUrlHandler("file");
         QCOMPARE(opener.opened, QList<QUrl>{QUrl::fromLocalFile(out + "/Vantora")});
 #endif
+        // Without a file manager (no xdg-open) the person is told where to look.
+        page.noFileManager = true;
+        QTest::mouseClick(page.convertingDialog()->findChild<VNStyleButton*>("pushButton_OpenFolder"), Qt::LeftButton);
+        QVERIFY(!page.messages.isEmpty() && page.messages.last().contains(QDir::toNativeSeparators(out + "/Vantora")));
+        page.noFileManager = false;
 
         slider->setValue(100);
         QTest::mouseClick(convert, Qt::LeftButton);

@@ -205,7 +205,7 @@ QImage HeicFixture::gradient(int width, int height)
 QByteArray HeicFixture::exifBlock(int orientation, const QByteArray& dateTimeOriginal)
 {
     // Layout: header (8) | IFD0 with 3 entries | Exif IFD with 1 entry |
-    //         GPS IFD with 1 entry | the date string.
+    //         GPS IFD with 2 entries | the date string | the latitude.
     QByteArray date = dateTimeOriginal.left(19);
     date.append('\0');
     const quint32 ifd0 = 8;
@@ -213,8 +213,9 @@ QByteArray HeicFixture::exifBlock(int orientation, const QByteArray& dateTimeOri
     const quint32 exifIfd = ifd0 + ifd0Size;
     const quint32 exifIfdSize = 2 + 1 * 12 + 4;
     const quint32 gpsIfd = exifIfd + exifIfdSize;
-    const quint32 gpsIfdSize = 2 + 1 * 12 + 4;
+    const quint32 gpsIfdSize = 2 + 2 * 12 + 4;
     const quint32 dateOffset = gpsIfd + gpsIfdSize;
+    const quint32 latitudeOffset = dateOffset + quint32(date.size());
 
     QByteArray b("II*\0", 4);
     appendU32(b, ifd0);
@@ -226,10 +227,21 @@ QByteArray HeicFixture::exifBlock(int orientation, const QByteArray& dateTimeOri
     appendU16(b, 1);
     appendEntry(b, 0x9003, 2, quint32(date.size()), dateOffset); // DateTimeOriginal
     appendU32(b, 0);
-    appendU16(b, 1);
+    appendU16(b, 2);
     appendEntry(b, 0x0001, 2, 2, quint32('N'));          // GPSLatitudeRef "N"
+    appendEntry(b, 0x0002, 5, 3, latitudeOffset);        // GPSLatitude, three RATIONALs
     appendU32(b, 0);
     b.append(date);
+    b.append(gpsLatitude());
+    return b;
+}
+
+QByteArray HeicFixture::gpsLatitude()
+{
+    // 51 deg 10' 41.81": the rationals as exifBlock() stores them.
+    QByteArray b;
+    for (quint32 v : {51u, 1u, 10u, 1u, 4181u, 100u})
+        appendU32(b, v);
     return b;
 }
 

@@ -43,8 +43,11 @@ public:
     static QImage gradient(int width, int height);
 
     // A minimal little-endian TIFF/EXIF block with the Orientation tag,
-    // DateTimeOriginal ("YYYY:MM:DD HH:MM:SS") and a GPS latitude reference.
+    // DateTimeOriginal ("YYYY:MM:DD HH:MM:SS") and a GPS latitude with its
+    // reference.
     static QByteArray exifBlock(int orientation, const QByteArray& dateTimeOriginal);
+    // The latitude's bytes in that block, to look for in a JPEG.
+    static QByteArray gpsLatitude();
 
     // Folder of the real test photos, or an empty string when it is absent.
     static QString corpusDir();

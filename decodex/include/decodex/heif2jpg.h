@@ -14,19 +14,28 @@
  *     stay full resolution.
  *   - Carries the photo's metadata: its EXIF block with the Orientation tag
  *     rewritten to 1 (the pixels are already turned; the old value would make
- *     viewers turn the picture a second time), its XMP packet, and its colour
+ *     viewers turn the picture a second time) and, when the picture was
+ *     turned or cropped, PixelXDimension/PixelYDimension set to the JPEG's
+ *     size; its XMP packet without trailing NUL bytes and without a gain-map
+ *     container directory of the HEIF file's own; and its colour
  *     profile. An embedded ICC profile ('prof' or 'rICC') is copied as it is.
  *     An nclx colour box with wide-gamut primaries (Display P3, BT.2020, ...)
  *     gets a matching ICC profile generated for those primaries with an sRGB
  *     tone curve. HDR transfer functions (PQ, HLG) are mapped to SDR with a
  *     simple tone map in the linear domain and then treated like BT.2020 SDR.
- *   - Keeps an HDR gain map (Apple's or Samsung's auxiliary image, with its
- *     ISO 21496-1 'tmap' values, hdrgm XMP, or Apple's headroom) as an
- *     Ultra HDR JPEG: the photo's JPEG as above, its XMP extended by a
- *     container directory, an MPF index in APP2, and the gain map, turned
- *     with the photo, appended as a one-channel JPEG with hdrgm XMP. HDR
- *     screens show the highlights brighter; other viewers see the photo.
- *     A file without a usable gain map gives exactly the plain JPEG.
+ *   - Keeps an HDR gain map (Apple's or Samsung's auxiliary image, one
+ *     picture or a grid, with its ISO 21496-1 'tmap' values, hdrgm XMP, or
+ *     Apple's headroom from the map's XMP or maker-note tags 33 and 48) as
+ *     an Ultra HDR JPEG: the photo's JPEG as above, its XMP extended by a
+ *     container directory, an ISO 21496-1 version segment and an MPF index
+ *     in APP2, and the gain map, turned with the photo, appended as a
+ *     one-channel JPEG with hdrgm XMP and the ISO 21496-1 metadata in APP2.
+ *     HDR screens show the highlights brighter; other viewers see the photo.
+ *     A file without a usable gain map gives exactly the plain JPEG; with
+ *     DECODEX_DEBUG set in the environment, stderr says why a map was left
+ *     out.
+ *   - On request (heif2jpg_with_options), shrinks the photo to a bound on
+ *     its longer side and leaves out the GPS position or the gain map.
  *
  * Threads
  *   Every function here may be called from any number of threads at once.
@@ -112,6 +121,71 @@ DECODEX_API int32_t heif2jpg(const uint8_t* input, int32_t input_size, int32_t q
 DECODEX_API int32_t heif2jpg_no_gain_map(const uint8_t* input, int32_t input_size, int32_t quality,
                                          uint8_t* output, int32_t output_capacity,
                                          const char* scratch_name);
+
+/*
+ * Options: heif2jpg_with_options()
+ *
+ * What a person may ask of a conversion beyond the quality, in one plain
+ * struct that can grow without a new export for every option:
+ *
+ *   struct decodex_options options;
+ *   heif2jpg_options_init(&options);     // version and defaults
+ *   options.quality = 90;
+ *   options.max_long_side = 2048;
+ *   options.flags |= DECODEX_OPTION_NO_LOCATION;
+ *   size = heif2jpg_with_options(input, input_size, &options, output, capacity);
+ *
+ * Versions: `version` says which layout the caller was built with. A library
+ * reads exactly the fields of that version, so a caller built against this
+ * header keeps working with every later library. A library given a version
+ * newer than its own, or a flag it does not know, refuses the call with
+ * DECODEX_ERR_BAD_ARGUMENT rather than quietly leaving an option out: a
+ * caller that must also run with older libraries retries without the option
+ * or tells the person. New fields are only ever added at the end, with a new
+ * version number, and zero always means "as heif2jpg() does".
+ */
+#define DECODEX_OPTIONS_VERSION 1
+
+/* Leave out the HDR gain map: the plain JPEG of the photo, as
+ * heif2jpg_no_gain_map() writes it. */
+#define DECODEX_OPTION_NO_GAIN_MAP 0x1u
+/* Leave out where the photo was taken: the EXIF GPS directory (its entries
+ * and their values, overwritten, not only unlinked) and the exif:GPS...
+ * properties of the XMP packet. The capture date and everything else stay. */
+#define DECODEX_OPTION_NO_LOCATION 0x2u
+
+struct decodex_options {
+  /* DECODEX_OPTIONS_VERSION as the caller was built */
+  int32_t version;
+  /* JPEG quality 0..100; values outside are clamped */
+  int32_t quality;
+  /* When > 0, the JPEG's longer side is at most this many pixels: a larger
+   * photo is shrunk after it is turned upright, keeping its shape, with a
+   * Lanczos filter (the HDR gain map shrinks with it). A photo already
+   * within the bound keeps its size; nothing is ever enlarged. 0: the
+   * photo's own size. Negative values are refused (BAD_ARGUMENT). */
+  int32_t max_long_side;
+  /* DECODEX_OPTION_... values, or-ed; 0 for none */
+  uint32_t flags;
+};
+
+/*
+ * Fills `options` with this header's version and the defaults of heif2jpg():
+ * quality 100, no size bound, no flags. Does nothing when options is NULL.
+ */
+DECODEX_API void heif2jpg_options_init(struct decodex_options* options);
+
+/*
+ * heif2jpg() with options. `options` is read only and owned by the caller;
+ * NULL is refused. Input, output and results are those of heif2jpg():
+ * the number of JPEG bytes written (> 0), or a negative enum decodex_error
+ * (BAD_ARGUMENT also for an unknown version or flag, or a negative
+ * max_long_side). heif2jpg_capacity() is enough here too: a shrunk photo
+ * only needs less.
+ */
+DECODEX_API int32_t heif2jpg_with_options(const uint8_t* input, int32_t input_size,
+                                          const struct decodex_options* options,
+                                          uint8_t* output, int32_t output_capacity);
 
 /*
  * Tells a capacity that is always enough for heif2jpg() on this input at

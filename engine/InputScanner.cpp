@@ -1,6 +1,7 @@
 #include "InputScanner.h"
 
 #include "AtomicFileWriter.h"
+#include "PhotoFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,6 +25,7 @@ struct Walk
     const std::function<bool()>& stopRequested;
     QStringList found;
     QVector<InputScanner::Problem> failed;
+    int otherFiles = 0;
     bool hasSubfolders = false;
 
     bool stop() const { return stopRequested && stopRequested(); }
@@ -48,6 +50,8 @@ struct Walk
                     return false;
             } else if (InputScanner::isPhotoName(entry.fileName())) {
                 found << QDir::cleanPath(entry.filePath());
+            } else {
+                ++otherFiles;
             }
         }
         return true;
@@ -66,10 +70,7 @@ QString identity(const QString& path)
 
 bool InputScanner::isPhotoName(const QString& fileName)
 {
-    for (const char* ending : {".heic", ".heif", ".hif"})
-        if (fileName.endsWith(QLatin1String(ending), Qt::CaseInsensitive))
-            return true;
-    return false;
+    return PhotoFiles::isHeifName(fileName);
 }
 
 QString InputScanner::listingError(const QString& folder)
@@ -107,13 +108,14 @@ InputScanner::Result InputScanner::scan(const QStringList& arguments, bool recur
             break;
         }
         if (info.isDir()) {
-            Walk walk{recursive, stopRequested, {}, {}, false};
+            Walk walk{recursive, stopRequested, {}, {}, 0, false};
             if (!walk.folder(path, true)) {
                 result.stopped = true;
                 break;
             }
             std::sort(walk.found.begin(), walk.found.end());
             result.failed += walk.failed;
+            result.otherFiles += walk.otherFiles;
             if (walk.found.isEmpty() && walk.failed.isEmpty()) {
                 QString note = QStringLiteral("%1: no .heic, .heif or .hif files found")
                                    .arg(QDir::toNativeSeparators(path));

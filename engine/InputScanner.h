@@ -6,7 +6,8 @@
 
 #include <functional>
 
-// Turns the FILE|FOLDER arguments into the list of photos to convert.
+// Turns the FILE|FOLDER arguments of pictova-convert, and the files and
+// folders handed to the window, into the list of photos to convert.
 //
 // A file argument is taken whatever its name: the user named it, and the
 // decoder says clearly when it is not a photo. A folder argument takes the
@@ -37,6 +38,7 @@ public:
         QVector<Problem> failed;   // arguments that name nothing, folders that cannot be listed
         QVector<Problem> repeated; // photos named more than once (converted once)
         QStringList notes;         // folders that held no photo, with a hint
+        int otherFiles = 0;        // files in the folders that are no photos
         bool stopped = false;      // `stopRequested` said so; the lists are partial
     };
 
