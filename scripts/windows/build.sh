@@ -222,9 +222,16 @@ fi
 # ---------------------------------------------------------------------------
 # Pictova, with the toolchain file kept beside this script.
 stage "building Pictova"
+# A build made against other library folders (a new Debian upload, a changed
+# recipe) starts again: CMake would keep the old folders it found.
+if [ -f "$out/build/CMakeCache.txt" ] \
+   && [ "$(cat "$out/build/pictova-libraries" 2>/dev/null)" != "$qt_prefix;$prefixes" ]; then
+  rm -rf "$out/build"
+fi
 cmake -S "$root" -B "$out/build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$root/scripts/windows/mingw-w64-x86_64.cmake" \
   -DPICTOVA_WINDOWS_QT="$qt_prefix" -DPICTOVA_WINDOWS_PREFIXES="$prefixes" >/dev/null
+echo "$qt_prefix;$prefixes" >"$out/build/pictova-libraries"
 cmake --build "$out/build" --parallel "$jobs"
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$out/build/CMakeCache.txt")
 
