@@ -226,6 +226,10 @@ void Pictova::slot_BatchPhotoView()
 
 void Pictova::slot_ToPreviewView(QString strFilePath)
 {
+    // A photo dropped on the preview page replaces the one shown. The page
+    // asked through a queued connection, so it is not on the stack here.
+    if (m_previewPage && m_currentPage == m_previewPage)
+        destroyCurrentPage();
     if (!m_previewPage) {
         m_previewPage = new PreviewHEIC(strFilePath, this);
         m_previewPage->setGeometry(ui->widget_Main->rect());
@@ -235,6 +239,8 @@ void Pictova::slot_ToPreviewView(QString strFilePath)
         connect(m_previewPage,
                 SIGNAL(signal_PhotoInfo(const QString&, const QString&, const QString&, const QString&)),
                 this, SLOT(slot_PhotoInfo(const QString&, const QString&, const QString&, const QString&)));
+        connect(m_previewPage, SIGNAL(signal_ToPreviewView(QString)), this,
+                SLOT(slot_ToPreviewView(QString)), Qt::QueuedConnection);
     }
     destroyCurrentPage();
     m_previewPage->show();
@@ -348,6 +354,14 @@ void Pictova::openPendingFiles()
 
 void Pictova::slot_ToHome()
 {
+    // The batch page goes with its list: a person who collected photos is
+    // asked before they are dropped.
+    if (m_currentPage && m_currentPage == m_fileTable && !m_fileTable->files().isEmpty()) {
+        TipDialog tip(this);
+        tip.setLeaveListTip(m_fileTable->files().size());
+        if (tip.exec() != QDialog::Accepted)
+            return;
+    }
     destroyCurrentPage();
     ui->widget_Main->show();
     m_singleStart->show();

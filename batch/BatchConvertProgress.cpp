@@ -8,7 +8,6 @@
 #include <QEvent>
 #include <QFileInfo>
 #include <QStringList>
-#include <QKeyEvent>
 #include <QPointer>
 
 BatchConvertProgress::BatchConvertProgress(QWidget* parent)
@@ -18,8 +17,9 @@ BatchConvertProgress::BatchConvertProgress(QWidget* parent)
     ui->setupUi(this);
 
     ui->widget->setTitleText(tr("Converting Photos"));
-    // The title bar's close must go through the cancel question, not close
-    // the dialog under a running batch.
+    // The title bar's close (and with it Escape and the window manager's
+    // close) must go through the cancel question, not close the dialog under
+    // a running batch.
     ui->widget->setEmitCloseSignal(true);
     ui->widget->setParentWidget(this, QPoint(5, 5), true);
 
@@ -72,6 +72,10 @@ BatchConvertProgress::~BatchConvertProgress()
 void BatchConvertProgress::setProgress(const int& percent, const QString& countText)
 {
     ui->label_Progress->setText(countText);
+    // Until the first photos are done the bar has nothing to show; without
+    // a range Qt keeps its chunk moving, so a long first photo (a 200 MP one
+    // takes seconds) still shows that work goes on.
+    ui->progressBar->setRange(0, percent > 0 ? 100 : 0);
     ui->progressBar->setValue(percent);
 }
 
@@ -107,6 +111,7 @@ void BatchConvertProgress::setCancelling()
     ui->pushButton_Cancel->setEnabled(false);
     ui->pushButton_Cancel->hide();
     ui->label_Converting->setText(tr("Cancelling: finishing the photos in hand..."));
+    ui->progressBar->setRange(0, 0);
     ui->label_Progress->hide();
     ui->label_files->hide();
 }
@@ -114,9 +119,19 @@ void BatchConvertProgress::setCancelling()
 void BatchConvertProgress::setFinished(int count)
 {
     m_finished = true;
+    // The run ended while the cancel question waited: there is nothing left
+    // to cancel, so the question goes and the result shows.
+    if (m_cancelTip && m_cancelTip->isVisible())
+        m_cancelTip->close();
     ui->pushButton_OpenFolder->show();
     ui->pushButton_OK->show();
     ui->pushButton_Cancel->hide();
+    // The bar stays where the count left it.
+    if (ui->progressBar->maximum() == 0)
+        ui->progressBar->setRange(0, 100);
+    // Return closes the result, as OK does.
+    ui->pushButton_OK->setDefault(true);
+    ui->pushButton_OK->setFocus(Qt::OtherFocusReason);
 
     const QString result = BatchRules::finishedText(count);
     if (!result.isEmpty())
@@ -145,6 +160,8 @@ void BatchConvertProgress::slot_isCancelView()
         m_cancelTip->setCancelConvertTip();
         connect(m_cancelTip, SIGNAL(signal_CancelConver()), this, SLOT(slot_CancelConvert()));
     }
+    // The count goes on while the question waits; it stays in sight.
+    m_cancelTip->placeClearOf(this);
     runModal(m_cancelTip);
 }
 
@@ -178,13 +195,4 @@ bool BatchConvertProgress::eventFilter(QObject* watched, QEvent* event)
     if (watched == ui->pushButton_Cancel || watched == ui->pushButton_OpenFolder)
         StyleHelpers::applyTextButtonHover(static_cast<QWidget*>(watched), event);
     return QDialog::eventFilter(watched, event);
-}
-
-void BatchConvertProgress::keyPressEvent(QKeyEvent* event)
-{
-    if (event->key() == Qt::Key_Escape) {
-        slot_isCancelView();
-        return;
-    }
-    QDialog::keyPressEvent(event);
 }

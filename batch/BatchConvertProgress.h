@@ -46,9 +46,6 @@ public slots:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
-    // Escape would close the dialog under a running batch and leave it
-    // without a way to cancel; it asks the cancel question instead.
-    void keyPressEvent(QKeyEvent* event) override;
 
     // Runs the cancel question modally. Tests replace it so no nested event
     // loop waits for a click that never comes.

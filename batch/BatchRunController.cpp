@@ -96,6 +96,7 @@ void BatchRunController::start(const QStringList& sources, const QStringList& ro
         m_successCount = 0;
     }
     m_runFailures.clear();
+    m_outcomes.clear();
     m_runTotal = sources.size();
     m_running = true;
     m_cancelling = false;
@@ -136,9 +137,18 @@ void BatchRunController::start(const QStringList& sources, const QStringList& ro
 
 void BatchRunController::slot_FileConverted(const QString& source, const QString& target)
 {
-    Q_UNUSED(source)
     Q_UNUSED(target)
+    m_outcomes.insert(source, qMakePair(Converted, QString()));
+    emit signal_PhotoEnded(source);
     slot_ConvertProgress();
+}
+
+BatchRunController::Outcome BatchRunController::outcome(const QString& source, QString* reason) const
+{
+    const QPair<Outcome, QString> known = m_outcomes.value(source, qMakePair(NotRun, QString()));
+    if (reason)
+        *reason = known.second;
+    return known.first;
 }
 
 void BatchRunController::slot_ConvertProgress()
@@ -153,6 +163,8 @@ void BatchRunController::slot_ConvertProgress()
 void BatchRunController::slot_ConvertFailed(const QString& source, const QString& reason)
 {
     m_runFailures.append(qMakePair(source, reason));
+    m_outcomes.insert(source, qMakePair(Failed, reason));
+    emit signal_PhotoEnded(source);
     countDone();
 }
 

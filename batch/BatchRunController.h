@@ -3,6 +3,7 @@
 #include "Heif2JpgFn.h"
 #include "SavedChoices.h"
 
+#include <QHash>
 #include <QMutex>
 #include <QObject>
 #include <QPair>
@@ -31,6 +32,9 @@ class BatchRunController : public QObject
 
 public:
     static constexpr int kWorkerCount = 4;
+
+    // How a photo of the last run ended.
+    enum Outcome { NotRun, Converted, Failed };
 
     using ModalRunner = std::function<int(QDialog*)>;
     using FolderOpener = std::function<void(const QString&)>;
@@ -67,6 +71,10 @@ public:
     // Every path put into the queue, until clearQueuedPaths().
     const QStringList& queuedPaths() const { return m_queuedPaths; }
     void clearQueuedPaths() { m_queuedPaths.clear(); }
+    // How `source` ended in the last run, and why when it failed; known
+    // until the next run starts or forgetOutcomes() is called.
+    Outcome outcome(const QString& source, QString* reason = nullptr) const;
+    void forgetOutcomes() { m_outcomes.clear(); }
     BatchConvertProgress* progressDialog() const { return m_progress; }
     ConvertThread* worker(int i) const { return m_workers.at(size_t(i)); }
 
@@ -76,6 +84,8 @@ signals:
     // A run started or ended (finished or cancelled): the page's buttons
     // follow isRunning().
     void signal_RunStateChanged();
+    // A photo of the run ended (see outcome()).
+    void signal_PhotoEnded(const QString& source);
 
 public slots:
     // One photo written (a worker's signal_FileConverted).
@@ -110,4 +120,5 @@ private:
     int m_runTotal = 0;
     QVector<QPair<QString, QString>> m_runFailures;
     QString m_runFolder;
+    QHash<QString, QPair<Outcome, QString>> m_outcomes; // source: outcome, reason
 };

@@ -61,11 +61,14 @@ ConvertsionSet::ConvertsionSet(QWidget* parent)
                                       skin + "/Button/button100_2_pressing.png");
 
     ui->Slider->setStyleSheet(QString::fromLatin1(kSliderStyle));
+    StyleHelpers::showSliderFocus(ui->Slider);
 
     ui->pushButton_OpenFolder->installEventFilter(this);
 
     connect(ui->pushButton_OpenFolder, SIGNAL(clicked()), this, SLOT(slot_OpenFolder()));
     connect(ui->pushButton_Convert, SIGNAL(clicked()), this, SLOT(slot_Convert()));
+    // Return anywhere but on Select Folder starts the run, never the chooser.
+    ui->pushButton_Convert->setDefault(true);
     connect(ui->Slider, SIGNAL(valueChanged(int)), this, SLOT(slot_setQualityValue(int)));
     connect(ui->widget_Choices, &ConversionChoices::optionsChanged, this, &ConvertsionSet::signal_SetOptions);
     connect(ui->checkBox_BesidePhotos, &QCheckBox::toggled, this, [this](bool beside) {

@@ -16,9 +16,9 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QTableWidgetItem>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -61,6 +61,13 @@ HeicFileTable::HeicFileTable(QWidget* parent)
     connect(m_run, SIGNAL(signal_ConvertSuccessCount(int)), this, SIGNAL(signal_ConvertSuccessCount(int)));
     connect(m_run, SIGNAL(signal_ConvertSuccessAll()), this, SIGNAL(signal_ConvertSuccessAll()));
     connect(m_run, &BatchRunController::signal_RunStateChanged, this, &HeicFileTable::runStateChanged);
+    // Each row shows how its photo ended as soon as it has.
+    connect(m_run, &BatchRunController::signal_PhotoEnded, this, [this](const QString& source) {
+        for (int row = 0; row < m_files.size(); ++row) {
+            if (m_files.at(row).filePath() == source)
+                showMark(row);
+        }
+    });
     setAcceptDrops(true);
 }
 
@@ -114,6 +121,10 @@ void HeicFileTable::setUpTable()
     table->setShowGrid(false);
     table->setFrameShape(QFrame::NoFrame);
     table->setAlternatingRowColors(true);
+    // One keyboard stop for the whole list: Tab goes on to the next control
+    // (the arrow keys move within the table) and Space ticks the current row.
+    table->setTabKeyNavigation(false);
+    table->installEventFilter(this);
     table->horizontalHeader()->setStyleSheet(QStringLiteral(
         "QHeaderView::section {background-color: #ffffff;color: #484848;border: 0px solid "
         "#eeeeee;border-width: 0px 0px 1px 0px;border-color: #eeeeee;}"));
@@ -154,6 +165,7 @@ void HeicFileTable::fillRow(int row, const QFileInfo& info)
     m_rowBoxes.append(box);
     connect(box, SIGNAL(signal_StateChanged(int, int)), this, SLOT(slot_ChooseItem(int, int)));
     connect(box, SIGNAL(signal_Clicked()), this, SLOT(slot_setSelectAllCheckBoxState()));
+    showMark(row);
 }
 
 void HeicFileTable::showTotals()
@@ -185,8 +197,11 @@ void HeicFileTable::updateButtons()
 void HeicFileTable::runStateChanged()
 {
     updateButtons();
-    // A run may have taken a while; files may have gone meanwhile.
-    if (!m_run->isRunning())
+    // A new run starts without the last one's marks; once it ends, files
+    // may have gone meanwhile.
+    if (m_run->isRunning())
+        forgetMarks();
+    else
         refreshMissing();
 }
 
@@ -216,8 +231,64 @@ void HeicFileTable::refreshMissing()
         } else {
             table->setItem(row, 2, missingItem());
         }
+        showMark(row);
     }
     showTotals();
+}
+
+void HeicFileTable::showMark(int row)
+{
+    QTableWidget* table = ui->tableWidget;
+    QTableWidgetItem* name = table->item(row, 1);
+    if (!name || row >= m_files.size())
+        return;
+    QString reason;
+    const BatchRunController::Outcome outcome = m_run->outcome(m_files.at(row).filePath(), &reason);
+    QString mark;
+    QString hover;
+    if (outcome == BatchRunController::Converted) {
+        mark = QStringLiteral("/Label/row_converted.png");
+        hover = tr("Converted");
+    } else if (outcome == BatchRunController::Failed) {
+        mark = QStringLiteral("/Label/row_failed.png");
+        hover = tr("Not converted: %1").arg(reason);
+    }
+    name->setIcon(mark.isEmpty() ? QIcon()
+                                 : QIcon(SkinStyle::pixmap(m_skin.skinDir() + mark, devicePixelRatioF())));
+    // The whole row tells it on hover, except a size cell that says the
+    // file is gone.
+    for (int column = 1; column < table->columnCount(); ++column) {
+        if (QTableWidgetItem* item = table->item(row, column); item && !(column == 2 && isMissing(row)))
+            item->setToolTip(hover);
+    }
+}
+
+void HeicFileTable::forgetMarks()
+{
+    m_run->forgetOutcomes();
+    for (int row = 0; row < m_files.size(); ++row)
+        showMark(row);
+}
+
+bool HeicFileTable::eventFilter(QObject* watched, QEvent* event)
+{
+    QTableWidget* table = ui->tableWidget;
+    if (watched != table)
+        return QWidget::eventFilter(watched, event);
+    // Arriving by keyboard shows where one is: the current row is framed
+    // while the table has the focus (NoFocusDelegate).
+    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
+        if (table->currentRow() < 0 && table->rowCount() > 0)
+            table->setCurrentCell(0, 1);
+        table->viewport()->update();
+    }
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        if (auto* box = qobject_cast<VNStyleCheckBox*>(table->cellWidget(table->currentRow(), 0))) {
+            box->click();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 bool HeicFileTable::event(QEvent* event)
@@ -302,6 +373,9 @@ int HeicFileTable::addPhotos(const QVector<InputScanner::Photo>& photos)
         m_rowBoxes.last()->setCheckState(Qt::Checked);
         ++added;
     }
+    // The last run's marks were about another list.
+    if (added > 0)
+        forgetMarks();
     if (!photos.isEmpty())
         PhotoFiles::rememberFolder(photos.last().root.isEmpty() ? photos.last().path : photos.last().root);
     showTotals();
@@ -368,6 +442,7 @@ void HeicFileTable::slot_ClearTable()
     m_rowBoxes.clear();
     m_tickedRows.clear();
     m_run->clearQueuedPaths();
+    m_run->forgetOutcomes();
     ui->pushButton_Delete->setEnabled(false);
     ui->pushButton_Clear->setEnabled(false);
     if (m_clearTip) {
@@ -397,6 +472,7 @@ void HeicFileTable::slot_DeleteTableItem()
             m_files.removeAt(row);
     }
     m_tickedRows.clear();
+    m_run->forgetOutcomes();
     rebuildTable();
     slot_setSelectAllCheckBoxState();
     updateButtons();
@@ -433,16 +509,8 @@ void HeicFileTable::dropEvent(QDropEvent* event)
 
 void HeicFileTable::tellLater(const QString& text)
 {
-    if (text.isEmpty())
-        return;
     // Not from inside the drop: the file manager waits for the drop to end.
-    QPointer<HeicFileTable> self(this);
-    QTimer::singleShot(0, this, [self, text] {
-        if (!self)
-            return;
-        VNMessageBox box(text, VNMessageBox::defaultTitle(), VNMessageBox::Ok, self);
-        self->runModal(&box);
-    });
+    VNMessageBox::tellLater(this, text, [this](QDialog* box) { return runModal(box); });
 }
 
 void HeicFileTable::slot_setAllCheckBoxState(int State, int nIndex)

@@ -105,6 +105,7 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     // The places where the page waits for the user or hands off to the
     // system. Tests replace them so they need no real dialog or file manager.
@@ -120,6 +121,10 @@ private:
     void showTotals();
     void updateButtons();
     void refreshMissing();
+    // The row's mark of the last run: converted or failed, with the reason
+    // on hover; none for a photo the run did not take.
+    void showMark(int row);
+    void forgetMarks();
     // The size cell of a row whose file has gone.
     QTableWidgetItem* missingItem() const;
     void tellLater(const QString& text);

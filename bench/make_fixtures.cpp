@@ -54,7 +54,7 @@ int main(int argc, char** argv)
 
     // Every tile item has its own copy of one coded tile: a grid may not name
     // one tile twice. The picture is a gradient, enough for timing.
-    // At a low quality, so 768 tiles stay under the program's 16 MB file limit.
+    // At a low quality, so 768 tiles make a file of well under a megabyte.
     QString error;
     HeicFixtureOptions tileOptions;
     tileOptions.encoderQuality = 30;

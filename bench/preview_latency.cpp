@@ -131,7 +131,7 @@ void printBreakdown(QTextStream& out, const QString& jpegPath, int runs)
         const QPixmap full = QPixmap::fromImage(image);
         pixmap.push_back(timer.nsecsElapsed() / 1e6);
         timer.restart();
-        const QPixmap shown = PreviewHEIC::scaledToFit(full, QSize(900, 600));
+        const QPixmap shown = PreviewHEIC::scaledToFit(image, QSize(900, 600), 1.0);
         scale.push_back(timer.nsecsElapsed() / 1e6);
         // What the read would cost if it asked libjpeg for a picture about
         // the label's size (its DCT scaling skips most of the work).

@@ -34,6 +34,8 @@ void HEICTojpg::run()
     decoder.setOptions(m_options);
     HeicDecoder::Result result =
         decoder.convertFile(m_filePath, m_quality, kScratchFileName, [&](const QByteArray& input) {
+            if (!isInterruptionRequested())
+                emit signal_FileRead();
             const QImage thumbnail = decoder.thumbnail(input);
             if (!thumbnail.isNull() && !isInterruptionRequested())
                 emit signal_SendThumbnail(thumbnail);

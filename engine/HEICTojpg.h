@@ -12,6 +12,8 @@
 // Decodes one HEIC file off the GUI thread for the preview page.
 //
 // run() emits, once and in this order:
+//   signal_FileRead()           the file is in memory and goes to the
+//                               library (not when it could not be read);
 //   signal_SendThumbnail(image) the photo's embedded thumbnail, turned like
 //                               the photo, as soon as the file is read; only
 //                               when the file has one (phones store one), so
@@ -46,6 +48,7 @@ public:
 
     void setQuality(int quality);
     void setOptions(const ConversionOptions& options) { m_options = options; }
+    const ConversionOptions& options() const { return m_options; }
     // When set, the picture is read from the JPEG at about this size (libjpeg
     // scales while decoding, which is much cheaper than a full-size read for
     // a 12 MP photo shown in a 510 x 340 label). width and height in the
@@ -64,6 +67,7 @@ public:
     QString failureReason() const { return m_failure; }
 
 signals:
+    void signal_FileRead();
     void signal_SendThumbnail(const QImage& image);
     void signal_SendJpegData(const QByteArray& jpeg);
     void signal_SendHeicData(const QImage& image, int nWidth, int nHeight);

@@ -80,9 +80,18 @@ QByteArray HeicDecoder::readHeicFile(const QString& path, QString* failure)
     if (measured < 1)
         return fail(tr("file is empty"));
     if (measured > kMaxFileSize)
-        return fail(tr("file is larger than 16 MB"));
+        return fail(tr("file is larger than 2 GB, the most the decoding library can read"));
+    const qint64 budget = MemoryBudget::global().limit();
+    if (measured > budget)
+        return fail(tr("file is larger than the %1 MB of memory set aside for converting")
+                        .arg(budget >> 20));
 
-    QByteArray bytes(int(measured), Qt::Uninitialized);
+    QByteArray bytes;
+    try {
+        bytes = QByteArray(int(measured), Qt::Uninitialized);
+    } catch (const std::bad_alloc&) {
+        return fail(tr("not enough memory to read the file"));
+    }
     if (file.read(bytes.data(), measured) != measured)
         return fail(tr("cannot read %1: %2").arg(path, file.errorString()));
     return bytes;
@@ -228,7 +237,13 @@ QString HeicDecoder::describeError(int32_t code)
     case DECODEX_ERR_NOT_HEIF:
         return tr("not a HEIF file");
     case DECODEX_ERR_DECODE_FAILED:
-        return tr("truncated or corrupt image");
+        return tr("the picture could not be decoded");
+    case DECODEX_ERR_DAMAGED:
+        return tr("damaged or incomplete HEIF file");
+    case DECODEX_ERR_AV1_UNSUPPORTED:
+        return tr("AV1 image (AVIF), which no installed decoder can read");
+    case DECODEX_ERR_IMAGE_SEQUENCE:
+        return tr("image sequence (animation) without a still image");
     case DECODEX_ERR_IMAGE_TOO_LARGE:
         return tr("image is too large (more than 200 megapixels)");
     case DECODEX_ERR_OUTPUT_TOO_SMALL:

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <functional>
+#include <limits>
 
 // The read-and-decode steps that the preview thread and the batch workers
 // share: load a HEIC file into memory, hand it to the decoding library, get
@@ -18,8 +19,11 @@
 class HeicDecoder
 {
 public:
-    // Files of 1 to 16,777,214 bytes are accepted.
-    static constexpr qint32 kMaxFileSize = 0xFFFFFF - 1;
+    // The decoding library takes a file's size as a 32-bit number, and the
+    // QByteArray that holds the file keeps its small header within the same
+    // bound. Larger files are refused before anything is read; smaller ones
+    // as long as they fit the MemoryBudget's limit.
+    static constexpr qint32 kMaxFileSize = std::numeric_limits<qint32>::max() - 4096;
     // The first output buffer is this many times the input.
     static constexpr qint32 kCapacityFactor = 10;
 
@@ -48,7 +52,9 @@ public:
     // Reads the whole file. The measured size is stored in fileSize() before
     // the range check, so a refused file still tells its size; a file that
     // cannot be opened leaves fileSize() as it was. Returns a null array on
-    // any failure and, when `failure` is given, a reason fit for a user.
+    // any failure (empty, beyond kMaxFileSize or the memory budget, memory
+    // exhausted, unreadable) and, when `failure` is given, a reason fit for
+    // a user.
     QByteArray readHeicFile(const QString& path, QString* failure = nullptr);
 
     // Converts HEIC bytes to JPEG bytes through the library, in one call: the

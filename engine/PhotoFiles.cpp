@@ -60,6 +60,35 @@ QString PhotoFiles::leftOutText(int leftOut)
               .arg(leftOut);
 }
 
+QString PhotoFiles::firstPhoto(const QList<QUrl>& urls, QString* note, int* leftOut)
+{
+    int others = 0;
+    const QStringList photos = heifPaths(urls, &others);
+    const int morePhotos = qMax(photos.size() - 1, 0);
+    QString text;
+    if (morePhotos > 0 && others > 0)
+        text = QCoreApplication::translate("PhotoFiles",
+                                           "Only the first photo was opened; %1 other files were left out "
+                                           "(photos after the first, and files that are not HEIC or HEIF).")
+                   .arg(morePhotos + others);
+    else if (morePhotos == 1)
+        text = QCoreApplication::translate("PhotoFiles",
+                                           "Only the first photo was opened; 1 more photo was left out. "
+                                           "Batch Conversion takes several at once.");
+    else if (morePhotos > 1)
+        text = QCoreApplication::translate("PhotoFiles",
+                                           "Only the first photo was opened; %1 more photos were left out. "
+                                           "Batch Conversion takes several at once.")
+                   .arg(morePhotos);
+    else if (others > 0)
+        text = leftOutText(others);
+    if (note)
+        *note = text;
+    if (leftOut)
+        *leftOut = morePhotos + others;
+    return photos.value(0);
+}
+
 PhotoFiles::Collected PhotoFiles::collect(const QStringList& paths)
 {
     Collected collected;

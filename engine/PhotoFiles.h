@@ -24,6 +24,10 @@ public:
     static QStringList heifPaths(const QList<QUrl>& urls, int* leftOut);
     // Tells how many dropped files were not taken, and why.
     static QString leftOutText(int leftOut);
+    // For the pages that open one photo: the first HEIF photo among dropped
+    // URLs (empty when there is none); `note` tells what else the drop held
+    // and why it was left out (empty when nothing was), `leftOut` counts it.
+    static QString firstPhoto(const QList<QUrl>& urls, QString* note, int* leftOut = nullptr);
 
     // What the window takes from files and folders handed to it (dropped,
     // given as the program's arguments, passed on by a later start): the

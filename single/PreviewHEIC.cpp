@@ -10,13 +10,18 @@
 #include "SingleConverting.h"
 #include "StyleHelpers.h"
 #include "VNMessageBox.h"
+#include "WorkingCaption.h"
 
 #include <QCheckBox>
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMimeData>
 #include <QStandardPaths>
 
 namespace {
@@ -54,9 +59,15 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     ui->pushButton_PhotoInfo->setFont(m_skin.font(0));
     // The form leaves this one button to the platform's look, a grey bar
     // under the picture; it reads as the link it is in the accent colour.
+    // Its focus is a dotted frame round its words, and Return presses it.
     ui->pushButton_PhotoInfo->setStyleSheet(
-        QStringLiteral("QPushButton{color:#3598fe;border:none;background:transparent;}"
-                       "QPushButton:hover{text-decoration:underline;}"));
+        QStringLiteral("QPushButton{color:#3598fe;border:1px solid transparent;background:transparent;"
+                       "padding:2px 8px;}"
+                       "QPushButton:hover{text-decoration:underline;}"
+                       "QPushButton:focus{border:1px dotted #3598fe;}"));
+    ui->pushButton_PhotoInfo->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    ui->verticalLayout->setAlignment(ui->pushButton_PhotoInfo, Qt::AlignHCenter);
+    ui->pushButton_PhotoInfo->setAutoDefault(true);
     ui->pushButton_SelectFolder->setFont(m_skin.font(0));
     ui->label_SaveFolder->setFont(m_skin.font(0));
     ui->pushButton_Convert->setFont(m_skin.font(16));
@@ -66,6 +77,7 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
     ConversionChoices::styleCheckBox(ui->checkBox_BesidePhoto, m_skin.skinDir());
 
     ui->Slider_PhotoQuality->setStyleSheet(QString::fromLatin1(kSliderStyle));
+    StyleHelpers::showSliderFocus(ui->Slider_PhotoQuality);
 
     const QString skinDir = m_skin.skinDir();
     ui->pushButton_SelectFolder->setImages(skinDir + "/Button/button100_normal.png",
@@ -100,6 +112,10 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
         showSaveFolder();
     });
 
+    m_caption = new WorkingCaption(ui->label_HEIC);
+    // Another photo dropped here opens in place of this one.
+    setAcceptDrops(true);
+
     gatherDetails();
     showSaveFolder();
     // Nothing to convert until the photo has been read.
@@ -109,15 +125,17 @@ PreviewHEIC::PreviewHEIC(const QString& filePath, QWidget* parent)
 PreviewHEIC::~PreviewHEIC()
 {
     // A decode may still be running when the main window drops this page on
-    // the way home. Its result must not arrive here, and Qt aborts when a
-    // running QThread is destroyed, so stop listening and let it finish.
+    // the way home or for another photo. Its result must not arrive here,
+    // and Qt aborts when a running QThread is destroyed; waiting for it
+    // would freeze the window for the seconds a big photo takes. So the page
+    // stops listening and leaves the thread to the application, which
+    // deletes it when it has finished (each is connected so) or at exit.
     const auto threads = findChildren<HEICTojpg*>(QString(), Qt::FindDirectChildrenOnly);
     for (HEICTojpg* thread : threads) {
         disconnect(thread, nullptr, this, nullptr);
         thread->requestInterruption();
+        thread->setParent(QCoreApplication::instance());
     }
-    for (HEICTojpg* thread : threads)
-        thread->wait();
     delete ui;
 }
 
@@ -154,14 +172,19 @@ bool PreviewHEIC::fitsToWidth(const QSize& picture, const QSize& box)
     return rw > rh;
 }
 
-QPixmap PreviewHEIC::scaledToFit(const QPixmap& picture, const QSize& box)
+QPixmap PreviewHEIC::scaledToFit(const QImage& picture, const QSize& box, qreal ratio)
 {
     if (picture.isNull() || box.isEmpty())
-        return picture;
+        return QPixmap::fromImage(picture);
     // Small photos are enlarged too, so every preview fills the same frame.
-    return fitsToWidth(picture.size(), box)
-        ? picture.scaledToWidth(box.width(), Qt::FastTransformation)
-        : picture.scaledToHeight(box.height(), Qt::FastTransformation);
+    // A screen with two pixels per point gets twice the pixels, smoothly
+    // scaled, or the picture shows blurred.
+    const QSize target = box * ratio;
+    QPixmap fitted = QPixmap::fromImage(
+        fitsToWidth(picture.size(), box) ? picture.scaledToWidth(target.width(), Qt::SmoothTransformation)
+                                         : picture.scaledToHeight(target.height(), Qt::SmoothTransformation));
+    fitted.setDevicePixelRatio(ratio);
+    return fitted;
 }
 
 void PreviewHEIC::gatherDetails()
@@ -195,26 +218,67 @@ void PreviewHEIC::showSaveFolder()
 void PreviewHEIC::setConverting(bool converting)
 {
     m_converting = converting;
-    ui->pushButton_Convert->setEnabled(!converting && !m_jpeg.isEmpty());
+    ui->pushButton_Convert->setEnabled(!converting && m_fileRead && m_failure.isEmpty());
     ui->pushButton_Convert->setText(converting ? tr("Converting...") : tr("Convert"));
-    if (converting)
-        setCursor(Qt::BusyCursor);
-    else
-        unsetCursor();
 }
 
 void PreviewHEIC::slot_Convert()
 {
-    // One conversion at a time: a second press while one runs does nothing.
-    if (m_converting || !m_previewShown)
+    // One conversion at a time, of a photo that could be read.
+    if (m_converting || !m_fileRead || !m_failure.isEmpty())
         return;
     setConverting(true);
-    slot_Preview();
+    if (m_convertingDialog)
+        m_convertingDialog->deleteLater();
+    m_convertingDialog = new SingleConverting(this);
+    connect(m_convertingDialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
+    connect(m_convertingDialog, SIGNAL(signal_CancelConvert()), this, SLOT(slot_CancelConvert()));
+    m_convertingDialog->setWorking(m_fileName);
+
+    if (!m_jpeg.isEmpty() && m_jpegQuality == m_choices.quality && m_jpegOptions == m_choices.options) {
+        finishConversion(QString()); // decoded so already
+    } else if (m_previewThread && m_previewQuality == m_choices.quality && m_choices.options.isDefault()) {
+        m_convertPending = true; // the preview's decode is this conversion's
+    } else {
+        m_convertThread = newDecode(m_choices.quality, m_choices.options, QSize());
+        m_convertThread->start(QThread::InheritPriority);
+    }
+    runConvertingDialog(m_convertingDialog);
 }
 
-void PreviewHEIC::showFailure(const QString& title, const QString& reason)
+void PreviewHEIC::slot_CancelConvert()
 {
-    VNMessageBox box(reason, title, VNMessageBox::Ok, this);
+    if (!m_converting)
+        return;
+    m_convertPending = false;
+    if (m_convertThread) {
+        // A decode cannot be stopped half-way; its result is dropped.
+        disconnect(m_convertThread, nullptr, this, nullptr);
+        m_convertThread->requestInterruption();
+        m_convertThread = nullptr;
+    }
+    setConverting(false);
+}
+
+void PreviewHEIC::finishConversion(const QString& failure)
+{
+    m_convertPending = false;
+    if (failure.isEmpty())
+        slot_SaveJpg();
+    else
+        showConversionFailure(failure);
+    setConverting(false);
+}
+
+void PreviewHEIC::showConversionFailure(const QString& reason)
+{
+    const QString text = tr("%1 was not converted: %2").arg(m_fileName, reason);
+    qWarning("Convert: %s", qUtf8Printable(text));
+    if (m_convertingDialog && m_convertingDialog->isWorking()) {
+        m_convertingDialog->setFailed(text);
+        return;
+    }
+    VNMessageBox box(text, tr("Conversion Failed"), VNMessageBox::Ok, this);
     runMessage(&box);
 }
 
@@ -223,30 +287,45 @@ void PreviewHEIC::runMessage(QDialog* box)
     box->exec();
 }
 
-void PreviewHEIC::slot_Preview()
+HEICTojpg* PreviewHEIC::newDecode(int quality, const ConversionOptions& options, const QSize& previewBox)
 {
     auto* thread = new HEICTojpg(m_filePath, m_decoderEntry, this);
-    m_decoderThread = thread;
-    thread->setQuality(m_choices.quality);
-    // The first run only shows the photo, at its own size; the options are
-    // for the JPEG that a Convert writes.
-    if (m_previewShown)
-        thread->setOptions(m_choices.options);
-    // Only the label's worth of pixels is shown; the saved file is the
-    // library's JPEG, so nothing needs the full-size picture.
-    thread->setPreviewSize(ui->label_HEIC->size());
+    thread->setQuality(quality);
+    thread->setOptions(options);
+    thread->setPreviewSize(previewBox);
     connect(thread, SIGNAL(signal_SendHeicData(QImage, int, int)), this,
             SLOT(slot_GetJpgInfo(QImage, int, int)));
+    // Finished runs are freed at once instead of piling up until the page goes.
+    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    return thread;
+}
+
+void PreviewHEIC::slot_Preview()
+{
+    if (m_previewThread || m_previewShown)
+        return;
+    // The preview shows the photo as it is, at its own size; the options are
+    // for the JPEG that a Convert writes. Only the label's worth of pixels is
+    // shown (in the screen's pixels); the saved file is the library's JPEG,
+    // so nothing needs the full-size picture.
+    m_previewQuality = m_choices.quality;
+    m_previewThread = newDecode(m_choices.quality, ConversionOptions(),
+                                ui->label_HEIC->size() * ui->label_HEIC->devicePixelRatioF());
+    m_caption->showWorking(tr("Reading the photo..."));
+    connect(m_previewThread, &HEICTojpg::signal_FileRead, this, [this] {
+        m_fileRead = true;
+        setConverting(m_converting);
+        if (!m_previewShown)
+            m_caption->showWorking(tr("Decoding the full picture..."));
+    });
     // A big photo takes seconds to decode; its own thumbnail stands in.
-    connect(thread, &HEICTojpg::signal_SendThumbnail, this, [this](const QImage& thumbnail) {
+    connect(m_previewThread, &HEICTojpg::signal_SendThumbnail, this, [this](const QImage& thumbnail) {
         if (m_previewShown)
             return;
         ui->label_HEIC->setAlignment(Qt::AlignCenter);
-        ui->label_HEIC->setPixmap(scaledToFit(QPixmap::fromImage(thumbnail), ui->label_HEIC->size()));
+        ui->label_HEIC->setPixmap(scaledToFit(thumbnail, ui->label_HEIC->size(), ui->label_HEIC->devicePixelRatioF()));
     });
-    // Finished runs are freed at once instead of piling up until the page goes.
-    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-    thread->start(QThread::InheritPriority);
+    m_previewThread->start(QThread::InheritPriority);
 }
 
 void PreviewHEIC::setChangeQuality(int nValue)
@@ -283,19 +362,24 @@ void PreviewHEIC::slot_PhotoInfo()
 void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
 {
     QString failure;
-    if (auto* thread = qobject_cast<HEICTojpg*>(sender())) {
+    auto* thread = qobject_cast<HEICTojpg*>(sender());
+    if (thread) {
         m_jpeg = thread->jpegData();
+        m_jpegQuality = thread->quality();
+        m_jpegOptions = thread->options();
         failure = thread->failureReason();
     }
+    if (thread && thread == m_convertThread) {
+        m_convertThread = nullptr;
+        finishConversion(failure);
+        return;
+    }
+
+    // The preview's decode.
+    m_caption->hide();
     if (image.isNull()) {
         if (failure.isEmpty())
             failure = tr("the photo could not be decoded");
-        if (m_previewShown) {
-            setConverting(false);
-            showFailure(tr("Conversion Failed"),
-                        tr("%1 was not converted: %2").arg(m_fileName, failure));
-            return;
-        }
         // The page says what is wrong instead of showing an empty frame.
         m_failure = failure;
         m_resolution.clear();
@@ -304,27 +388,30 @@ void PreviewHEIC::slot_GetJpgInfo(QImage image, int nWidth, int nHeight)
         ui->label_HEIC->setStyleSheet(QStringLiteral("color:#e64340;"));
         ui->label_HEIC->setText(tr("%1 cannot be converted:\n%2")
                                     .arg(QFileInfo(m_filePath).fileName(), failure));
-        ui->pushButton_Convert->setEnabled(false);
-        return;
-    }
-    if (m_previewShown) {
-        slot_SaveJpg();
-        setConverting(false);
+        if (m_convertPending)
+            finishConversion(failure);
+        setConverting(m_converting);
         return;
     }
     // The photo's own size (a Convert may write it smaller).
     m_resolution = QString::number(nWidth) + QLatin1Char('*') + QString::number(nHeight);
-
     const QDateTime taken = PhotoFiles::captureDate(m_jpeg);
     if (taken.isValid())
         m_createdDate = taken.toString(QStringLiteral("MM-dd-yyyy"));
+    showPicture(image);
+    m_previewShown = true;
+    m_fileRead = true;
+    setConverting(m_converting);
+    if (m_convertPending)
+        finishConversion(QString());
+}
 
+void PreviewHEIC::showPicture(const QImage& picture)
+{
     // Pixmaps belong to the GUI thread; the decode thread hands over a QImage.
-    m_image = scaledToFit(QPixmap::fromImage(image), ui->label_HEIC->size());
+    m_image = scaledToFit(picture, ui->label_HEIC->size(), ui->label_HEIC->devicePixelRatioF());
     ui->label_HEIC->setAlignment(Qt::AlignCenter);
     ui->label_HEIC->setPixmap(m_image);
-    m_previewShown = true;
-    ui->pushButton_Convert->setEnabled(true);
 }
 
 void PreviewHEIC::slot_SaveJpg()
@@ -353,17 +440,14 @@ void PreviewHEIC::slot_SaveJpg()
             error = tr("cannot write %1").arg(target);
     }
     if (!error.isEmpty()) {
-        qWarning("Convert: %s", qUtf8Printable(error));
-        showFailure(tr("Conversion Failed"),
-                    tr("%1 was not converted: %2").arg(m_fileName, error));
+        showConversionFailure(error);
         return;
     }
     emit signal_JpgSaved(target);
-
-    m_convertingDialog = new SingleConverting(this);
-    m_convertingDialog->setSavedPath(target);
-    connect(m_convertingDialog, SIGNAL(signal_OpenFolder()), this, SLOT(slot_OpenFolder()));
-    runConvertingDialog(m_convertingDialog);
+    if (m_convertingDialog) {
+        m_convertingDialog->setSavedPath(target);
+        m_convertingDialog->slot_ConvertSuccess();
+    }
 }
 
 void PreviewHEIC::runConvertingDialog(SingleConverting* dialog)
@@ -383,6 +467,22 @@ void PreviewHEIC::slot_OpenFolder()
 bool PreviewHEIC::showFolder(const QString& folder)
 {
     return Platform::openFolder(folder);
+}
+
+void PreviewHEIC::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!m_converting && event->mimeData()->hasUrls())
+        event->acceptProposedAction();
+}
+
+void PreviewHEIC::dropEvent(QDropEvent* event)
+{
+    QString note;
+    const QString photo = PhotoFiles::firstPhoto(event->mimeData()->urls(), &note);
+    event->acceptProposedAction();
+    VNMessageBox::tellLater(window(), note);
+    if (!photo.isEmpty())
+        emit signal_ToPreviewView(photo);
 }
 
 bool PreviewHEIC::eventFilter(QObject* watched, QEvent* event)

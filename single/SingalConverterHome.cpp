@@ -8,8 +8,6 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QMimeData>
-#include <QPointer>
-#include <QTimer>
 #include <QUrl>
 
 SingalConverterHome::SingalConverterHome(QWidget* parent)
@@ -108,15 +106,17 @@ void SingalConverterHome::acceptDroppedUrls(const QMimeData* mimeData)
     if (urls.isEmpty())
         return;
 
-    int leftOut = 0;
-    const QStringList photos = PhotoFiles::heifPaths(urls, &leftOut);
+    // Whatever a drop leaves out is named, so the person is not left
+    // guessing why the page shows less than was dropped.
     if (!m_batchMode) {
         // The preview shows one photo: the first one dropped.
-        if (photos.isEmpty()) {
-            tellLeftOut(leftOut);
+        int leftOut = 0;
+        QString note;
+        const QString photo = PhotoFiles::firstPhoto(urls, &note, &leftOut);
+        tellLeftOut(note, leftOut);
+        if (photo.isEmpty())
             return;
-        }
-        m_currentFile = photos.first();
+        m_currentFile = photo;
         emit signal_ToPreviewView(m_currentFile);
         return;
     }
@@ -131,27 +131,19 @@ void SingalConverterHome::acceptDroppedUrls(const QMimeData* mimeData)
         else
             paths.append(url.toLocalFile());
     }
-    tellLeftOut(notLocal);
+    tellLeftOut(notLocal > 0 ? PhotoFiles::leftOutText(notLocal) : QString(), notLocal);
     if (paths.isEmpty())
         return;
     m_currentFile = paths.last();
     emit signal_addHeicFile(paths);
 }
 
-void SingalConverterHome::tellLeftOut(int leftOut)
+void SingalConverterHome::tellLeftOut(const QString& note, int leftOut)
 {
     if (leftOut <= 0)
         return;
-    // Shown once the drop has returned (the file manager waits for it), over
-    // the window, since this page may be gone by then.
-    QPointer<QWidget> window(this->window());
-    QTimer::singleShot(0, window, [window, leftOut] {
-        if (!window)
-            return;
-        VNMessageBox box(PhotoFiles::leftOutText(leftOut), VNMessageBox::defaultTitle(),
-                         VNMessageBox::Ok, window);
-        box.exec();
-    });
+    // Over the window, since this page may be gone by then.
+    VNMessageBox::tellLater(window(), note);
     emit signal_FilesLeftOut(leftOut);
 }
 

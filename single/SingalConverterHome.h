@@ -36,7 +36,8 @@ public:
 signals:
     void signal_ToPreviewView(QString strFilePath);
     void signal_addHeicFile(QVector<QString> strPath);
-    // A drop held this many files that are not HEIF photos; they were left out.
+    // A drop held this many files that were left out: files that are not
+    // HEIF photos and, in single mode, photos after the first.
     void signal_FilesLeftOut(int count);
 
 public slots:
@@ -53,7 +54,7 @@ protected:
 
 private:
     void acceptDroppedUrls(const QMimeData* mimeData);
-    void tellLeftOut(int leftOut);
+    void tellLeftOut(const QString& note, int leftOut);
 
     Ui::SingalConverterHome* ui;
     SkinStyle m_skin;

@@ -1,18 +1,19 @@
 #pragma once
 
-#include <QDialog>
-
-#include "ShadowFrame.h"
 #include "SkinStyle.h"
+#include "VNStyleDialog.h"
 
 namespace Ui {
 class SingleConverting;
 }
 
-// Tells the user that the photo was written and offers to open its folder.
-// The preview page opens it only after a successful save, so it always
-// starts in its finished state.
-class SingleConverting : public QDialog
+// The single photo's conversion, from start to end: while it works a moving
+// bar says so and the right button cancels; then it tells that the photo
+// was written (offering its folder) or why it was not.
+//
+// Every way to close it while it works (the button, the title bar, Escape,
+// the window manager) is a cancel.
+class SingleConverting : public VNStyleDialog
 {
     Q_OBJECT
 
@@ -20,11 +21,18 @@ public:
     explicit SingleConverting(QWidget* parent = nullptr);
     ~SingleConverting() override;
 
+    // Shows that `fileName` is being converted.
+    void setWorking(const QString& fileName);
+    bool isWorking() const { return m_working; }
     // Names the JPEG written, under the success text.
     void setSavedPath(const QString& path);
+    // The conversion ended without a JPEG; `text` says why.
+    void setFailed(const QString& text);
 
 signals:
     void signal_OpenFolder();
+    // Closed while working: the page drops the conversion.
+    void signal_CancelConvert();
 
 public slots:
     void slot_SetProgressValue(int nValue);
@@ -33,11 +41,12 @@ public slots:
     void slot_OpenFolder();
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void showEnded(const QString& text, bool success);
+
     Ui::SingleConverting* ui;
     SkinStyle m_skin;
-    ShadowFrame m_frame;
+    bool m_working = false;
 };

@@ -106,6 +106,9 @@ inline constexpr Image skin[] = {
     {"/main/module1_bg_hover.png", 290, 350},
     {"/main/module2_normal.png", 290, 350},
     {"/main/module2_bg_hover.png", 290, 350},
+    // File table marks of the last run's photos: converted, failed.
+    {"/Label/row_converted.png", 14, 14},
+    {"/Label/row_failed.png", 14, 14},
     // File table tick boxes.
     {"/CheckBox/checkbox_normal.png", 14, 14},
     {"/CheckBox/checkbox_selected.png", 14, 14},

@@ -11,6 +11,7 @@
 #include <QPalette>
 #include <QProgressBar>
 #include <QScrollBar>
+#include <QSlider>
 #include <QTableView>
 
 namespace {
@@ -113,6 +114,13 @@ void setElidedText(QLabel* label, const QString& text, int width)
     const QFontMetrics metrics{QFont()};
     label->setText(metrics.elidedText(text, Qt::ElideRight, width));
     label->setToolTip(text);
+}
+
+void showSliderFocus(QSlider* slider)
+{
+    slider->setStyleSheet(slider->styleSheet()
+                          + QStringLiteral("QSlider{border: 1px solid transparent; padding: 0px 2px;}"
+                                           "QSlider:focus{border: 1px dotted #1874CD;}"));
 }
 
 void applyTextButtonHover(QWidget* button, const QEvent* event)

@@ -7,6 +7,7 @@ class QLabel;
 class QLineEdit;
 class QProgressBar;
 class QScrollBar;
+class QSlider;
 class QTableView;
 class QWidget;
 
@@ -35,6 +36,9 @@ void setBorder(QWidget* widget, const QString& colourHex, int width);
 // button (its picture turns blue), the accent colour when it leaves. Call it
 // from an event filter; other events leave the button as it is.
 void applyTextButtonHover(QWidget* button, const QEvent* event);
+// Adds to a horizontal slider's style sheet a dotted ring round it
+// while it has the keyboard focus (the arrow keys then move it).
+void showSliderFocus(QSlider* slider);
 // Shows text cut with "..." to fit width, the full text as tool tip.
 void setElidedText(QLabel* label, const QString& text, int width);
 

@@ -5,6 +5,7 @@
 
 #include <QEvent>
 #include <QLabel>
+#include <QScreen>
 #include <QShowEvent>
 #include <QPixmap>
 
@@ -41,31 +42,29 @@ void TipDialog::showPicture(const QString& skinPath)
     ui->label_StatesImage->setPixmap(SkinStyle::pixmap(m_style.skinDir() + skinPath, devicePixelRatioF()));
 }
 
-void TipDialog::setCancelConvertTip()
+void TipDialog::askYesNo(const QString& question)
 {
     disconnect(this);
     showPicture(QStringLiteral("/Label/tips_confirm.png"));
-    ui->label_StatesText->setText(tr("Are you sure to cancel the file conversion?"));
+    ui->label_StatesText->setText(question);
     ui->label_StatesText->setFont(m_style.font(34));
     ui->label_StatesText->setStyleSheet(QStringLiteral("color:#484848"));
     ui->label_SuccessText->hide();
     ui->pushButton_OK->setText(tr("No"));
-    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_CancelConver()));
     connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
+}
+
+void TipDialog::setCancelConvertTip()
+{
+    askYesNo(tr("Are you sure to cancel the file conversion?"));
+    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_CancelConver()));
     setDefaultAnswer(ui->pushButton_Yes);
 }
 
 void TipDialog::setClearTableTip()
 {
-    disconnect(this);
-    showPicture(QStringLiteral("/Label/tips_confirm.png"));
-    ui->label_StatesText->setText(tr("Are you sure to trash all the files here?"));
-    ui->label_StatesText->setFont(m_style.font(34));
-    ui->label_StatesText->setStyleSheet(QStringLiteral("color:#484848"));
-    ui->label_SuccessText->hide();
-    ui->pushButton_OK->setText(tr("No"));
+    askYesNo(tr("Are you sure to trash all the files here?"));
     connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SIGNAL(signal_ClearTable()));
-    connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
     setDefaultAnswer(ui->pushButton_Yes);
 }
 
@@ -125,6 +124,33 @@ void TipDialog::setQuitTip()
     connect(ui->pushButton_OK, SIGNAL(clicked()), this, SLOT(slot_Close()));
     ui->widget_Title->setTitleText(tr("Attention"));
     setDefaultAnswer(ui->pushButton_Yes);
+}
+
+void TipDialog::setLeaveListTip(int count)
+{
+    askYesNo(tr("Are you sure to leave this list?"));
+    ui->label_SuccessText->setText(count == 1 ? tr("The photo is taken off the list; the file stays on disk.")
+                                              : tr("The %1 photos are taken off the list; the files stay on disk.")
+                                                    .arg(count));
+    ui->label_SuccessText->setFont(m_style.font(34));
+    ui->label_SuccessText->setStyleSheet(QStringLiteral("color:#787878"));
+    ui->label_SuccessText->show();
+    connect(ui->pushButton_Yes, SIGNAL(clicked()), this, SLOT(accept()));
+    setDefaultAnswer(ui->pushButton_OK);
+}
+
+void TipDialog::placeClearOf(const QWidget* keepVisible)
+{
+    const QRect kept = keepVisible->frameGeometry();
+    const QScreen* screen = keepVisible->screen();
+    const QRect area = screen ? screen->availableGeometry() : kept.adjusted(0, -height(), 0, height());
+    // The cards' transparent shadow margins may overlap; the cards may not.
+    const int margin = 5;
+    const int x = qBound(area.left(), kept.left(), qMax(area.left(), area.right() + 1 - width()));
+    if (kept.bottom() + 1 - margin + height() <= area.bottom() + 1)
+        move(x, kept.bottom() + 1 - margin);
+    else if (kept.top() + margin - height() >= area.top())
+        move(x, kept.top() + margin - height());
 }
 
 void TipDialog::setDefaultAnswer(VNStyleButton* button)

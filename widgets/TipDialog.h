@@ -34,6 +34,14 @@ public:
     void setDetailText(const QString& text);
     // "Are you sure to quit the program?": Yes emits signal_ExitApp() and closes.
     void setQuitTip();
+    // Leaving a list of `count` photos: Yes accepts the dialog, No (and any
+    // other close) rejects it.
+    void setLeaveListTip(int count);
+
+    // Puts the dialog below `keepVisible` (above it when the screen has no
+    // room below), so the window it asks about stays in sight. Call it
+    // before running the dialog.
+    void placeClearOf(const QWidget* keepVisible);
 
     int convertedCount() const { return m_convertedCount; }
 
@@ -54,6 +62,9 @@ protected:
 
 private:
     void showPicture(const QString& skinPath);
+    // The common part of the yes-or-no questions: picture, question, and
+    // "No" closing the dialog.
+    void askYesNo(const QString& question);
     void setDefaultAnswer(VNStyleButton* button);
 
     Ui::TipDialog* ui;

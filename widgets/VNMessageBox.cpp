@@ -1,5 +1,8 @@
 #include "VNMessageBox.h"
 
+#include <QPointer>
+#include <QTimer>
+
 #include "ui_VNMessageBox.h"
 
 VNMessageBox::VNMessageBox(const QString& text, const QString& title, int buttons, QWidget* parent)
@@ -97,4 +100,20 @@ void VNMessageBox::slotClose_ok()
 void VNMessageBox::slotClose_cancel()
 {
     finish(Cancel);
+}
+
+void VNMessageBox::tellLater(QWidget* window, const QString& text, std::function<int(QDialog*)> run)
+{
+    if (text.isEmpty())
+        return;
+    QPointer<QWidget> over(window);
+    QTimer::singleShot(0, window, [over, text, run] {
+        if (!over)
+            return;
+        VNMessageBox box(text, defaultTitle(), Ok, over);
+        if (run)
+            run(&box);
+        else
+            box.exec();
+    });
 }

@@ -3,6 +3,8 @@
 #include "SkinStyle.h"
 #include "VNStyleDialog.h"
 
+#include <functional>
+
 namespace Ui {
 class VNMessageBox;
 }
@@ -27,6 +29,12 @@ public:
     void useSmallOkButton();
 
     static QString defaultTitle();
+
+    // Shows `text` with an OK button over `window` once the event in hand
+    // has returned (a drop: the file manager waits for it to end). Nothing
+    // when the text is empty or the window is gone by then. `run` runs the
+    // box (a page's seam for tests); exec() when not given.
+    static void tellLater(QWidget* window, const QString& text, std::function<int(QDialog*)> run = {});
 
 public slots:
     void slotClose_yes();

@@ -5,6 +5,9 @@
 #include <QCoreApplication>
 #include <QCursor>
 #include <QFocusEvent>
+#include <QFontMetricsF>
+#include <QHash>
+#include <QImage>
 #include <QHoverEvent>
 #include <QMouseEvent>
 #include <QPointer>
@@ -43,12 +46,45 @@ InputWatcher* inputWatcher()
     return watcher;
 }
 
+// The part of a picture that is not transparent, as fractions of its size:
+// a wide picture may show a small icon at one end. Skin pictures are few and
+// never change, so each is looked at once.
+QRectF visiblePart(const QString& path, const QPixmap& picture)
+{
+    static QHash<QString, QRectF> known; // the GUI thread's only
+    const auto found = known.constFind(path);
+    if (found != known.constEnd())
+        return *found;
+    const QImage image = picture.toImage().convertToFormat(QImage::Format_ARGB32);
+    int left = image.width(), right = -1, top = image.height(), bottom = -1;
+    for (int y = 0; y < image.height(); ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(line[x]) < 48)
+                continue;
+            left = qMin(left, x);
+            right = qMax(right, x);
+            top = qMin(top, y);
+            bottom = qMax(bottom, y);
+        }
+    }
+    QRectF part(0, 0, 1, 1);
+    if (right >= 0)
+        part = QRectF(double(left) / image.width(), double(top) / image.height(),
+                      double(right - left + 1) / image.width(), double(bottom - top + 1) / image.height());
+    known.insert(path, part);
+    return part;
+}
+
 } // namespace
 
 VNStyleButton::VNStyleButton(QWidget* parent)
     : QPushButton(parent)
 {
     inputWatcher();
+    // Return presses the focused button on a page too, not only in dialogs
+    // (where Qt makes every push button auto-default by itself).
+    setAutoDefault(true);
     QPalette pal = palette();
     pal.setBrush(QPalette::ButtonText, QBrush(QColor(66, 66, 66), Qt::SolidPattern));
     setPalette(pal);
@@ -188,11 +224,11 @@ void VNStyleButton::paintEvent(QPaintEvent* event)
     }
 
     QPainter painter(this);
-    const QPixmap picture = SkinStyle::pixmap(m_images[paintedState()], devicePixelRatioF());
-    if (!picture.isNull()) {
-        const QRect target = m_imageRect.width() == 0 ? rect() : m_imageRect;
+    const QString& path = m_images[paintedState()];
+    const QPixmap picture = SkinStyle::pixmap(path, devicePixelRatioF());
+    const QRect target = m_imageRect.width() == 0 ? rect() : m_imageRect;
+    if (!picture.isNull())
         painter.drawPixmap(target, picture);
-    }
     painter.drawText(QRectF(rect()), text(), m_textOption);
 
     // The focus shows once the person works with the keys (Tab, Space,
@@ -200,11 +236,27 @@ void VNStyleButton::paintEvent(QPaintEvent* event)
     if (hasFocus() && inputWatcher()->keyboard) {
         // The classic dotted focus rectangle, dark dots on a white line, so
         // it shows on the white card and on the filled blue pictures alike.
-        const QRect ring = rect().adjusted(3, 3, -4, -4);
+        const QRect ring = focusRing(path, picture, target);
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(Qt::white, 1.0));
         painter.drawRect(ring);
         painter.setPen(QPen(QColor(0x48, 0x48, 0x48), 1.0, Qt::DotLine));
         painter.drawRect(ring);
     }
+}
+
+QRect VNStyleButton::focusRing(const QString& picturePath, const QPixmap& picture, const QRect& target) const
+{
+    QRectF shown;
+    if (!picture.isNull()) {
+        const QRectF part = visiblePart(picturePath, picture);
+        shown = QRectF(target.x() + part.x() * target.width(), target.y() + part.y() * target.height(),
+                       part.width() * target.width(), part.height() * target.height());
+    }
+    if (!text().isEmpty())
+        shown |= QFontMetricsF(font()).boundingRect(QRectF(rect()), int(m_textOption.alignment()), text());
+    // A filled button (or one with nothing to show) has the ring inside it.
+    if (shown.isEmpty() || (shown.width() >= 0.9 * width() && shown.height() >= 0.9 * height()))
+        return rect().adjusted(3, 3, -4, -4);
+    return shown.toAlignedRect().adjusted(-3, -3, 2, 2) & rect().adjusted(0, 0, -1, -1);
 }

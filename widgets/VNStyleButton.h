@@ -8,9 +8,11 @@
 // The program's push button. Once given its pictures it paints itself from
 // them (one per state) with its text centred on top, and keeps its own state
 // instead of QAbstractButton's: clicked() comes from a left release inside the
-// button, or from the keyboard (Space, or Enter as a dialog's default) as with
-// any push button. Its focus is drawn as a dotted ring once the last input
-// was a key press. Until then it looks like a plain push button.
+// button, or from the keyboard (Space or Return on the focused button, Return
+// on a dialog's default) as with any push button. Its focus is drawn as a
+// dotted ring round what it shows (the visible part of its picture and its
+// text) once the last input was a key press. Until then it looks like a
+// plain push button.
 class VNStyleButton : public QPushButton
 {
     Q_OBJECT
@@ -51,6 +53,8 @@ protected:
 
 private:
     int paintedState() const;
+    // Where the focus ring goes, for the picture drawn into `target`.
+    QRect focusRing(const QString& picturePath, const QPixmap& picture, const QRect& target) const;
     // Back to the normal look, also for the screens' text-colour filters:
     // a button hidden or covered under the pointer gets no leave event.
     void dropHover();

@@ -8,6 +8,9 @@ VNStyleCheckBox::VNStyleCheckBox(int index, QWidget* parent)
     , m_index(index)
 {
     ui->setupUi(this);
+    // A focus stop per 14-pixel box could not show itself, and would make Tab
+    // walk every row of a long table.
+    ui->checkBox->setFocusPolicy(Qt::NoFocus);
     connect(ui->checkBox, SIGNAL(stateChanged(int)), this, SLOT(slot_StateChanged(int)));
     connect(ui->checkBox, SIGNAL(clicked()), this, SLOT(slot_Clicked()));
 }
@@ -30,6 +33,11 @@ void VNStyleCheckBox::setCheckState(Qt::CheckState state)
 Qt::CheckState VNStyleCheckBox::checkState() const
 {
     return ui->checkBox->checkState();
+}
+
+void VNStyleCheckBox::click()
+{
+    ui->checkBox->click();
 }
 
 void VNStyleCheckBox::setTristateOff()

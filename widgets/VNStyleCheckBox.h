@@ -8,6 +8,8 @@ class VNStyleCheckBox;
 
 // One centred check box that reports its changes together with the number its
 // owner gave it (a table row), so one slot can serve every row and the header.
+// It takes no keyboard focus: the table it sits in does (see HeicFileTable),
+// and uses click() for the keyboard's tick.
 class VNStyleCheckBox : public QWidget
 {
     Q_OBJECT
@@ -23,6 +25,8 @@ public:
     void setCheckState(Qt::CheckState state);
     Qt::CheckState checkState() const;
     void setTristateOff();
+    // A tick or untick as a user's click makes it (both signals fire).
+    void click();
 
 signals:
     void signal_StateChanged(int nState, int nIndex);

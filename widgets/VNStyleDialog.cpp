@@ -1,7 +1,11 @@
 #include "VNStyleDialog.h"
 
+#include "VNStyleWidgetTitle.h"
+
 #include <QApplication>
+#include <QCloseEvent>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QWindow>
 
 VNStyleDialog::VNStyleDialog(QWidget* parent)
@@ -31,4 +35,34 @@ void VNStyleDialog::showEvent(QShowEvent* event)
     if (QGuiApplication::focusWindow() && QGuiApplication::focusWindow() == windowHandle()
         && QApplication::activeWindow() != this)
         QApplication::setActiveWindow(this);
+}
+
+VNStyleWidgetTitle* VNStyleDialog::askingTitleBar() const
+{
+    auto* title = findChild<VNStyleWidgetTitle*>();
+    return title && title->emitsCloseSignal() ? title : nullptr;
+}
+
+void VNStyleDialog::closeEvent(QCloseEvent* event)
+{
+    // Only the window system's close is spontaneous; the program's own
+    // close() calls are decisions already taken and go through.
+    VNStyleWidgetTitle* title = event->spontaneous() ? askingTitleBar() : nullptr;
+    if (!title) {
+        QDialog::closeEvent(event);
+        return;
+    }
+    event->ignore();
+    // Asked once the window system's event has returned, not from inside it.
+    QMetaObject::invokeMethod(title, "slot_Close", Qt::QueuedConnection);
+}
+
+void VNStyleDialog::keyPressEvent(QKeyEvent* event)
+{
+    VNStyleWidgetTitle* title = event->key() == Qt::Key_Escape ? askingTitleBar() : nullptr;
+    if (!title) {
+        QDialog::keyPressEvent(event);
+        return;
+    }
+    title->slot_Close();
 }

@@ -22,6 +22,7 @@ public:
     // On: the close button only emits signal_Close() and leaves the window
     // open, so the window can ask first (the batch progress dialog does).
     void setEmitCloseSignal(bool on);
+    bool emitsCloseSignal() const { return m_emitCloseSignal; }
 
     QLabel* logoLabel() const { return m_logoLabel; }
     QLabel* titleLabel() const { return m_titleLabel; }

@@ -3,6 +3,7 @@
 
 #include "decodex/heif2jpg.h"
 
+#include "BoxReader.h"
 #include "ColorProfile.h"
 #include "ExifEditor.h"
 #include "GainMap.h"
@@ -21,6 +22,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -76,6 +78,52 @@ int mapOpenError(const heif_error& err)
     if (err.code == heif_error_Memory_allocation_error && err.subcode == heif_suberror_Security_limit_exceeded)
         return DECODEX_ERR_IMAGE_TOO_LARGE;
     return DECODEX_ERR_NOT_HEIF;
+}
+
+// Tells a person what a file that failed is: "not a HEIF file" only when its
+// 'ftyp' names no HEIF brand; a HEIF file that failed is damaged, unless it
+// is a kind this library does not convert.
+int32_t classifyFailure(const uint8_t* input, int32_t size, int32_t code)
+{
+    if ((code != DECODEX_ERR_NOT_HEIF && code != DECODEX_ERR_DECODE_FAILED) || !input || size <= 0)
+        return code;
+    using B = BoxReader;
+    static constexpr uint32_t images[] = {B::fourcc("mif1"), B::fourcc("mif2"), B::fourcc("miaf"),
+                                          B::fourcc("heic"), B::fourcc("heix"), B::fourcc("heim"),
+                                          B::fourcc("heis"), B::fourcc("avif"), B::fourcc("avci"),
+                                          B::fourcc("jpeg")};
+    static constexpr uint32_t sequences[] = {B::fourcc("msf1"), B::fourcc("hevc"), B::fourcc("hevx"),
+                                             B::fourcc("hevm"), B::fourcc("hevs"), B::fourcc("avis"),
+                                             B::fourcc("avcs"), B::fourcc("jpgs")};
+    auto named = [](uint32_t brand, const auto& list) {
+        return std::find(std::begin(list), std::end(list), brand) != std::end(list);
+    };
+    bool image = false, sequence = false, av1 = false, meta = false, moov = false;
+    BoxReader file(input, size_t(size));
+    uint32_t type = 0;
+    BoxReader body;
+    // A box cut short ends the walk: what came before it still counts.
+    while (file.nextBox(type, body)) {
+        meta |= type == B::fourcc("meta");
+        moov |= type == B::fourcc("moov");
+        if (type != B::fourcc("ftyp"))
+            continue;
+        for (size_t at = 0; body.remaining() >= 4; ++at) {
+            const uint32_t brand = body.u32();
+            if (at == 1)
+                continue; // the minor version
+            image |= named(brand, images);
+            sequence |= named(brand, sequences);
+            av1 |= brand == B::fourcc("avif") || brand == B::fourcc("avis");
+        }
+    }
+    if (!image && !sequence)
+        return DECODEX_ERR_NOT_HEIF;
+    if (!meta && (moov || !image))
+        return DECODEX_ERR_IMAGE_SEQUENCE;
+    if (av1 && !heif_have_decoder_for_format(heif_compression_AV1))
+        return DECODEX_ERR_AV1_UNSUPPORTED;
+    return DECODEX_ERR_DAMAGED;
 }
 
 bool withinLimits(int64_t width, int64_t height)
@@ -291,11 +339,11 @@ int32_t convertGuarded(const uint8_t* input, int32_t inputSize, const Settings& 
                        int32_t capacity)
 {
     try {
-        return convert(input, inputSize, settings, output, capacity);
+        return classifyFailure(input, inputSize, convert(input, inputSize, settings, output, capacity));
     } catch (const std::bad_alloc&) {
         return DECODEX_ERR_ENCODE_FAILED;
     } catch (...) {
-        return DECODEX_ERR_DECODE_FAILED;
+        return classifyFailure(input, inputSize, DECODEX_ERR_DECODE_FAILED);
     }
 }
 
@@ -418,7 +466,7 @@ DECODEX_API int32_t heif2jpg_capacity(const uint8_t* input, int32_t input_size, 
 {
     (void)quality; // the bound holds for every quality
     try {
-        return decodex::capacity(input, input_size);
+        return decodex::classifyFailure(input, input_size, decodex::capacity(input, input_size));
     } catch (...) {
         return DECODEX_ERR_ENCODE_FAILED;
     }
@@ -447,6 +495,9 @@ DECODEX_API const char* heif2jpg_error_text(int32_t code)
     case DECODEX_ERR_IMAGE_TOO_LARGE: return "the image is too large";
     case DECODEX_ERR_OUTPUT_TOO_SMALL: return "the output buffer is too small";
     case DECODEX_ERR_ENCODE_FAILED: return "the JPEG could not be written";
+    case DECODEX_ERR_DAMAGED: return "damaged or incomplete HEIF file";
+    case DECODEX_ERR_AV1_UNSUPPORTED: return "AV1 image (AVIF), which no installed decoder can read";
+    case DECODEX_ERR_IMAGE_SEQUENCE: return "image sequence (animation) without a still image";
     default: return "unknown error";
     }
 }

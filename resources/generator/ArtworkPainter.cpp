@@ -399,6 +399,27 @@ QImage tipBadge(QSize size, const QColor& colour, const QString& mark)
     return image;
 }
 
+// A round badge with a white tick (done) or cross (failed), for table rows.
+QImage markBadge(QSize size, const QColor& colour, bool tick)
+{
+    QImage image = canvas(size);
+    QPainter p(&image);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(Qt::NoPen);
+    p.setBrush(colour);
+    const qreal w = size.width(), h = size.height();
+    p.drawEllipse(QRectF(0.5, 0.5, w - 1, h - 1));
+    p.setPen(QPen(Qt::white, w * 0.13, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    if (tick) {
+        const QPointF points[] = {{w * 0.28, h * 0.52}, {w * 0.44, h * 0.68}, {w * 0.73, h * 0.36}};
+        p.drawPolyline(points, 3);
+    } else {
+        p.drawLine(QPointF(w * 0.33, h * 0.33), QPointF(w * 0.67, h * 0.67));
+        p.drawLine(QPointF(w * 0.67, h * 0.33), QPointF(w * 0.33, h * 0.67));
+    }
+    return image;
+}
+
 // The photo glyph used by the program icon and the home tiles: a frame with
 // mountains and a sun, drawn into rect.
 void photoGlyph(QPainter& p, const QRectF& rect, const QColor& frame, const QColor& land, const QColor& sun,
@@ -644,6 +665,10 @@ QImage ArtworkPainter::renderAtScale(const QString& path, QSize size)
         return tipBadge(size, kAccent, QStringLiteral("?"));
     if (name == QLatin1String("tips_cancel.png"))
         return tipBadge(size, QColor(0xff, 0x9f, 0x2e), QStringLiteral("!"));
+    if (name == QLatin1String("row_converted.png"))
+        return markBadge(size, QColor(0x34, 0xb3, 0x6b), true);
+    if (name == QLatin1String("row_failed.png"))
+        return markBadge(size, QColor(0xe6, 0x43, 0x40), false);
     if (name.startsWith(QLatin1String("checkbox_")))
         return checkBox(size, name.mid(9).section(QLatin1Char('.'), 0, 0));
 

@@ -139,6 +139,12 @@ private slots:
             QVERIFY(next->isVisible());
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             QVERIFY2(drop.isNull(), "the drop page outlived the switch");
+            if (batch) { // a list is not dropped without asking: "No" keeps it
+                answerNextModal([](QWidget* tip) { button(tip, "pushButton_OK")->click(); }, "TipDialog");
+                click(&window, "pushButton_BackHome");
+                QCOMPARE(window.currentPage(), next.data());
+                answerNextModal([](QWidget* tip) { button(tip, "pushButton_Yes")->click(); }, "TipDialog");
+            }
             click(&window, "pushButton_BackHome");
             QVERIFY2(next.isNull(), "the page outlived going home");
             QVERIFY(!window.currentPage() && button(&window, "pushButton_SingleStart")->isVisible());

@@ -14,7 +14,10 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QSlider>
+#include <QTableWidget>
+#include <QTimer>
 
 #include <chrono>
 #include <thread>
@@ -124,6 +127,21 @@ private slots:
         QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 3);
         // Convert is ready again for the next run.
         QVERIFY(m_page->findChild<QPushButton*>("pushButton_Convert")->isEnabled());
+
+        // Every row is marked with how its photo ended, a failure's reason
+        // on hover, until the list changes.
+        auto* table = m_page->findChild<QTableWidget*>("tableWidget");
+        const QString converted = table->item(0, 1)->toolTip();
+        for (int row = 0; row < 5; ++row) {
+            QTableWidgetItem* name = table->item(row, 1);
+            QVERIFY(!name->icon().isNull() && !name->toolTip().isEmpty());
+            QCOMPARE(name->toolTip() == converted, row != 2 && row != 3);
+        }
+        QVERIFY2(table->item(3, 1)->toolTip().contains("no such file"), qPrintable(table->item(3, 1)->toolTip()));
+        m_page->nextChoice = QStringList{makePhoto("late.HEIC", "late")};
+        m_page->slot_AddItem();
+        for (int row = 0; row < 6; ++row)
+            QVERIFY(table->item(row, 1)->icon().isNull() && table->item(row, 1)->toolTip().isEmpty());
     }
 
     void cancelThenNewRunConvertsOnlyTheNewPhotos()
@@ -174,6 +192,29 @@ private slots:
         QCOMPARE(m_steps.size(), 1);
         QCOMPARE(m_steps.first().text, BatchRules::progressText(1, 1));
         QCOMPARE(jpegsIn(m_out->path() + "/Vantora").size(), 6);
+    }
+
+    // The photos all end while the cancel question waits: the question goes
+    // by itself, the result shows and nothing is cancelled.
+    void runEndingUnderTheQuestionShowsTheResult()
+    {
+        fillTable(3);
+        EngineTest::fakeGate(true);
+        startRun(m_out->path());
+        auto* progress = m_page->progressDialog();
+        QTRY_COMPARE(EngineTest::fakeEntered(), 3);
+        QSignalSpy cancel(progress, &BatchConvertProgress::signal_CancelConvert);
+        QTimer::singleShot(50, [] { EngineTest::fakeGate(false); });
+        bool forced = false; // a question left open would wait for ever
+        QTimer::singleShot(20000, progress, [&] {
+            forced = true;
+            progress->findChild<TipDialog*>()->reject();
+        });
+        progress->slot_isCancelView(); // returns once the question is gone
+        QVERIFY(!forced);
+        QVERIFY(progress->isFinished());
+        QCOMPARE(cancel.size(), 0);
+        QCOMPARE(m_page->successCount(), 3);
     }
 
     void samePhotoNamesOfOneRunGiveSeparateFiles()

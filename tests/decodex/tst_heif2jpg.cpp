@@ -480,17 +480,15 @@ private slots:
         QCOMPARE(convert(garbage).code, int(DECODEX_ERR_NOT_HEIF));
         QCOMPARE(convert(QByteArray("\xFF\xD8\xFF\xE0 a JPEG, not HEIF")).code, int(DECODEX_ERR_NOT_HEIF));
 
-        for (double cut : {0.02, 0.1, 0.3, 0.5, 0.8, 0.97}) {
-            const int code = convert(heic.left(int(heic.size() * cut))).code;
-            QVERIFY2(code < 0, qPrintable(QString::number(cut)));
-            QVERIFY(QByteArray(heif2jpg_error_text(code)) != "unknown error");
-        }
+        // A HEIF file cut short anywhere after its 'ftyp' is damaged, not "not HEIF".
+        for (double cut : {0.1, 0.3, 0.5, 0.8, 0.97})
+            QCOMPARE(convert(heic.left(int(heic.size() * cut))).code, int(DECODEX_ERR_DAMAGED));
 
         const QString bad = HeicFixture::corpusDir() + "/bad";
         for (const QFileInfo& info : QDir(bad).entryInfoList({"*.heic"}, QDir::Files)) {
             QFile f(info.filePath());
             QVERIFY(f.open(QIODevice::ReadOnly));
-            QVERIFY2(convert(f.readAll()).code < 0, qPrintable(info.fileName()));
+            QCOMPARE(convert(f.readAll()).code, int(DECODEX_ERR_DAMAGED));
         }
     }
 
@@ -655,7 +653,7 @@ private slots:
                 file.setPrimary(grid);
             }
         }
-        QCOMPARE(convert(file.build()).code, int(DECODEX_ERR_DECODE_FAILED));
+        QCOMPARE(convert(file.build()).code, int(DECODEX_ERR_DAMAGED));
     }
 
     void regressionInputsFail()

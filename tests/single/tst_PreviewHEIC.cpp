@@ -40,7 +40,6 @@ public:
     QString folderAnswer;
     QStringList startFolders;
     int dialogsRun = 0;
-    QStringList messages;
 
 protected:
     QString chooseSaveFolder(const QString& startFolder) override
@@ -56,6 +55,7 @@ protected:
 
 public:
     bool noFileManager = false;
+    QStringList messages;
 
 protected:
     void runMessage(QDialog* box) override
@@ -225,6 +225,29 @@ private slots:
                  QStringList{"gradient.jpg"});
     }
 
+    // Convert is ready once the photo is read; pressed while the preview
+    // still decodes, it takes that decode's JPEG rather than making another.
+    void convertWhileThePreviewDecodesWaitsForIt()
+    {
+        const QString path = m_work.filePath("slow.HEIC");
+        QVERIFY(EngineTest::writeFile(path, EngineTest::fakeNamed("slow", EngineTest::jpeg(64, 48))));
+        EngineTest::fakeReset();
+        EngineTest::fakeGate(true);
+        ScriptedPreview page(path);
+        page.setDecoderEntry(DecoderLibrary::bindFrom(EngineTest::fakeLibrary()).convert);
+        QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
+        page.slot_Preview();
+        auto* convert = page.findChild<QPushButton*>("pushButton_Convert");
+        QTRY_VERIFY(convert->isEnabled());
+        QTRY_COMPARE(EngineTest::fakeEntered(), 1);
+        page.slot_Convert();
+        QCOMPARE(page.dialogsRun, 1);
+        EngineTest::fakeGate(false);
+        QTRY_COMPARE(saved.count(), 1);
+        QVERIFY(page.isPreviewShown() && !page.isConverting());
+        QCOMPARE(EngineTest::fakeEntered(), 1);
+    }
+
     void defaultFolderIsVantoraOnTheDesktop()
     {
         const QString heic = writeHeic("a.heic.HEIC", HeicFixture::quadrants(64, 48));
@@ -236,7 +259,7 @@ private slots:
         QSignalSpy saved(&page, &PreviewHEIC::signal_JpgSaved);
         page.slot_Preview();
         QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
-        page.slot_Preview();
+        page.slot_Convert();
         QTRY_COMPARE_WITH_TIMEOUT(saved.count(), 1, 20000);
 
         const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
@@ -263,13 +286,13 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(page.isPreviewShown(), 20000);
 
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot write .*blocked.jpg"));
-        page.slot_Preview();
-        QTRY_VERIFY_WITH_TIMEOUT(page.findChildren<HEICTojpg*>().isEmpty(), 20000);
+        page.slot_Convert();
+        QTRY_VERIFY_WITH_TIMEOUT(!page.isConverting(), 20000);
         QCOMPARE(saved.count(), 0);
-        QCOMPARE(page.dialogsRun, 0);
-        // The person is told, naming the photo; Convert is ready to try again.
-        QCOMPARE(page.messages.size(), 1);
-        QVERIFY2(page.messages.first().contains("blocked.HEIC"), qPrintable(page.messages.first()));
+        // The conversion's dialog tells the person, naming the photo; Convert
+        // is ready to try again.
+        const QString told = page.convertingDialog()->findChild<QLabel*>("label_States")->text();
+        QVERIFY2(told.contains("blocked.HEIC"), qPrintable(told));
         QVERIFY(page.findChild<QPushButton*>("pushButton_Convert")->isEnabled());
         QCOMPARE(QDir(out + "/Vantora").entryList(QDir::Files | QDir::Hidden), QStringList());
     }

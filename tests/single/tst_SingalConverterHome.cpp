@@ -82,7 +82,8 @@ private slots:
         };
         row("single: every HEIF ending, any case", false, false, {"/p/a.Heic"}, {"/p/a.Heic"}, 0);
         row("single: camera .HIF", false, false, {"/p/DSC1.HIF"}, {"/p/DSC1.HIF"}, 0);
-        row("single: first photo of a mixed drop", false, false, {"/p/a.png", "/p/b.heif", "/p/c.heic"}, {"/p/b.heif"}, 0);
+        // The others are named: the photo after the first and the picture.
+        row("single: first photo of a mixed drop", false, false, {"/p/a.png", "/p/b.heif", "/p/c.heic"}, {"/p/b.heif"}, 2);
         row("single: nothing to take", false, false, {"/p/a.jpg"}, {}, 1);
         row("single: no urls", false, false, {}, {}, 0);
         // The batch page hands on files and folders alike; the list sorts

@@ -82,11 +82,12 @@ extern "C" {
 enum decodex_error {
   /* input NULL, input_size <= 0, output NULL or output_capacity <= 0 */
   DECODEX_ERR_BAD_ARGUMENT = -1,
-  /* the bytes are not a HEIF file libheif can read (garbage, truncated
-   * before the image data, no primary image) */
+  /* the bytes are no HEIF file: no 'ftyp' box naming a HEIF brand (another
+   * kind of file, or garbage) */
   DECODEX_ERR_NOT_HEIF = -2,
-  /* the container was read but the image could not be decoded (truncated
-   * image data, unsupported codec, corrupt bitstream) */
+  /* heif2jpg_thumbnail(): the file has no usable thumbnail. The conversions
+   * and heif2jpg_capacity() say DAMAGED or name the unsupported kind instead
+   * of this code. */
   DECODEX_ERR_DECODE_FAILED = -3,
   /* the image is beyond DECODEX_MAX_PIXELS or DECODEX_MAX_DIMENSION */
   DECODEX_ERR_IMAGE_TOO_LARGE = -4,
@@ -94,7 +95,15 @@ enum decodex_error {
    * written. heif2jpg_capacity() tells a capacity that is always enough. */
   DECODEX_ERR_OUTPUT_TOO_SMALL = -5,
   /* the JPEG encoder failed or memory ran out */
-  DECODEX_ERR_ENCODE_FAILED = -6
+  DECODEX_ERR_ENCODE_FAILED = -6,
+  /* a HEIF file (its 'ftyp' names a HEIF brand) that cannot be read whole:
+   * cut short, or its boxes or image data damaged */
+  DECODEX_ERR_DAMAGED = -7,
+  /* an AV1 image (AVIF), and libheif has no AV1 decoder here */
+  DECODEX_ERR_AV1_UNSUPPORTED = -8,
+  /* an image sequence (an animation or a burst kept as a track) with no
+   * still image */
+  DECODEX_ERR_IMAGE_SEQUENCE = -9
 };
 
 /*
