@@ -159,7 +159,6 @@ build_libheif() {
     -DWITH_SvtEnc=OFF -DWITH_RAV1E=OFF
 }
 
-
 # ---------------------------------------------------------------------------
 # component NAME SOURCE-PACKAGE [DEPENDENCY...]: sets NAME_prefix to the cache
 # folder holding NAME built from the newest source package apt can fetch,
@@ -180,8 +179,8 @@ component() {
     upstream=${version#*:}
     prefix=$cache/$name-$upstream-$recipe
     if [ ! -f "$prefix/.built" ]; then
-      (cd "$cache/src" && [ -f "${pkg}_$upstream.dsc" ] \
-        || apt-get source --download-only -qq "$pkg=$version" >/dev/null 2>&1) || continue
+      (cd "$cache/src" && { [ -f "${pkg}_$upstream.dsc" ] \
+        || apt-get source --download-only -qq "$pkg=$version" >/dev/null 2>&1; }) || continue
       stage "building $name $upstream"
       work=$cache/work/$name
       rm -rf "$work" "$prefix" && mkdir -p "$work"
