@@ -47,7 +47,7 @@ if [ ! -f "$WINEPREFIX/.pictova-ready" ]; then
       wine wineboot --init >/dev/null 2>&1
       wineserver -w
       for link in "$WINEPREFIX"/drive_c/users/*/*; do
-        [ -L "$link" ] && rm "$link" && mkdir "$link"
+        if [ -L "$link" ]; then rm "$link"; mkdir "$link"; fi
       done
       touch "$WINEPREFIX/.pictova-ready"
     fi
