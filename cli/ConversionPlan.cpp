@@ -32,7 +32,11 @@ QString targetFor(const InputScanner::Photo& photo, const QString& outputFolder)
     if (!outputFolder.isEmpty()) {
         folder = outputFolder;
         if (!photo.root.isEmpty()) {
-            const QString below = QDir(photo.root).relativeFilePath(source.absolutePath());
+            // Both sides absolute: on Windows a root given as "\\photos" has
+            // no drive while the photo's absolute folder has one, and
+            // relativeFilePath() then hands back the whole path ("Z:/photos/...").
+            const QString below = QDir(QFileInfo(photo.root).absoluteFilePath())
+                                      .relativeFilePath(source.absolutePath());
             if (below != QLatin1String("."))
                 folder += QLatin1Char('/') + below;
         }

@@ -16,27 +16,135 @@ QString failure(const QString& path, const QString& reason)
 
 #ifdef Q_OS_WIN
 
-// Windows has no rename over an open name the way POSIX has, and links are
-// rare there: QSaveFile does the replace with the system's own calls.
-#include <QSaveFile>
+// The same rules with Windows' calls: the bytes go to a hidden-named
+// ".NAME.XXXXXX" beside the target, which MoveFileExW puts in place (an
+// existing file is replaced, a link at the name is replaced, not followed);
+// what a killed run left of NAME is removed first.
+#include <QDir>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QSet>
 #include <QTemporaryFile>
+
+#include <mutex>
+
+#include <windows.h>
+
+namespace {
+
+// The temporary files being written, for removeTemporaryFiles() (the C
+// runtime calls a SIGINT handler on a thread of its own, so a lock will do)
+// and so that a leftover sweep never takes another write's file.
+std::mutex g_liveLock;
+QSet<QString> g_live;
+
+bool isLeftover(const QString& entry, const QString& prefix)
+{
+    if (entry.size() != prefix.size() + 6 || !entry.startsWith(prefix, Qt::CaseInsensitive))
+        return false;
+    for (int i = prefix.size(); i < entry.size(); ++i)
+        if (!entry.at(i).isLetterOrNumber() || entry.at(i).unicode() > 127)
+            return false;
+    return true;
+}
+
+void removeLeftovers(const QString& folder, const QString& name)
+{
+    const QString prefix = QLatin1Char('.') + name + QLatin1Char('.');
+    const QDir dir(folder);
+    const std::lock_guard<std::mutex> lock(g_liveLock);
+    for (const QString& entry : dir.entryList({prefix + QStringLiteral("??????")},
+                                              QDir::Files | QDir::Hidden | QDir::System)) {
+        const QString path = dir.filePath(entry);
+        if (isLeftover(entry, prefix) && !g_live.contains(path))
+            QFile::remove(path);
+    }
+}
+
+// Paths beyond MAX_PATH reach the file calls only in their extended form.
+std::wstring extendedPath(const QString& path)
+{
+    const QString native = QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath());
+    const QLatin1String extended("\\\\?\\");
+    if (native.startsWith(extended))
+        return native.toStdWString();
+    if (native.startsWith(QLatin1String("\\\\"))) // \\server\share
+        return (QLatin1String("\\\\?\\UNC\\") + native.mid(2)).toStdWString();
+    return (extended + native).toStdWString();
+}
+
+// Makes ".NAME.XXXXXX" beside the target, open for writing; Qt's temporary
+// file would keep its handle open until it is destroyed, and the move needs
+// it closed.
+HANDLE createTemporary(const QString& folder, const QString& name, QString* path)
+{
+    static const char letters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        QString suffix;
+        for (int i = 0; i < 6; ++i)
+            suffix += QLatin1Char(letters[QRandomGenerator::global()->bounded(62)]);
+        *path = folder + QStringLiteral("/.") + name + QLatin1Char('.') + suffix;
+        const HANDLE file = CreateFileW(extendedPath(*path).c_str(), GENERIC_WRITE, 0, nullptr,
+                                        CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_FILE_EXISTS)
+            return file;
+    }
+    return INVALID_HANDLE_VALUE;
+}
+
+} // namespace
 
 bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error,
                              const QDateTime& modified)
 {
-    QSaveFile file(path);
-    file.setDirectWriteFallback(false);
-    const bool written = file.open(QIODevice::WriteOnly)
-        && file.write(bytes) == bytes.size()
-        && file.flush()
-        && (!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime))
-        && file.commit();
-    if (!written) {
+    const QFileInfo target(path);
+    const QString name = target.fileName();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
         if (error)
-            *error = failure(path, file.errorString());
-        file.cancelWriting();
+            *error = failure(path, reason(EISDIR));
+        return false;
     }
-    return written;
+    const QString folder = target.absolutePath();
+    removeLeftovers(folder, name);
+
+    // Live from the moment it exists, so no other write's sweep takes it.
+    std::unique_lock<std::mutex> live(g_liveLock);
+    QString temporary;
+    const HANDLE file = createTemporary(folder, name, &temporary);
+    if (file == INVALID_HANDLE_VALUE) {
+        if (error)
+            *error = failure(path, qt_error_string(static_cast<int>(GetLastError())));
+        return false;
+    }
+    g_live.insert(temporary);
+    live.unlock();
+
+    DWORD written = 0;
+    bool ok = WriteFile(file, bytes.constData(), static_cast<DWORD>(bytes.size()), &written, nullptr)
+        && written == static_cast<DWORD>(bytes.size());
+    if (ok && modified.isValid()) {
+        // 100-nanosecond ticks since 1601, the file times' unit.
+        const quint64 ticks = static_cast<quint64>(modified.toMSecsSinceEpoch() + 11644473600000LL) * 10000;
+        FILETIME time{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+        ok = SetFileTime(file, nullptr, nullptr, &time);
+    }
+    // On disk before it takes the name, so a power cut cannot publish an
+    // empty file.
+    ok = ok && FlushFileBuffers(file);
+    DWORD errorCode = ok ? 0 : GetLastError();
+    CloseHandle(file);
+    if (ok && !MoveFileExW(extendedPath(temporary).c_str(), extendedPath(path).c_str(),
+                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        ok = false;
+        errorCode = GetLastError();
+    }
+    live.lock();
+    if (!ok)
+        DeleteFileW(extendedPath(temporary).c_str());
+    g_live.remove(temporary);
+    if (!ok && error)
+        *error = failure(path, qt_error_string(static_cast<int>(errorCode)));
+    return ok;
 }
 
 bool AtomicFileWriter::canWriteInto(const QString& folder, QString* reason)
@@ -54,7 +162,12 @@ QString AtomicFileWriter::reason(int errorNumber)
     return QString::fromLocal8Bit(std::strerror(errorNumber));
 }
 
-void AtomicFileWriter::removeTemporaryFiles() {}
+void AtomicFileWriter::removeTemporaryFiles()
+{
+    const std::lock_guard<std::mutex> lock(g_liveLock);
+    for (const QString& path : qAsConst(g_live))
+        DeleteFileW(extendedPath(path).c_str());
+}
 
 #else
 

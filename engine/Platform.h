@@ -4,6 +4,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <optional>
+
 // Everything that differs between Windows and the other systems, behind one
 // set of static functions. PlatformWin.cpp and PlatformPosix.cpp implement
 // it; CMake compiles the one that fits, so callers never need #ifdef.
@@ -63,6 +65,17 @@ public:
     // The folder that holds the Start-menu program links: the all-users
     // Start menu on Windows, the user's applications folder elsewhere.
     static QString startMenuProgramsDir();
+
+    // One value of an INI file read with the system's own profile call
+    // (GetPrivateProfileStringW on Windows); nothing where the system has no
+    // such call, and PrivateProfile then reads the file the same way itself.
+    static std::optional<QString> readProfileString(const QString& file, const QString& section,
+                                                    const QString& key, const QString& fallback);
+
+    // Writes one value with the system's profile call
+    // (WritePrivateProfileStringW); nothing where there is none, as above.
+    static std::optional<bool> writeProfileString(const QString& file, const QString& section,
+                                                  const QString& key, const QString& value);
 
     // The full path of the file a shortcut points at (a shell link on
     // Windows, a symbolic link elsewhere); empty when it cannot be resolved.

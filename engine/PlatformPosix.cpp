@@ -170,6 +170,18 @@ QString Platform::startMenuProgramsDir()
     return QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation);
 }
 
+std::optional<QString> Platform::readProfileString(const QString&, const QString&,
+                                                  const QString&, const QString&)
+{
+    return std::nullopt;
+}
+
+std::optional<bool> Platform::writeProfileString(const QString&, const QString&, const QString&,
+                                                 const QString&)
+{
+    return std::nullopt;
+}
+
 QString Platform::shortcutTarget(const QString& linkPath)
 {
     const QFileInfo link(linkPath);

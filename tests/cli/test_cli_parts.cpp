@@ -148,11 +148,16 @@ private slots:
     {
         QTemporaryDir dir;
         touch(dir.filePath("a.heic"));
+        QStringList names{dir.filePath("a.heic"), dir.path() + "/./a.heic"};
+#ifdef Q_OS_UNIX
+        // Windows has no such link: QFile::link makes a shell shortcut there,
+        // a file of its own.
         QVERIFY(QFile::link(dir.filePath("a.heic"), dir.filePath("link.heic")));
-        const InputScanner::Result found =
-            InputScanner::scan({dir.filePath("a.heic"), dir.path() + "/./a.heic", dir.filePath("link.heic"), dir.path()}, false);
+        names << dir.filePath("link.heic");
+#endif
+        const InputScanner::Result found = InputScanner::scan(names + QStringList(dir.path()), false);
         QCOMPARE(pathsOf(found.photos), QStringList(dir.filePath("a.heic")));
-        QCOMPARE(found.repeated.size(), 4); // the folder holds both names again
+        QCOMPARE(found.repeated.size(), 2 * (names.size() - 1)); // the folder holds every name again
     }
 
     void clashingNamesFoundBeforeWriting()
@@ -173,7 +178,8 @@ private slots:
         const ConversionPlan::Result beside = ConversionPlan::make(photos, QString());
         QCOMPARE(beside.clashes.size(), 1);
         QCOMPARE(beside.jobs.size(), 4);
-        QCOMPARE(beside.jobs[0].target, QStringLiteral("/card/DCIM/101/a.jpg"));
+        // (made absolute: on Windows with the current drive)
+        QCOMPARE(beside.jobs[0].target, QFileInfo("/card/DCIM/101/a.jpg").absoluteFilePath());
 
         // Names that differ in more than the ending never clash; on this system
         // case alone makes a different file.
