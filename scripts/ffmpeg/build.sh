@@ -10,8 +10,9 @@
 #     --target-os mingw32 --arch x86_64    FFmpeg's names for the target
 #
 # The result is cached outside the checkout, keyed by the source version, the
-# target and this script's own contents, so a CI machine or a second worktree
-# builds it once: $PICTOVA_FFMPEG_CACHE (default ~/.cache/pictova/ffmpeg)/KEY.
+# target, the toolchain and this script's own contents, so a CI machine or a
+# second worktree builds it once:
+# $PICTOVA_FFMPEG_CACHE (default ~/.cache/pictova/ffmpeg)/KEY.
 # The last line printed is that folder (include/, lib/libavcodec.a,
 # lib/libavutil.a, lib/pkgconfig/); everything else goes to stderr.
 #
@@ -52,7 +53,7 @@ version=$(apt-cache showsrc ffmpeg | sed -n 's/^Version: //p' | sort -V | tail -
 upstream=${version#*:}
 
 target=${target_os:-native}-${arch:-$(uname -m)}
-recipe=$(sha256sum "$here/build.sh" | cut -c1-12)
+recipe=$( (cat "$here/build.sh"; echo "$cross_prefix $cc") | sha256sum | cut -c1-12)
 cache=${PICTOVA_FFMPEG_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/pictova/ffmpeg}
 prefix=$cache/$upstream-$target-$recipe
 if [ -f "$prefix/lib/libavcodec.a" ] && [ -f "$prefix/lib/pkgconfig/libavcodec.pc" ]; then
