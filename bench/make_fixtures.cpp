@@ -9,8 +9,12 @@
 //   OUTDIR/NAME-pq.heic             for every PICTURE.png given: a 10-bit
 //                                   4:2:2 HDR (PQ, BT.2020) photo of it with
 //                                   an nclx box, as HDR cameras write them
+//   OUTDIR/NAME-hlg.heic            the same picture as 10-bit 4:2:0 HLG
+//   OUTDIR/NAME-portrait.heic       for --phone PICTURE.png: the picture
+//                                   as phones store a portrait photo, a grid
+//                                   of 512x512 tiles with an 'irot' of 3
 //
-//   make-bench-fixtures OUTDIR [CAMERA.heic | PICTURE.png ...]
+//   make-bench-fixtures OUTDIR [CAMERA.heic | PICTURE.png | --phone PICTURE.png ...]
 #include "HeicFixture.h"
 #include "HeifBuilder.h"
 
@@ -36,6 +40,31 @@ QByteArray readAll(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A phone's portrait photo: the sensor's landscape picture coded as a grid
+// of 512x512 tiles (8-bit 4:2:0, as iPhones write them) with an 'irot' of a
+// quarter turn clockwise that stands it up.
+QByteArray portraitGrid(const QImage& lying, QString* error)
+{
+    const int tile = 512;
+    const int columns = (lying.width() + tile - 1) / tile, rows = (lying.height() + tile - 1) / tile;
+    HeifBuilder file;
+    const int grid = file.addItem("grid", HeifBuilder::gridDescriptor(rows, columns, lying.width(), lying.height()), true);
+    file.addProperty(grid, "ispe", HeifBuilder::ispe(lying.width(), lying.height()));
+    QList<int> tiles;
+    for (int y = 0; y < rows; ++y) {
+        for (int x = 0; x < columns; ++x) {
+            const QByteArray coded = HeicFixture::encode(lying.copy(x * tile, y * tile, tile, tile), {}, error);
+            if (coded.isEmpty())
+                return {};
+            tiles << file.addHevc(HeifBuilder::hevcOf(coded));
+        }
+    }
+    file.addReference("dimg", grid, tiles);
+    file.addProperty(grid, "irot", QByteArray(1, char(3)), true);
+    file.setPrimary(grid);
+    return file.build();
 }
 
 } // namespace
@@ -80,17 +109,30 @@ int main(int argc, char** argv)
     phone.setPrimary(grid);
     ok &= save(out.filePath("phone200-thumbnail.heic"), phone.build());
 
-    for (const QString& camera : args.mid(1)) {
+    const QStringList rest = args.mid(1);
+    for (int i = 0; i < rest.size(); ++i) {
+        const QString& camera = rest[i];
+        if (camera == QLatin1String("--phone") && i + 1 < rest.size()) {
+            const QString picture = rest[++i];
+            ok &= save(out.filePath(QFileInfo(picture).completeBaseName() + "-portrait.heic"),
+                       portraitGrid(QImage(picture), &error));
+            continue;
+        }
         if (camera.endsWith(QLatin1String(".png"))) {
             HeicFixtureOptions hdr;
             hdr.bitDepth = 10;
             hdr.chroma = 422;
             hdr.nclxPrimaries = 9;
+            hdr.nclxMatrix = 9;
             hdr.nclxTransfer = 16;
             hdr.fullRange = false;
             hdr.encoderQuality = 75;
-            ok &= save(out.filePath(QFileInfo(camera).completeBaseName() + "-pq.heic"),
-                       HeicFixture::encode(QImage(camera), hdr, &error));
+            const QImage picture(camera);
+            const QString base = QFileInfo(camera).completeBaseName();
+            ok &= save(out.filePath(base + "-pq.heic"), HeicFixture::encode(picture, hdr, &error));
+            hdr.chroma = 420;
+            hdr.nclxTransfer = 18;
+            ok &= save(out.filePath(base + "-hlg.heic"), HeicFixture::encode(picture, hdr, &error));
             continue;
         }
         const QByteArray heic = readAll(camera);

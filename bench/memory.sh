@@ -2,8 +2,9 @@
 # Peak resident memory of pictova-convert (default jobs, quality 100) on
 # folders of SMALL and LARGE copies of one phone photo, from /usr/bin/time -v,
 # against the budget "one decoded picture per worker (3 bytes a pixel) +
-# 100 MB". Flat memory means the LARGE run peaks no higher than the SMALL
-# one: nothing grows with the number of files.
+# 100 MB", workers being the default (one a core). Flat memory means the
+# LARGE run peaks no higher than the SMALL one: nothing grows with the
+# number of files.
 #   bench/memory.sh [PHOTO] [SMALL] [LARGE] [BUILD_DIR]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -12,7 +13,7 @@ small=${2:-20}
 large=${3:-200}
 build=${4:-$root/build}
 convert=$build/bin/pictova-convert
-workers=4
+workers=$(nproc) # pictova-convert's default: one a core
 [ -x "$convert" ] || { echo "build first: $convert missing" >&2; exit 1; }
 export QT_QPA_PLATFORM=offscreen
 work=$(mktemp -d)

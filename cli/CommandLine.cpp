@@ -1,5 +1,9 @@
 #include "CommandLine.h"
 
+#include <QThread>
+
+#include <algorithm>
+
 namespace {
 
 QString text(const char* s)
@@ -8,6 +12,11 @@ QString text(const char* s)
 }
 
 } // namespace
+
+int CommandLine::defaultJobs()
+{
+    return std::clamp(QThread::idealThreadCount(), 1, kMaxJobs);
+}
 
 CommandLine::CommandLine()
     : m_quality({text("q"), text("quality")}, text("JPEG quality, 0 to 100 (default 100)."),
@@ -18,10 +27,8 @@ CommandLine::CommandLine()
                     "are made again inside it."),
                text("DIR")),
       m_jobs({text("j"), text("jobs")},
-             text("Photos converted at once, 1 to %1 (default %2).")
-                 .arg(kMaxJobs)
-                 .arg(kDefaultJobs),
-             text("N"), QString::number(kDefaultJobs)),
+             text("Photos converted at once, 1 to %1 (default: one a core).").arg(kMaxJobs),
+             text("N"), QString::number(defaultJobs())),
       m_memory(text("memory"),
                text("Megabytes that the photos converted at once may take together; a big "
                     "photo waits for room (default: a quarter of the memory)."),

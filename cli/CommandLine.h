@@ -12,18 +12,20 @@
 class CommandLine
 {
 public:
-    // The program's own worker count.
-    static constexpr int kDefaultJobs = 4;
     // Each worker holds a whole decoded photo (a 48 MP picture is about
     // 150 MB), so more than this only trades speed for swapping.
     static constexpr int kMaxJobs = 64;
+    // One worker a core: a photo's decode already spreads over the cores a
+    // lone conversion may have, so more workers than cores bought no speed
+    // and held a picture more each.
+    static int defaultJobs();
     // The largest side a photo can have at all.
     static constexpr int kMaxSize = 65535;
 
     struct Options
     {
         int quality = 100;
-        int jobs = kDefaultJobs;
+        int jobs = defaultJobs();
         int memoryMB = 0;     // working memory of all photos in flight; 0: a quarter of the machine's
         bool recursive = false;
         bool noClobber = false;

@@ -44,9 +44,11 @@ QString targetFor(const InputScanner::Photo& photo, const QString& outputFolder)
     if (!outputFolder.isEmpty()) {
         folder = outputFolder;
         if (!photo.root.isEmpty()) {
-            // Both made absolute alike: on Windows "/card" and the photo's
-            // "C:/card/..." would otherwise be on different drives.
-            const QString below = QDir(QFileInfo(photo.root).absoluteFilePath()).relativeFilePath(source.absolutePath());
+            // Both sides absolute: on Windows a root given as "\\photos" has
+            // no drive while the photo's absolute folder has one, and
+            // relativeFilePath() then hands back the whole path ("Z:/photos/...").
+            const QString below = QDir(QFileInfo(photo.root).absoluteFilePath())
+                                      .relativeFilePath(source.absolutePath());
             if (below != QLatin1String("."))
                 folder += QLatin1Char('/') + below;
         }

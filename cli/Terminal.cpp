@@ -39,3 +39,20 @@ int Terminal::columns(std::FILE* stream)
 #endif
     return kDefaultColumns;
 }
+
+#ifdef Q_OS_WIN
+Terminal::Utf8Output::Utf8Output() : m_previous(GetConsoleOutputCP())
+{
+    if (m_previous != 0 && m_previous != CP_UTF8)
+        SetConsoleOutputCP(CP_UTF8);
+}
+
+Terminal::Utf8Output::~Utf8Output()
+{
+    if (m_previous != 0 && m_previous != CP_UTF8)
+        SetConsoleOutputCP(m_previous);
+}
+#else
+Terminal::Utf8Output::Utf8Output() = default;
+Terminal::Utf8Output::~Utf8Output() = default;
+#endif

@@ -188,6 +188,7 @@ int main(int argc, char* argv[])
     // File names are bytes: one that is not valid UTF-8 is read, written and
     // printed as the bytes it is. Before the arguments are read.
     ByteSafeUtf8Codec::install();
+    const Terminal::Utf8Output utf8Console;
     // Ctrl-C is ours from the start: one that comes while the arguments are
     // read or the folders scanned ends the run with 130 and a message, not
     // by the default signal action.

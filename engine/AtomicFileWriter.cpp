@@ -87,31 +87,52 @@ QByteArray AtomicFileWriter::temporaryPrefix(qint64 pid)
 
 #ifdef Q_OS_WIN
 
-// The bytes go to a temporary file of our own name, which the system then
-// moves over the target in one step (MoveFileEx, in Platform): QSaveFile
-// would name its temporary file after the target, too long for a name of
-// 250 characters, and follow a link at the name.
+// The same rules with Windows' calls: the bytes go to a temporary file of
+// our own name beside the target, which MoveFileExW puts in place (an
+// existing file is replaced, a link at the name is replaced, not followed).
 #include <QRandomGenerator>
+#include <QSet>
 #include <QTemporaryFile>
+
+#include <windows.h>
 
 namespace {
 
-// A new file of our own temporary name in `folder`, open for writing.
-bool createTemporary(const QString& folder, QFile& file)
+// The temporary files being written, for removeTemporaryFiles() (the C
+// runtime calls a SIGINT handler on a thread of its own, so a lock will do).
+std::mutex g_liveLock;
+QSet<QString> g_live;
+
+// Paths beyond MAX_PATH reach the file calls only in their extended form.
+std::wstring extendedPath(const QString& path)
 {
-    static const char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    const QString native = QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath());
+    const QLatin1String extended("\\\\?\\");
+    if (native.startsWith(extended))
+        return native.toStdWString();
+    if (native.startsWith(QLatin1String("\\\\"))) // \\server\share
+        return (QLatin1String("\\\\?\\UNC\\") + native.mid(2)).toStdWString();
+    return (extended + native).toStdWString();
+}
+
+// Makes a file of our temporary name beside the target, open for writing;
+// Qt's temporary file would keep its handle open until it is destroyed, and
+// the move needs it closed.
+HANDLE createTemporary(const QString& folder, QString* path)
+{
+    static const char letters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
     const QString prefix = QString::fromLatin1(AtomicFileWriter::temporaryPrefix(QCoreApplication::applicationPid()));
     for (int attempt = 0; attempt < 100; ++attempt) {
-        QString name = prefix;
+        QString suffix;
         for (int i = 0; i < 6; ++i)
-            name += QLatin1Char(letters[QRandomGenerator::global()->bounded(62)]);
-        file.setFileName(QDir(folder).filePath(name));
-        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-            return true;
-        if (!QFileInfo::exists(file.fileName()))
-            return false; // not a clash of names: the folder refuses
+            suffix += QLatin1Char(letters[QRandomGenerator::global()->bounded(62)]);
+        *path = QDir(folder).filePath(prefix + suffix);
+        const HANDLE file = CreateFileW(extendedPath(*path).c_str(), GENERIC_WRITE, 0, nullptr,
+                                        CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_FILE_EXISTS)
+            return file;
     }
-    return false;
+    return INVALID_HANDLE_VALUE;
 }
 
 } // namespace
@@ -119,28 +140,56 @@ bool createTemporary(const QString& folder, QFile& file)
 bool AtomicFileWriter::write(const QString& path, const QByteArray& bytes, QString* error,
                              const QDateTime& modified)
 {
+    const QFileInfo target(path);
+    const QString name = target.fileName();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
+        if (error)
+            *error = failure(path, reason(EISDIR));
+        return false;
+    }
     if (spellingTaken(path, error))
         return false;
-    const QFileInfo target(path);
-    removeLeftovers(target.path());
-    QFile file;
-    bool written = createTemporary(target.path(), file) && file.write(bytes) == bytes.size() && file.flush()
-                   && (!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime));
-    QString why = file.errorString();
-    file.close();
-    if (written && target.isSymLink() && !QFile::remove(path)) {
-        written = false;
-        why = QStringLiteral("cannot remove the link there");
-    }
-    if (written && !Platform::replaceFile(file.fileName(), path, &why))
-        written = false;
-    if (!written) {
-        if (file.exists())
-            file.remove();
+    const QString folder = target.absolutePath();
+    removeLeftovers(folder);
+
+    // Live from the moment it exists, for removeTemporaryFiles().
+    std::unique_lock<std::mutex> live(g_liveLock);
+    QString temporary;
+    const HANDLE file = createTemporary(folder, &temporary);
+    if (file == INVALID_HANDLE_VALUE) {
         if (error)
-            *error = failure(path, why);
+            *error = failure(path, qt_error_string(static_cast<int>(GetLastError())));
+        return false;
     }
-    return written;
+    g_live.insert(temporary);
+    live.unlock();
+
+    DWORD written = 0;
+    bool ok = WriteFile(file, bytes.constData(), static_cast<DWORD>(bytes.size()), &written, nullptr)
+        && written == static_cast<DWORD>(bytes.size());
+    if (ok && modified.isValid()) {
+        // 100-nanosecond ticks since 1601, the file times' unit.
+        const quint64 ticks = static_cast<quint64>(modified.toMSecsSinceEpoch() + 11644473600000LL) * 10000;
+        FILETIME time{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+        ok = SetFileTime(file, nullptr, nullptr, &time);
+    }
+    // On disk before it takes the name, so a power cut cannot publish an
+    // empty file.
+    ok = ok && FlushFileBuffers(file);
+    DWORD errorCode = ok ? 0 : GetLastError();
+    CloseHandle(file);
+    if (ok && !MoveFileExW(extendedPath(temporary).c_str(), extendedPath(path).c_str(),
+                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        ok = false;
+        errorCode = GetLastError();
+    }
+    live.lock();
+    if (!ok)
+        DeleteFileW(extendedPath(temporary).c_str());
+    g_live.remove(temporary);
+    if (!ok && error)
+        *error = failure(path, qt_error_string(static_cast<int>(errorCode)));
+    return ok;
 }
 
 bool AtomicFileWriter::canWriteInto(const QString& folder, QString* reason)
@@ -159,7 +208,12 @@ QString AtomicFileWriter::reason(int errorNumber)
     return QString::fromLocal8Bit(std::strerror(errorNumber));
 }
 
-void AtomicFileWriter::removeTemporaryFiles() {}
+void AtomicFileWriter::removeTemporaryFiles()
+{
+    const std::lock_guard<std::mutex> lock(g_liveLock);
+    for (const QString& path : qAsConst(g_live))
+        DeleteFileW(extendedPath(path).c_str());
+}
 
 #else
 

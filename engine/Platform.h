@@ -4,6 +4,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <optional>
+
 // Everything that differs between Windows and the other systems, behind one
 // set of static functions. PlatformWin.cpp and PlatformPosix.cpp implement
 // it; CMake compiles the one that fits, so callers never need #ifdef.
@@ -58,11 +60,6 @@ public:
     // Whether process `pid` runs on this machine (as any user).
     static bool processRunning(qint64 pid);
 
-    // Puts file `from` in the place of `to` in one step, replacing a file
-    // there; false with the system's words in `error` when it could not.
-    // (Windows: MoveFileEx; elsewhere rename.)
-    static bool replaceFile(const QString& from, const QString& to, QString* error = nullptr);
-
     // Shows the folder in the system's file manager; false if that could not
     // be started.
     static bool openFolder(const QString& folder);
@@ -78,6 +75,17 @@ public:
     // The folder that holds the Start-menu program links: the all-users
     // Start menu on Windows, the user's applications folder elsewhere.
     static QString startMenuProgramsDir();
+
+    // One value of an INI file read with the system's own profile call
+    // (GetPrivateProfileStringW on Windows); nothing where the system has no
+    // such call, and PrivateProfile then reads the file the same way itself.
+    static std::optional<QString> readProfileString(const QString& file, const QString& section,
+                                                    const QString& key, const QString& fallback);
+
+    // Writes one value with the system's profile call
+    // (WritePrivateProfileStringW); nothing where there is none, as above.
+    static std::optional<bool> writeProfileString(const QString& file, const QString& section,
+                                                  const QString& key, const QString& value);
 
     // The full path of the file a shortcut points at (a shell link on
     // Windows, a symbolic link elsewhere); empty when it cannot be resolved.

@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstring>
 #include <csignal>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -160,15 +159,6 @@ bool Platform::processRunning(qint64 pid)
     return pid > 0 && pid <= qint64(INT32_MAX) && (::kill(pid_t(pid), 0) == 0 || errno == EPERM);
 }
 
-bool Platform::replaceFile(const QString& from, const QString& to, QString* error)
-{
-    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
-        return true;
-    if (error)
-        *error = QString::fromLocal8Bit(std::strerror(errno));
-    return false;
-}
-
 void* Platform::reserveMemory(size_t bytes)
 {
     void* memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -198,6 +188,18 @@ QString Platform::fileVersion(const QString& path)
 QString Platform::startMenuProgramsDir()
 {
     return QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation);
+}
+
+std::optional<QString> Platform::readProfileString(const QString&, const QString&,
+                                                  const QString&, const QString&)
+{
+    return std::nullopt;
+}
+
+std::optional<bool> Platform::writeProfileString(const QString&, const QString&, const QString&,
+                                                 const QString&)
+{
+    return std::nullopt;
 }
 
 QString Platform::shortcutTarget(const QString& linkPath)

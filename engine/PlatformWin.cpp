@@ -9,6 +9,7 @@
 #include <shobjidl.h>
 
 #include <memory>
+#include <vector>
 
 bool Platform::acquireInstanceLock(const QString& name, quintptr* handle, QString* problem)
 {
@@ -94,17 +95,6 @@ bool Platform::processRunning(qint64 pid)
     return running;
 }
 
-bool Platform::replaceFile(const QString& from, const QString& to, QString* error)
-{
-    const std::wstring source = QDir::toNativeSeparators(from).toStdWString();
-    const std::wstring target = QDir::toNativeSeparators(to).toStdWString();
-    if (MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
-        return true;
-    if (error)
-        *error = qt_error_string(int(GetLastError()));
-    return false;
-}
-
 void* Platform::reserveMemory(size_t bytes)
 {
     return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
@@ -172,6 +162,31 @@ QString Platform::startMenuProgramsDir()
 {
     // The all-users Start menu the installer writes to, at its fixed place.
     return QStringLiteral("C:/ProgramData/Microsoft/Windows/Start Menu/Programs");
+}
+
+std::optional<QString> Platform::readProfileString(const QString& file, const QString& section,
+                                                  const QString& key, const QString& fallback)
+{
+    const QString native = QDir::toNativeSeparators(file);
+    // The call cuts a value at the buffer's end without saying so: a value
+    // that filled it may be longer, so read again with room to spare.
+    std::vector<wchar_t> buffer(512);
+    for (;;) {
+        const DWORD length = GetPrivateProfileStringW(
+            wideText(section), wideText(key), wideText(fallback), buffer.data(),
+            static_cast<DWORD>(buffer.size()), wideText(native));
+        if (length + 1 < buffer.size())
+            return QString::fromWCharArray(buffer.data(), static_cast<int>(length));
+        buffer.resize(buffer.size() * 4);
+    }
+}
+
+std::optional<bool> Platform::writeProfileString(const QString& file, const QString& section,
+                                                 const QString& key, const QString& value)
+{
+    const QString native = QDir::toNativeSeparators(file);
+    return WritePrivateProfileStringW(wideText(section), wideText(key), wideText(value),
+                                      wideText(native)) != 0;
 }
 
 QString Platform::shortcutTarget(const QString& linkPath)

@@ -1,5 +1,7 @@
 #include "PrivateProfile.h"
 
+#include "Platform.h"
+
 #include <QFile>
 #include <QSaveFile>
 #include <QtEndian>
@@ -83,6 +85,9 @@ PrivateProfile::Content PrivateProfile::load() const
 QString PrivateProfile::readString(const QString& section, const QString& key,
                                    const QString& fallback) const
 {
+    if (const std::optional<QString> value =
+            Platform::readProfileString(m_filePath, section, key, fallback))
+        return *value;
     const Content c = load();
     bool inSection = false;
     for (const QString& line : c.lines) {
@@ -103,6 +108,9 @@ QString PrivateProfile::readString(const QString& section, const QString& key,
 
 bool PrivateProfile::writeString(const QString& section, const QString& key, const QString& value)
 {
+    if (const std::optional<bool> written =
+            Platform::writeProfileString(m_filePath, section, key, value))
+        return *written;
     Content c = load();
     const QString entry = key.trimmed() + QLatin1Char('=') + value;
 

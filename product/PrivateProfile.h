@@ -3,10 +3,11 @@
 #include <QString>
 #include <QStringList>
 
-// Reads and writes one value of an INI file the way the Windows profile
-// functions (GetPrivateProfileStringW / WritePrivateProfileStringW) do, on
-// every system, so a "Version.ini" written by the Windows installer reads the
-// same here and the other way round:
+// Reads and writes one value of an INI file with the Windows profile
+// functions (GetPrivateProfileStringW / WritePrivateProfileStringW) on
+// Windows, and the way they do on every other system, so a "Version.ini"
+// written by the Windows installer reads the same here and the other way
+// round (the same tests run against both):
 //   - section and key names match without regard to case, first match wins;
 //   - a value is the text after the first '=', blanks trimmed, and one pair
 //     of matching quotes round it removed; nothing else is an escape, so
@@ -20,8 +21,8 @@
 //
 // Files with a UTF-16LE byte-order mark are read and written in UTF-16LE;
 // all others in the local 8-bit encoding (the ANSI code page on Windows).
-// Writes go through a temporary file and a rename, so a crash never leaves
-// half a configuration behind.
+// Elsewhere writes go through a temporary file and a rename, so a crash never
+// leaves half a configuration behind; on Windows the system's call writes.
 class PrivateProfile
 {
 public:

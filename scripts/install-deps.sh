@@ -6,12 +6,13 @@ set -euo pipefail
 packages=(
   build-essential cmake pkg-config ninja-build
   qtbase5-dev qtbase5-dev-tools libqt5svg5-dev
-  libheif-dev libheif-examples libde265-dev libx265-dev
+  libheif-dev libheif-examples libde265-dev libx265-dev libavcodec-dev
   libjpeg62-turbo-dev libturbojpeg0-dev liblcms2-dev libexif-dev
   xvfb xauth libimage-exiftool-perl libvips-tools time
   fonts-open-sans libxcb1-dev
   help2man lintian appstream appstream-util desktop-file-utils
   dosfstools fusefat
+  nasm dpkg-dev  # scripts/ffmpeg/build.sh: FFmpeg's assembly and Debian's source package
 )
 if [ "${PICTOVA_FUZZ:-0}" = 1 ]; then
   packages+=(clang libclang-rt-14-dev)

@@ -82,44 +82,51 @@ void setSampling(jpeg_compress_struct& cinfo, int chromaFormat)
 }
 
 // Raw data wants whole blocks: columns up to the next multiple of 8 and rows
-// in groups of 8 * v_samp_factor. The planes are copied into a strip whose
-// right and bottom edges repeat the last sample, as libjpeg does itself
-// for scanline input, so edge blocks carry no sharp step.
+// in groups of 8 * v_samp_factor. The planes are turned into a band of rows
+// whose right edge repeats the last sample, and rows past the bottom repeat
+// the last row, as libjpeg does itself for scanline input, so edge blocks
+// carry no sharp step. A quarter turn reads the planes down their columns;
+// its band holds four strips, so every cache line and page it reads gives
+// 64 samples rather than 16.
 class RawStrips
 {
 public:
-    bool prepare(const PlanarImage& image, const jpeg_compress_struct& cinfo)
+    RawStrips(const PlanarImage& image, PlaneTransform::Orientation orientation)
+        : m_image(image), m_orientation(orientation)
     {
-        m_rowsPerStrip = cinfo.max_v_samp_factor * DCTSIZE;
-        for (int c = 0; c < image.components(); ++c) {
-            const jpeg_component_info& comp = cinfo.comp_info[c];
-            Strip& s = m_strips[c];
-            s.rows = comp.v_samp_factor * DCTSIZE;
-            s.width = size_t(comp.width_in_blocks) * DCTSIZE;
-            s.pixels.assign(s.width * size_t(s.rows), 0);
-            s.pointers.resize(size_t(s.rows));
-            for (int r = 0; r < s.rows; ++r)
-                s.pointers[size_t(r)] = s.pixels.data() + size_t(r) * s.width;
-            m_arrays[c] = s.pointers.data();
-        }
-        return true;
     }
 
-    // Fills the strip that starts at luma row `row`.
-    JSAMPIMAGE fill(const PlanarImage& image, int row)
+    void prepare(const jpeg_compress_struct& cinfo)
     {
-        for (int c = 0; c < image.components(); ++c) {
-            const PlanarImage::Plane& plane = image.plane(c);
-            Strip& s = m_strips[c];
-            const int first = row / (m_rowsPerStrip / s.rows);
-            const size_t w = size_t(plane.width);
-            for (int r = 0; r < s.rows; ++r) {
-                const uint8_t* src = plane.row(std::min(first + r, plane.height - 1));
-                uint8_t* dst = s.pointers[size_t(r)];
-                std::memcpy(dst, src, w);
-                if (s.width > w)
-                    std::memset(dst + w, src[w - 1], s.width - w);
-            }
+        m_rowsPerStrip = cinfo.max_v_samp_factor * DCTSIZE;
+        const int stripsPerBand = m_orientation.transpose ? 4 : 1;
+        for (int c = 0; c < m_image.components(); ++c) {
+            const jpeg_component_info& comp = cinfo.comp_info[c];
+            Band& band = m_bands[c];
+            band.stripRows = comp.v_samp_factor * DCTSIZE;
+            band.rows = band.stripRows * stripsPerBand;
+            band.width = size_t(comp.width_in_blocks) * DCTSIZE;
+            band.pixels.resize(band.width * size_t(band.rows));
+            band.rowStarts.resize(size_t(band.rows));
+            for (int r = 0; r < band.rows; ++r)
+                band.rowStarts[size_t(r)] = band.pixels.data() + size_t(r) * band.width;
+            band.strip.resize(size_t(band.stripRows));
+            m_arrays[c] = band.strip.data();
+        }
+    }
+
+    // The strip that starts at luma row `row` of the turned picture.
+    JSAMPIMAGE fill(int row)
+    {
+        for (int c = 0; c < m_image.components(); ++c) {
+            const PlanarImage::Plane& plane = m_image.plane(c);
+            const int height = m_orientation.transpose ? plane.width : plane.height;
+            Band& band = m_bands[c];
+            const int first = row / (m_rowsPerStrip / band.stripRows);
+            if (band.first < 0 || first < band.first || first >= band.first + band.rows)
+                load(band, plane, first);
+            for (int r = 0; r < band.stripRows; ++r)
+                band.strip[size_t(r)] = band.rowStarts[size_t(std::min(first + r, height - 1) - band.first)];
         }
         return m_arrays;
     }
@@ -127,14 +134,35 @@ public:
     int rowsPerStrip() const { return m_rowsPerStrip; }
 
 private:
-    struct Strip
+    struct Band
     {
         std::vector<uint8_t> pixels;
-        std::vector<JSAMPROW> pointers;
+        std::vector<JSAMPROW> rowStarts;
+        std::vector<JSAMPROW> strip; // what libjpeg gets: rows of the band
         size_t width = 0;
+        int stripRows = 0;
         int rows = 0;
+        int first = -1; // the turned plane's row in the band's first row; -1: none yet
     };
-    Strip m_strips[3];
+
+    void load(Band& band, const PlanarImage::Plane& plane, int first)
+    {
+        const size_t width = size_t(m_orientation.transpose ? plane.height : plane.width);
+        const int height = m_orientation.transpose ? plane.width : plane.height;
+        const int rows = std::clamp(height - first, 1, band.rows);
+        PlaneTransform::fillRows(m_orientation, plane, first, rows, band.rowStarts.data());
+        if (band.width > width) {
+            for (int r = 0; r < rows; ++r) {
+                uint8_t* line = band.rowStarts[size_t(r)];
+                std::memset(line + width, line[width - 1], band.width - width);
+            }
+        }
+        band.first = first;
+    }
+
+    const PlanarImage& m_image;
+    PlaneTransform::Orientation m_orientation;
+    Band m_bands[3];
     JSAMPARRAY m_arrays[3] = {};
     int m_rowsPerStrip = 0;
 };
@@ -144,6 +172,7 @@ private:
 struct JpegWriter::Source
 {
     const PlanarImage* planar = nullptr;
+    PlaneTransform::Orientation orientation;
     const RgbImage* rgb = nullptr;
     int chromaFormat = 1;
 };
@@ -160,10 +189,15 @@ size_t JpegWriter::metadataSize(size_t exif, size_t xmp, size_t icc)
     return bytes;
 }
 
-int32_t JpegWriter::writePlanar(const PlanarImage& image, int quality, const JpegMetadata& metadata)
+int32_t JpegWriter::writePlanar(const PlanarImage& image, int quality, const JpegMetadata& metadata,
+                                PlaneTransform::Orientation orientation)
 {
+    // A quarter turn of 4:2:2 planes would need 4:4:0 sampling.
+    if (orientation.transpose && image.chromaFormat() == 2)
+        return DECODEX_ERR_ENCODE_FAILED;
     Source source;
     source.planar = &image;
+    source.orientation = orientation;
     source.chromaFormat = image.chromaFormat();
     return write(source, quality, metadata);
 }
@@ -182,7 +216,8 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
         return DECODEX_ERR_BAD_ARGUMENT;
 
     // Everything with a destructor lives outside the setjmp frame's reach.
-    RawStrips strips;
+    const PlanarImage none;
+    RawStrips strips(source.planar ? *source.planar : none, source.orientation);
     std::vector<uint8_t> xmpSegment;
     if (!metadata.xmp.empty() && metadata.xmp.size() + sizeof(kXmpNamespace) <= kMaxSegment) {
         xmpSegment.assign(kXmpNamespace, kXmpNamespace + sizeof(kXmpNamespace));
@@ -213,8 +248,9 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
 
     const bool gray = source.chromaFormat == 0;
     if (source.planar) {
-        cinfo.image_width = JDIMENSION(source.planar->width());
-        cinfo.image_height = JDIMENSION(source.planar->height());
+        const bool transpose = source.orientation.transpose;
+        cinfo.image_width = JDIMENSION(transpose ? source.planar->height() : source.planar->width());
+        cinfo.image_height = JDIMENSION(transpose ? source.planar->width() : source.planar->height());
         cinfo.input_components = source.planar->components();
         cinfo.in_color_space = gray ? JCS_GRAYSCALE : JCS_YCbCr;
     } else {
@@ -241,9 +277,9 @@ int32_t JpegWriter::write(const Source& source, int quality, const JpegMetadata&
         jpeg_write_icc_profile(&cinfo, metadata.icc.data(), unsigned(metadata.icc.size()));
 
     if (source.planar) {
-        strips.prepare(*source.planar, cinfo);
-        for (int row = 0; row < source.planar->height(); row += strips.rowsPerStrip())
-            jpeg_write_raw_data(&cinfo, strips.fill(*source.planar, row), JDIMENSION(strips.rowsPerStrip()));
+        strips.prepare(cinfo);
+        for (JDIMENSION row = 0; row < cinfo.image_height; row += JDIMENSION(strips.rowsPerStrip()))
+            jpeg_write_raw_data(&cinfo, strips.fill(int(row)), JDIMENSION(strips.rowsPerStrip()));
     } else {
         const size_t stride = size_t(source.rgb->width) * 3;
         while (cinfo.next_scanline < cinfo.image_height) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PlaneTransform.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -26,8 +28,11 @@ public:
     JpegWriter(uint8_t* output, size_t capacity) : m_output(output), m_capacity(capacity) {}
 
     // YCbCr planes as JPEG codes them (BT.601, full range), fed to the
-    // encoder as they are: no colour conversion and no resampling.
-    int32_t writePlanar(const PlanarImage& image, int quality, const JpegMetadata& metadata);
+    // encoder as they are: no colour conversion and no resampling. The
+    // orientation is applied strip by strip as the encoder takes them, so a
+    // turned photo never needs a second full-size picture.
+    int32_t writePlanar(const PlanarImage& image, int quality, const JpegMetadata& metadata,
+                        PlaneTransform::Orientation orientation = {});
 
     // RGB rows; chromaFormat chooses the sampling (0 writes grayscale).
     int32_t writeRgb(const RgbImage& image, int chromaFormat, int quality, const JpegMetadata& metadata);

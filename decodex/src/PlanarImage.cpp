@@ -23,7 +23,7 @@ bool PlanarImage::allocate(int width, int height, int chromaFormat)
             p.width = (width + sx - 1) / sx;
             p.height = (height + sy - 1) / sy;
             p.stride = size_t(p.width);
-            p.pixels.resize(p.stride * size_t(p.height));
+            p.pixels.reset(new uint8_t[p.stride * size_t(p.height)]);
         }
     } catch (const std::bad_alloc&) {
         return false;

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <memory>
 
 namespace decodex {
 
@@ -12,17 +12,19 @@ class PlanarImage
 public:
     struct Plane
     {
-        std::vector<uint8_t> pixels;
+        std::unique_ptr<uint8_t[]> pixels;
         int width = 0;
         int height = 0;
         size_t stride = 0;
 
-        uint8_t* row(int y) { return pixels.data() + size_t(y) * stride; }
-        const uint8_t* row(int y) const { return pixels.data() + size_t(y) * stride; }
+        uint8_t* row(int y) { return pixels.get() + size_t(y) * stride; }
+        const uint8_t* row(int y) const { return pixels.get() + size_t(y) * stride; }
     };
 
     // chromaFormat: 0 monochrome, 1 4:2:0, 2 4:2:2, 3 4:4:4 (as in hvcC).
-    // False when the memory could not be had.
+    // False when the memory could not be had. The samples are left as the
+    // allocator gives them: every user writes each one before it is read,
+    // and clearing a 200 MP picture first would cost a pass over it.
     bool allocate(int width, int height, int chromaFormat);
 
     int components() const { return m_chromaFormat == 0 ? 1 : 3; }

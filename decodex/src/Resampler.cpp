@@ -143,7 +143,7 @@ bool Resampler::shrink(PlanarImage& image, int width, int height)
     for (int i = 0; i < image.components(); ++i) {
         const PlanarImage::Plane& from = image.plane(i);
         PlanarImage::Plane& to = smaller.plane(i);
-        if (!resize(from.pixels.data(), from.width, from.height, from.stride, 1, to.pixels.data(), to.width,
+        if (!resize(from.row(0), from.width, from.height, from.stride, 1, to.row(0), to.width,
                     to.height, to.stride))
             return false;
     }

@@ -1,27 +1,28 @@
 #pragma once
 
+#include "SampleMapper.h"
+
 namespace decodex {
 
 class HeifLayout;
 class PlanarImage;
 
-// Decodes the HEVC tiles of a direct layout with libde265 and lays their
-// planes side by side, one decoder per tile, tiles spread over `threads`
-// threads. Every tile lands in its own rectangle, so the result does not
-// depend on the thread count or the order the tiles finish in.
+// Decodes the HEVC tiles of a direct layout and lays their planes side by
+// side, tiles spread over `threads` threads, each thread with one decoder
+// for all the tiles it takes. Every tile lands in its own rectangle, so the
+// result does not depend on the thread count or the order the tiles finish
+// in.
 class TileDecoder
 {
 public:
-    // How the samples' range is decided: the file's nclx box when it has one
-    // (as libheif does), otherwise each tile's own bitstream flag.
-    enum class Range { FromBitstream, Full, Limited };
-    // The colour matrix the file's nclx box names. JPEG's YCbCr is BT.601;
-    // BT.709 (as many cameras write) is turned into it on the planes.
-    // Without an nclx box each tile's bitstream must say BT.601.
-    enum class Matrix { FromBitstream, Bt601, Bt709 };
+    enum class Outcome
+    {
+        Decoded,
+        Refused, // not for this path (a stream or format it does not take): libheif may manage
+        Damaged, // a tile's stream is broken: the photo cannot be shown as it is
+    };
 
-    // False when a tile fails to decode or does not match the layout.
-    static bool decode(const HeifLayout& layout, int threads, Range range, Matrix matrix, PlanarImage& out);
+    static Outcome decode(const HeifLayout& layout, int threads, const SampleMapper::Colour& colour, PlanarImage& out);
 };
 
 } // namespace decodex

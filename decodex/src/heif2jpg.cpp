@@ -265,22 +265,6 @@ bool codedPicturesPlausible(const HeifLayout& layout, const OpenedFile& file)
     return layout.codedPixels <= 4 * std::max(shown, coded) + (uint64_t(1) << 22);
 }
 
-// JPEG's YCbCr is BT.601; libheif reads a file without an nclx box the same
-// way. Such planes go to the encoder as they are, stretched first when they
-// are limited range; BT.709 planes (as many cameras write) are mixed into
-// BT.601 on the way. HDR transfers need the tone map in linear RGB.
-bool jpegNativeColour(const Colour& colour)
-{
-    if (!colour.haveNclx)
-        return true;
-    const bool matrix = colour.matrix == heif_matrix_coefficients_ITU_R_BT_601_6
-                        || colour.matrix == heif_matrix_coefficients_ITU_R_BT_470_6_System_B_G
-                        || colour.matrix == heif_matrix_coefficients_unspecified
-                        || colour.matrix == heif_matrix_coefficients_ITU_R_BT_709_5;
-    const bool sdr = colour.transfer != 16 && colour.transfer != 18;
-    return matrix && sdr;
-}
-
 // The size the photo is written at, when the settings bound it.
 template <typename Image>
 bool shrinkToBound(Image& image, int width, int height, int maxLongSide)
@@ -317,23 +301,30 @@ int32_t convert(const uint8_t* input, int32_t inputSize, const Settings& setting
 
     int shownWidth = layout.width, shownHeight = layout.height;
     PlaneTransform::resultSize(layout.transforms, shownWidth, shownHeight);
-    if (layout.direct && !heif_image_handle_has_alpha_channel(handle) && jpegNativeColour(colour)
+    // JPEG's YCbCr is BT.601; libheif reads a file without an nclx box the
+    // same way. Such planes go to the encoder as they are, stretched first
+    // when they are limited range; BT.709 planes (as many cameras write) are
+    // mixed into BT.601 on the way, and PQ and HLG are tone mapped.
+    const SampleMapper::Colour planeColour{colour.haveNclx, colour.fullRange, colour.matrix, colour.transfer};
+    if (layout.direct && !heif_image_handle_has_alpha_channel(handle) && SampleMapper::supports(planeColour)
         && PlaneTransform::supports(layout.transforms, layout.chromaFormat)
         && shownWidth == file.width && shownHeight == file.height) {
         PlanarImage planes;
-        const TileDecoder::Range range = !colour.haveNclx ? TileDecoder::Range::FromBitstream
-                                         : colour.fullRange ? TileDecoder::Range::Full
-                                                            : TileDecoder::Range::Limited;
-        const TileDecoder::Matrix matrix = !colour.haveNclx ? TileDecoder::Matrix::FromBitstream
-                                           : colour.matrix == heif_matrix_coefficients_ITU_R_BT_709_5
-                                               ? TileDecoder::Matrix::Bt709
-                                               : TileDecoder::Matrix::Bt601;
-        if (TileDecoder::decode(layout, budget.threads(), range, matrix, planes)) {
-            if (!PlaneTransform::apply(layout.transforms, planes) || !shrinkToBound(planes, planes.width(), planes.height(), settings.maxLongSide))
+        switch (TileDecoder::decode(layout, budget.threads(), planeColour, planes)) {
+        case TileDecoder::Outcome::Decoded: {
+            // Shrunk before it is turned (the long side is the same either
+            // way), and turned while it is written.
+            const PlaneTransform::Orientation orientation = PlaneTransform::fold(layout.transforms);
+            if (!shrinkToBound(planes, planes.width(), planes.height(), settings.maxLongSide))
                 return DECODEX_ERR_ENCODE_FAILED;
-            return finish(writer.writePlanar(planes, quality, metadata), planes.width());
+            return finish(writer.writePlanar(planes, quality, metadata, orientation),
+                          orientation.transpose ? planes.height() : planes.width());
         }
-        // A tile libde265 did not take; libheif may still manage the file.
+        case TileDecoder::Outcome::Damaged:
+            return DECODEX_ERR_DECODE_FAILED; // libheif's decoder would only paper over it
+        case TileDecoder::Outcome::Refused:
+            break; // libheif may still manage the file
+        }
     }
 
     if (!layout.referencesResolve)

@@ -8,6 +8,7 @@
 #include "InstanceHandoff.h"
 
 #include <QProcess>
+#include <QStandardPaths>
 #include <QtTest>
 
 #include <memory>
@@ -34,6 +35,11 @@ struct Copy
     }
 };
 
+QString program()
+{
+    return QStandardPaths::findExecutable("Pictova", {QCoreApplication::applicationDirPath()});
+}
+
 // The copies inherit the test's temporary home, so a Pictova the developer
 // has open does not count; they tell what they open.
 std::unique_ptr<Copy> start(const QStringList& files, const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
@@ -44,7 +50,7 @@ std::unique_ptr<Copy> start(const QStringList& files, const QProcessEnvironment&
     withLog.insert("QT_QPA_PLATFORM", "offscreen");
     copy->process->setProcessEnvironment(withLog);
     copy->process->setProcessChannelMode(QProcess::MergedChannels);
-    copy->process->start(QCoreApplication::applicationDirPath() + "/Pictova", files);
+    copy->process->start(program(), files);
     return copy;
 }
 
@@ -72,7 +78,7 @@ class tst_SingleInstance : public QObject
 private slots:
     void initTestCase()
     {
-        if (!QFileInfo(QCoreApplication::applicationDirPath() + "/Pictova").isExecutable())
+        if (program().isEmpty())
             QSKIP("the Pictova executable is not built beside the tests");
         QVERIFY(m_photos.isValid());
         QDir(m_photos.path()).mkpath("card/DCIM");
@@ -92,7 +98,7 @@ private slots:
         auto second = std::make_unique<Copy>();
         second->process->setWorkingDirectory(m_photos.path());
         second->process->setProcessChannelMode(QProcess::MergedChannels);
-        second->process->start(QCoreApplication::applicationDirPath() + "/Pictova", {"b.HEIF", "card"});
+        second->process->start(program(), {"b.HEIF", "card"});
         QVERIFY(second->process->waitForFinished(30000));
         QVERIFY2(refused(*second->process), qPrintable(second->output));
         const QString list = "list: " + QStringList{m_photos.filePath("b.HEIF"), m_photos.filePath("card/DCIM/d.HEIC"),

@@ -90,7 +90,7 @@ private slots:
         QTest::newRow("usage error: nothing written")
             << QStringList{"a.heic"} << QStringList{"-q", "101", "-o", "out", "a.heic"} << QStringList() << 2;
         QTest::newRow("two photos, one JPEG: nothing written")
-            << QStringList{"p/a.heic", "p/a.HEIC", "p/b.heic"} << QStringList{"-o", "out", "p"} << QStringList() << 2;
+            << QStringList{"p/a.heic", "p/a.HIF", "p/b.heic"} << QStringList{"-o", "out", "p"} << QStringList() << 2;
     }
 
     void outputsWhereThePersonSays()
@@ -122,7 +122,7 @@ private slots:
         listed.sort();
         QStringList expected;
         for (const QString& name : written)
-            expected << path(name);
+            expected << shown(path(name));
         QCOMPARE(listed, expected);
         // Each JPEG is a different photo's, with that photo's date.
         QSet<QByteArray> payloads;
@@ -205,17 +205,20 @@ private slots:
         if (!counts.isEmpty())
             QVERIFY2(run.err.contains("pictova-convert: " + counts), qPrintable(run.err.join('\n')));
         for (const QString& line : said)
-            QVERIFY2(run.err.contains(line.arg(m_dir->path())), qPrintable(run.err.join('\n')));
+            QVERIFY2(run.err.contains(shown(line.arg(m_dir->path()))), qPrintable(run.err.join('\n')));
         QCOMPARE(run.out.size(), written.size());
         // No temporary file is left behind, whatever failed.
         for (QDirIterator it(m_dir->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
             QVERIFY2(!it.next().contains("/."), qPrintable(it.filePath()));
         for (const QByteArray& name : written) {
             const QByteArray full = QFile::encodeName(m_dir->path()) + '/' + name;
+#ifdef Q_OS_UNIX
             // Listed and written as the bytes they are.
             QVERIFY2(run.rawOut.contains(full + '\n'), run.rawOut.constData());
-#ifdef Q_OS_UNIX
             QVERIFY2(::access(full.constData(), F_OK) == 0, full.constData());
+#else
+            // Names are UTF-16 on Windows: listed as the system spells them.
+            QVERIFY2(run.out.contains(shown(QFile::decodeName(full))), qPrintable(run.out.join('\n')));
 #endif
         }
     }
@@ -230,7 +233,7 @@ private slots:
         const CliRun kept = convert({"-n", "a.heic", "b.heic"});
         QCOMPARE(kept.exitCode, 0);
         QVERIFY2(kept.err.contains("pictova-convert: 1 converted, 0 failed, 1 skipped"), qPrintable(kept.err.join('\n')));
-        QVERIFY(kept.err.contains("  " + path("a.heic") + ": its JPEG is already there, kept (-n)"));
+        QVERIFY(kept.err.contains("  " + shown(path("a.heic")) + ": its JPEG is already there, kept (-n)"));
         QCOMPARE(EngineTest::readFile(path("a.jpg")), QByteArray("converted before"));
         QCOMPARE(EngineTest::entries(m_dir->path()), QStringList({"a.heic", "a.jpg", "b.heic", "b.jpg"}));
 
@@ -396,7 +399,7 @@ private slots:
         QVERIFY2(run.err.contains(QStringLiteral("pictova-convert: %1 converted, %2 failed, 0 skipped")
                                       .arg(count - broken.size()).arg(broken.size())), qPrintable(run.err.join('\n')));
         for (const QString& name : broken)
-            QVERIFY2(run.err.contains("  " + name + ": " + reasons[name]), qPrintable(run.err.join(QLatin1Char('\n'))));
+            QVERIFY2(run.err.contains("  " + shown(name) + ": " + reasons[name]), qPrintable(run.err.join(QLatin1Char('\n'))));
         const QStringList written = EngineTest::entries(path("out"));
         QCOMPARE(written.size(), count - broken.size());
         for (const QString& name : written) {
@@ -450,6 +453,8 @@ private:
             all.prepend("--bounding-set=-dac_override,-dac_read_search");
             program = "setpriv";
         }
+#else
+        Q_UNUSED(withoutRootPowers) // no root powers to drop elsewhere
 #endif
         process.start(program, all);
         CliRun run;
@@ -458,9 +463,11 @@ private:
         if (!process.waitForFinished(600000) || process.exitStatus() != QProcess::NormalExit)
             return run;
         run.exitCode = process.exitCode();
-        run.rawOut = process.readAllStandardOutput();
-        run.out = QString::fromLocal8Bit(run.rawOut).split('\n', Qt::SkipEmptyParts);
-        run.err = QString::fromLocal8Bit(process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        // Lines end in CR LF on Windows, and the text is UTF-8 there whatever
+        // the system's code page.
+        run.rawOut = process.readAllStandardOutput().replace("\r\n", "\n");
+        run.out = decoded(run.rawOut).split('\n', Qt::SkipEmptyParts);
+        run.err = decoded(process.readAllStandardError().replace("\r\n", "\n")).split('\n', Qt::SkipEmptyParts);
         return run;
     }
 
@@ -483,6 +490,18 @@ private:
     }
 
     QString path(const QString& relative) const { return m_dir->filePath(relative); }
+
+    // A path as the program shows it: with backslashes on Windows.
+    static QString shown(const QString& path) { return QDir::toNativeSeparators(path); }
+
+    static QString decoded(const QByteArray& text)
+    {
+#ifdef Q_OS_WIN
+        return QString::fromUtf8(text);
+#else
+        return QString::fromLocal8Bit(text);
+#endif
+    }
 
     std::unique_ptr<QTemporaryDir> m_dir;
 };

@@ -65,7 +65,7 @@ private slots:
         const QString got = QStringLiteral("%1 %2 %3 %4 %5 %6 %7 %8 %9").arg(o.quality).arg(o.jobs).arg(o.memoryMB)
                                 .arg(int(o.recursive)).arg(int(o.noClobber)).arg(int(o.conversion.keepGainMap))
                                 .arg(o.outputFolder).arg(o.conversion.maxLongSide).arg(int(o.conversion.keepLocation));
-        QCOMPARE(got, settings.contains("%1") ? settings.arg(CommandLine::kDefaultJobs) : settings);
+        QCOMPARE(got, settings.contains("%1") ? settings.arg(CommandLine::defaultJobs()) : settings);
         QVERIFY(!o.inputs.isEmpty());
 
         // The table covers every option --help shows.
@@ -164,11 +164,16 @@ private slots:
     {
         QTemporaryDir dir;
         touch(dir.filePath("a.heic"));
+        QStringList names{dir.filePath("a.heic"), dir.path() + "/./a.heic"};
+#ifdef Q_OS_UNIX
+        // Windows has no such link: QFile::link makes a shell shortcut there,
+        // a file of its own.
         QVERIFY(QFile::link(dir.filePath("a.heic"), dir.filePath("link.heic")));
-        const InputScanner::Result found =
-            InputScanner::scan({dir.filePath("a.heic"), dir.path() + "/./a.heic", dir.filePath("link.heic"), dir.path()}, false);
+        names << dir.filePath("link.heic");
+#endif
+        const InputScanner::Result found = InputScanner::scan(names + QStringList(dir.path()), false);
         QCOMPARE(pathsOf(found.photos), QStringList(dir.filePath("a.heic")));
-        QCOMPARE(found.repeated.size(), 4); // the folder holds both names again
+        QCOMPARE(found.repeated.size(), 2 * (names.size() - 1)); // the folder holds every name again
     }
 
     void clashingNamesFoundBeforeWriting()
@@ -189,7 +194,8 @@ private slots:
         const ConversionPlan::Result beside = ConversionPlan::make(photos, QString());
         QCOMPARE(beside.clashes.size(), 1);
         QCOMPARE(beside.jobs.size(), 4);
-        QCOMPARE(beside.jobs[0].target, QStringLiteral("/card/DCIM/101/a.jpg"));
+        // (made absolute: on Windows with the current drive)
+        QCOMPARE(beside.jobs[0].target, QFileInfo("/card/DCIM/101/a.jpg").absoluteFilePath());
 
         // A JPEG that would replace another photo of the run, given as input.
         QTemporaryDir dir;

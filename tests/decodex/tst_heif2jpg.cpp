@@ -124,22 +124,6 @@ QImage libheifDecode(const QByteArray& heic)
     return result;
 }
 
-// Peak signal to noise ratio of b against a, in dB; 0 when the sizes differ.
-double psnr(const QImage& a, const QImage& b)
-{
-    if (a.size() != b.size() || a.isNull())
-        return 0;
-    const QImage x = a.convertToFormat(QImage::Format_RGB888), y = b.convertToFormat(QImage::Format_RGB888);
-    double squared = 0;
-    for (int row = 0; row < x.height(); ++row)
-        for (int i = 0; i < x.width() * 3; ++i) {
-            const double d = double(x.constScanLine(row)[i]) - double(y.constScanLine(row)[i]);
-            squared += d * d;
-        }
-    const double mse = squared / (double(x.width()) * x.height() * 3);
-    return 10.0 * std::log10(255.0 * 255.0 / std::max(mse, 1e-9));
-}
-
 // The picture a viewer shows for a stored picture with this EXIF orientation.
 QImage oriented(const QImage& stored, int orientation)
 {
@@ -293,7 +277,7 @@ private slots:
                 QVERIFY2(close(at(image, fx, fy), at(expected, fx, fy)),
                          qPrintable(QStringLiteral("at %1,%2").arg(fx).arg(fy)));
         if (asCameras)
-            QVERIFY(psnr(image, libheifDecode(heic)) >= 40.0);
+            QVERIFY(HeicFixture::psnr(image, libheifDecode(heic)) >= 40.0);
         else
             QCOMPARE(ifd0Orientation(JpegInspector(r.jpeg).exifTiff()), 1);
     }
@@ -428,7 +412,7 @@ private slots:
         const Result deep = convert(heic, 95);
         QVERIFY(deep.code > 0);
         const QImage b = decoded(deep);
-        const double db = psnr(b, libheifDecode(heic));
+        const double db = HeicFixture::psnr(b, libheifDecode(heic));
         QVERIFY2(db >= 40.0, qPrintable(QString("PSNR %1 dB").arg(db)));
         if (!turned)
             QVERIFY(close(at(b, 0.9, 0.9), at(source, 0.9, 0.9), 8));

@@ -8,6 +8,7 @@
 #include <libheif/heif.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <type_traits>
 
@@ -249,4 +250,19 @@ QString HeicFixture::corpusDir()
 {
     const QString dir = QStringLiteral(PICTOVA_CORPUS_DIR);
     return QDir(dir).exists() ? QDir(dir).absolutePath() : QString();
+}
+
+double HeicFixture::psnr(const QImage& a, const QImage& b)
+{
+    if (a.size() != b.size() || a.isNull())
+        return 0;
+    const QImage x = a.convertToFormat(QImage::Format_RGB888), y = b.convertToFormat(QImage::Format_RGB888);
+    double squared = 0;
+    for (int row = 0; row < x.height(); ++row)
+        for (int i = 0; i < x.width() * 3; ++i) {
+            const double d = double(x.constScanLine(row)[i]) - double(y.constScanLine(row)[i]);
+            squared += d * d;
+        }
+    const double mse = squared / (double(x.width()) * x.height() * 3);
+    return 10.0 * std::log10(255.0 * 255.0 / std::max(mse, 1e-9));
 }

@@ -51,4 +51,8 @@ public:
 
     // Folder of the real test photos, or an empty string when it is absent.
     static QString corpusDir();
+
+    // Peak signal to noise ratio of b against a over their RGB channels, in
+    // dB; 0 when the sizes differ.
+    static double psnr(const QImage& a, const QImage& b);
 };

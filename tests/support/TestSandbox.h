@@ -3,7 +3,9 @@
 // Every test executable runs with the user's folders moved into a temporary
 // home, so the default output folder ("Vantora" on the desktop), settings,
 // caches and the single-instance lock land there and never in the real home.
+// On Windows the whole user profile is a throwaway Wine prefix instead.
 
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 #if defined(QT_WIDGETS_LIB)
@@ -38,7 +40,9 @@ private:
         TestSandbox sandbox;                                                              \
         AppClass app(argc, argv);                                                         \
         if (!sandbox.isSealed())                                                          \
-            qFatal("the desktop folder must be inside the test's temporary home");        \
+            qFatal("the desktop folder %s must be inside the test's temporary home %s",  \
+                   qPrintable(QStandardPaths::writableLocation(QStandardPaths::DesktopLocation)), \
+                   qPrintable(TestSandbox::home()));                                      \
         QTEST_SET_MAIN_SOURCE_PATH                                                        \
         TestClass test;                                                                   \
         return QTest::qExec(&test, argc, argv);                                           \
