@@ -172,7 +172,7 @@ scenario_interrupt() {
       stopped=$((stopped + 1))
       grep -q "^pictova-convert: interrupted" "$work/int.err" \
         && grep -q "^pictova-convert: $n converted, 0 failed, $((80 - n)) skipped" "$work/int.err" \
-        || { fail interrupt "round $round: summary wrong ($n written): $(head -n 4 "$work/int.err")"; return; }
+        || { fail interrupt "round $round: summary wrong ($n written): $(grep -v '^/' "$work/int.err" | head -n 12)"; return; }
     elif [ $status != 0 ] || [ "$n" != 80 ]; then
       fail interrupt "round $round: status $status with $n written"; return
     fi
