@@ -130,7 +130,6 @@ QByteArray crafted(const QString& kind, const HeifBuilder::Hevc& tile, HeifBuild
     return file.build();
 }
 
-
 } // namespace
 
 int main(int argc, char** argv)
